@@ -1,0 +1,9 @@
+#pragma once
+
+// Version of the library, exported with C linkage so that any host can read it.
+extern "C" {
+/// Major and minor version as a number, e.g. 0.1 for 0.1.0.
+extern const double TarvoCoreVersionNumber;
+/// Full version text, e.g. "0.1.0".
+extern const unsigned char TarvoCoreVersionString[];
+}

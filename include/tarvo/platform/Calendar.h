@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+
+#include "tarvo/platform/Date.h"
+#include "tarvo/platform/DateComponents.h"
+#include "tarvo/platform/TimeZone.h"
+
+namespace tarvo {
+
+/// The (proleptic) Gregorian calendar in one time zone: splits moments into date
+/// components and back, and adds days keeping the wall-clock time.
+class Calendar {
+public:
+    /// A Gregorian calendar in the device's zone.
+    Calendar();
+    explicit Calendar(TimeZone zone);
+
+    const TimeZone& timeZone() const { return zone_; }
+    void setTimeZone(TimeZone zone) { zone_ = std::move(zone); }
+
+    /// Year, month, day, time of day and weekday of the moment in this calendar's zone.
+    DateComponents components(Date date) const;
+    /// The moment at the given wall-clock fields (weekday ignored; out-of-range fields
+    /// roll over, so day 32 of January is 1 February).
+    Date dateFromComponents(const DateComponents& components) const;
+    /// The same wall-clock time `days` calendar days later (or earlier when negative).
+    Date dateByAddingDays(int64_t days, Date date) const;
+
+private:
+    TimeZone zone_;
+};
+
+}  // namespace tarvo

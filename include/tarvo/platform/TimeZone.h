@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "tarvo/platform/Date.h"
+
+namespace tarvo {
+
+/// A named time zone with its daylight-saving rules (ICU's zone data).
+///
+/// Zones are looked up once per name and the immutable zone data is shared, so a
+/// TimeZone is cheap to copy and safe to use from several threads. Repeated questions
+/// about the same moment are answered from a small per-thread cache.
+class TimeZone {
+public:
+    /// The zone with this identifier ("Europe/London", "GMT", "UTC", "Etc/GMT-3"),
+    /// or nothing when no such zone is known.
+    static std::optional<TimeZone> withName(std::string_view name);
+    /// The zone named "GMT".
+    static TimeZone gmt();
+    /// The device's zone: the TZ environment variable, else the system's setting.
+    static TimeZone systemDefault();
+
+    const std::string& name() const;
+
+    /// Offset from GMT at the moment, daylight saving included, in seconds.
+    int64_t secondsFromGMT(Date date) const;
+    /// The daylight-saving part of the offset at the moment, in seconds (0 outside summer time).
+    double daylightSavingTimeOffset(Date date) const;
+    bool isDaylightSavingTime(Date date) const;
+
+    /// Offset in seconds for a wall-clock time given as seconds since 1970 in local time.
+    /// A time skipped by a spring-forward change is read with the offset before the change
+    /// (so 02:30 becomes 03:30); a repeated time takes the later, standard-time reading.
+    int64_t secondsFromGMTForLocalTime(double localSeconds) const;
+
+    bool operator==(const TimeZone& other) const;
+
+    struct Impl;
+
+private:
+    explicit TimeZone(std::shared_ptr<const Impl> impl);
+    std::shared_ptr<const Impl> impl_;
+};
+
+}  // namespace tarvo

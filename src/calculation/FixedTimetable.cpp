@@ -1,0 +1,64 @@
+#include "tarvo/calculation/FixedTimetable.h"
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
+#include "platform/LogMacros.h"
+
+namespace tarvo {
+
+FixedTimetable::FixedTimetable(std::string name, const CompiledData& data)
+    : name_(std::move(name)),
+      firstKey_(data.firstKey),
+      lastKey_(data.lastKey),
+      rows_(std::make_shared<const Rows>(data.rows, data.rows + data.count)) {}
+
+std::shared_ptr<const FixedTimetable::Rows> FixedTimetable::rows() const {
+    std::lock_guard lock(mutex_);
+    return rows_;
+}
+
+size_t FixedTimetable::rowCount() const { return rows()->size(); }
+
+std::array<double, 6> FixedTimetable::timingsForEpoch(double key) const {
+    const auto table = rows();
+    const auto it = std::lower_bound(table->begin(), table->end(), key,
+                                     [](const TimetableRow& row, double k) { return row.key < k; });
+    // Exact match only: no rounding to the day and no nearest-day fallback.
+    if (it != table->end() && it->key == key) return it->times;
+    return {-1, -1, -1, -1, -1, -1};
+}
+
+bool FixedTimetable::replaceFromCsvText(std::string_view text, std::string* error) {
+    TimetableCsvParser parser(firstKey_, lastKey_);
+    auto parsed = parser.parse(text);
+    if (!parsed) {
+        TARVO_LOG_ERROR("{} timetable rejected, keeping the current rows: {}", name_, parser.error());
+        if (error) *error = parser.error();
+        return false;
+    }
+    auto replacement = std::make_shared<const Rows>(std::move(*parsed));
+    std::lock_guard lock(mutex_);
+    rows_ = std::move(replacement);
+    return true;
+}
+
+bool FixedTimetable::replaceFromCsvFile(const std::string& path, std::string* error) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        TARVO_LOG_ERROR("{} timetable file {} cannot be read, keeping the current rows", name_, path);
+        if (error) *error = "cannot read " + path;
+        return false;
+    }
+    std::stringstream text;
+    text << in.rdbuf();
+    std::string why;
+    if (!replaceFromCsvText(text.str(), &why)) {
+        if (error) *error = path + ": " + why;
+        return false;
+    }
+    return true;
+}
+
+}  // namespace tarvo

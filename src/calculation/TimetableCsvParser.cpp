@@ -1,0 +1,114 @@
+#include "tarvo/calculation/TimetableCsvParser.h"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+
+namespace tarvo {
+
+namespace {
+
+std::string_view trim(std::string_view s) {
+    const auto first = s.find_first_not_of(" \t\r");
+    if (first == std::string_view::npos) return {};
+    const auto last = s.find_last_not_of(" \t\r");
+    return s.substr(first, last - first + 1);
+}
+
+std::vector<std::string_view> splitFields(std::string_view line) {
+    std::vector<std::string_view> fields;
+    size_t start = 0;
+    while (true) {
+        const auto comma = line.find(',', start);
+        fields.push_back(trim(line.substr(start, comma == std::string_view::npos ? std::string_view::npos : comma - start)));
+        if (comma == std::string_view::npos) break;
+        start = comma + 1;
+    }
+    return fields;
+}
+
+template <typename T>
+std::optional<T> parseNumber(std::string_view text) {
+    T value{};
+    const char* end = text.data() + text.size();
+    const auto [ptr, ec] = std::from_chars(text.data(), end, value);
+    if (ec != std::errc() || ptr != end || text.empty()) return std::nullopt;
+    return value;
+}
+
+std::string dateText(double key) {
+    using namespace std::chrono;
+    const year_month_day ymd{sys_days{days{static_cast<int64_t>(key / 86400)}}};
+    char buf[16];
+    std::snprintf(buf, sizeof buf, "%04d-%02u-%02u", static_cast<int>(ymd.year()),
+                  static_cast<unsigned>(ymd.month()), static_cast<unsigned>(ymd.day()));
+    return buf;
+}
+
+}  // namespace
+
+TimetableCsvParser::TimetableCsvParser(double firstKey, double lastKey) : firstKey_(firstKey), lastKey_(lastKey) {}
+
+std::optional<double> TimetableCsvParser::keyForDate(std::string_view date) {
+    if (date.size() != 10 || date[4] != '-' || date[7] != '-') return std::nullopt;
+    const auto y = parseNumber<int>(date.substr(0, 4));
+    const auto m = parseNumber<unsigned>(date.substr(5, 2));
+    const auto d = parseNumber<unsigned>(date.substr(8, 2));
+    if (!y || !m || !d) return std::nullopt;
+    using namespace std::chrono;
+    const year_month_day ymd{year{*y}, month{*m}, day{*d}};
+    if (!ymd.ok()) return std::nullopt;
+    return static_cast<double>(sys_days{ymd}.time_since_epoch().count()) * 86400.0;
+}
+
+std::optional<std::vector<TimetableRow>> TimetableCsvParser::parse(std::string_view text) {
+    static constexpr const char* kNames[] = {"Fajr", "sunrise", "Dhuhr", "Asr", "Maghrib", "Isha"};
+    error_.clear();
+    std::vector<TimetableRow> rows;
+    size_t lineNumber = 0;
+    size_t pos = 0;
+    while (pos <= text.size()) {
+        const auto newline = text.find('\n', pos);
+        const std::string_view line =
+            trim(text.substr(pos, newline == std::string_view::npos ? std::string_view::npos : newline - pos));
+        pos = newline == std::string_view::npos ? text.size() + 1 : newline + 1;
+        ++lineNumber;
+        if (line.empty() || line.front() == '#' || line.starts_with("date")) continue;
+
+        auto fail = [&](const std::string& why) {
+            error_ = "line " + std::to_string(lineNumber) + ": " + why;
+            return std::nullopt;
+        };
+        const auto fields = splitFields(line);
+        if (fields.size() != 7) {
+            return fail("expected 7 columns (date and six times), found " + std::to_string(fields.size()));
+        }
+        const auto key = keyForDate(fields[0]);
+        if (!key) return fail("'" + std::string(fields[0]) + "' is not a date of the form YYYY-MM-DD");
+        if (*key < firstKey_ || *key > lastKey_) {
+            return fail("date " + std::string(fields[0]) + " is outside the table's range " + dateText(firstKey_) +
+                        " to " + dateText(lastKey_));
+        }
+        TimetableRow row{*key, {}};
+        for (size_t i = 0; i < 6; ++i) {
+            const auto value = parseNumber<double>(fields[i + 1]);
+            if (!value) return fail(std::string(kNames[i]) + " '" + std::string(fields[i + 1]) + "' is not a number");
+            if (!(*value >= 0.0 && *value <= 24.0)) {
+                return fail(std::string(kNames[i]) + " " + std::string(fields[i + 1]) + " is outside 0 to 24 hours");
+            }
+            row.times[i] = *value;
+        }
+        rows.push_back(row);
+    }
+    std::sort(rows.begin(), rows.end(), [](const TimetableRow& a, const TimetableRow& b) { return a.key < b.key; });
+    for (size_t i = 1; i < rows.size(); ++i) {
+        if (rows[i].key == rows[i - 1].key) {
+            error_ = "date " + dateText(rows[i].key) + " appears more than once";
+            return std::nullopt;
+        }
+    }
+    return rows;
+}
+
+}  // namespace tarvo

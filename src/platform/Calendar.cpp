@@ -1,0 +1,63 @@
+#include "tarvo/platform/Calendar.h"
+
+#include <chrono>
+#include <cmath>
+
+namespace tarvo {
+
+namespace {
+
+constexpr int64_t kSecondsPerDay = 86400;
+
+// Days since 1970-01-01 of a civil date; months outside 1..12 roll into other years.
+int64_t daysFromCivil(int64_t year, int64_t month, int64_t day) {
+    using namespace std::chrono;
+    const int64_t monthIndex = month - 1;
+    const int64_t yearShift = monthIndex >= 0 ? monthIndex / 12 : -((11 - monthIndex) / 12);
+    const int64_t m = monthIndex - yearShift * 12 + 1;
+    const sys_days first = std::chrono::year(static_cast<int>(year + yearShift)) /
+                           std::chrono::month(static_cast<unsigned>(m)) / std::chrono::day(1);
+    return first.time_since_epoch().count() + (day - 1);
+}
+
+}  // namespace
+
+Calendar::Calendar() : zone_(TimeZone::systemDefault()) {}
+
+Calendar::Calendar(TimeZone zone) : zone_(std::move(zone)) {}
+
+DateComponents Calendar::components(Date date) const {
+    using namespace std::chrono;
+    const double local = date.timeIntervalSince1970() + static_cast<double>(zone_.secondsFromGMT(date));
+    const double dayFloor = std::floor(local / kSecondsPerDay);
+    const auto days = static_cast<int64_t>(dayFloor);
+    const double secondsOfDay = local - dayFloor * kSecondsPerDay;
+    const auto wholeSeconds = static_cast<int64_t>(std::floor(secondsOfDay));
+
+    const year_month_day ymd{sys_days{std::chrono::days{days}}};
+    DateComponents c;
+    c.year = static_cast<int>(ymd.year());
+    c.month = static_cast<unsigned>(ymd.month());
+    c.day = static_cast<unsigned>(ymd.day());
+    c.hour = wholeSeconds / 3600;
+    c.minute = (wholeSeconds % 3600) / 60;
+    c.second = wholeSeconds % 60;
+    c.nanosecond = static_cast<int64_t>(std::llround((secondsOfDay - static_cast<double>(wholeSeconds)) * 1e9));
+    c.weekday = weekday{sys_days{std::chrono::days{days}}}.c_encoding() + 1;
+    return c;
+}
+
+Date Calendar::dateFromComponents(const DateComponents& c) const {
+    const double local = static_cast<double>(daysFromCivil(c.year, c.month, c.day) * kSecondsPerDay +
+                                             c.hour * 3600 + c.minute * 60 + c.second) +
+                         static_cast<double>(c.nanosecond) / 1e9;
+    return Date(local - static_cast<double>(zone_.secondsFromGMTForLocalTime(local)));
+}
+
+Date Calendar::dateByAddingDays(int64_t days, Date date) const {
+    DateComponents c = components(date);
+    c.day += days;
+    return dateFromComponents(c);
+}
+
+}  // namespace tarvo

@@ -1,0 +1,138 @@
+#include "tarvo/platform/TimeZone.h"
+
+#include <array>
+#include <map>
+#include <mutex>
+
+#include <unicode/basictz.h>
+#include <unicode/timezone.h>
+#include <unicode/unistr.h>
+
+namespace tarvo {
+
+struct TimeZone::Impl {
+    std::string name;
+    std::unique_ptr<icu::TimeZone> zone;
+};
+
+namespace {
+
+// Zones are created once per name and kept for the life of the process: ICU zone
+// creation is slow, and the day computation asks for the same few zones over and over.
+struct Registry {
+    std::mutex mutex;
+    std::map<std::string, std::shared_ptr<const TimeZone::Impl>, std::less<>> byName;
+    std::shared_ptr<const TimeZone::Impl> systemDefault;
+};
+
+Registry& registry() {
+    static Registry* r = new Registry();  // never destroyed: zones outlive static teardown
+    return *r;
+}
+
+std::shared_ptr<const TimeZone::Impl> makeImpl(std::unique_ptr<icu::TimeZone> zone) {
+    auto impl = std::make_shared<TimeZone::Impl>();
+    icu::UnicodeString id;
+    zone->getID(id);
+    id.toUTF8String(impl->name);
+    impl->zone = std::move(zone);
+    return impl;
+}
+
+// Looks a name up; the caller holds the registry lock.
+std::shared_ptr<const TimeZone::Impl> lookUpLocked(Registry& r, std::string_view name) {
+    if (auto it = r.byName.find(name); it != r.byName.end()) return it->second;
+    std::unique_ptr<icu::TimeZone> zone(
+        icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(icu::StringPiece(name.data(), static_cast<int32_t>(name.size())))));
+    if (!zone || *zone == icu::TimeZone::getUnknown()) return nullptr;
+    auto impl = makeImpl(std::move(zone));
+    r.byName.emplace(std::string(name), impl);
+    return impl;
+}
+
+struct Offsets {
+    int32_t raw = 0;
+    int32_t dst = 0;
+};
+
+// A small per-thread cache of the last moments asked about. Zone data is never freed,
+// so its address identifies the zone for as long as the process runs.
+Offsets offsetsAt(const TimeZone::Impl& impl, double seconds) {
+    struct Entry {
+        const TimeZone::Impl* zone = nullptr;
+        double seconds = 0.0;
+        Offsets offsets;
+    };
+    thread_local std::array<Entry, 4> cache{};
+    thread_local unsigned next = 0;
+    for (const Entry& e : cache) {
+        if (e.zone == &impl && e.seconds == seconds) return e.offsets;
+    }
+    Offsets o;
+    UErrorCode status = U_ZERO_ERROR;
+    impl.zone->getOffset(seconds * 1000.0, false, o.raw, o.dst, status);
+    if (U_FAILURE(status)) o = Offsets{};
+    cache[next] = Entry{&impl, seconds, o};
+    next = (next + 1) % cache.size();
+    return o;
+}
+
+}  // namespace
+
+TimeZone::TimeZone(std::shared_ptr<const Impl> impl) : impl_(std::move(impl)) {}
+
+std::optional<TimeZone> TimeZone::withName(std::string_view name) {
+    Registry& r = registry();
+    std::lock_guard lock(r.mutex);
+    auto impl = lookUpLocked(r, name);
+    if (!impl) return std::nullopt;
+    return TimeZone(std::move(impl));
+}
+
+TimeZone TimeZone::gmt() {
+    static const TimeZone zone = *withName("GMT");
+    return zone;
+}
+
+TimeZone TimeZone::systemDefault() {
+    Registry& r = registry();
+    std::lock_guard lock(r.mutex);
+    if (!r.systemDefault) {
+        std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createDefault());
+        r.systemDefault = makeImpl(std::move(zone));
+    }
+    return TimeZone(r.systemDefault);
+}
+
+const std::string& TimeZone::name() const { return impl_->name; }
+
+int64_t TimeZone::secondsFromGMT(Date date) const {
+    const Offsets o = offsetsAt(*impl_, date.timeIntervalSince1970());
+    return (static_cast<int64_t>(o.raw) + o.dst) / 1000;
+}
+
+double TimeZone::daylightSavingTimeOffset(Date date) const {
+    return offsetsAt(*impl_, date.timeIntervalSince1970()).dst / 1000.0;
+}
+
+bool TimeZone::isDaylightSavingTime(Date date) const {
+    return offsetsAt(*impl_, date.timeIntervalSince1970()).dst != 0;
+}
+
+int64_t TimeZone::secondsFromGMTForLocalTime(double localSeconds) const {
+    int32_t raw = 0;
+    int32_t dst = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    if (auto* basic = dynamic_cast<const icu::BasicTimeZone*>(impl_->zone.get())) {
+        basic->getOffsetFromLocal(localSeconds * 1000.0, UCAL_TZ_LOCAL_FORMER, UCAL_TZ_LOCAL_LATTER, raw,
+                                  dst, status);
+    } else {
+        impl_->zone->getOffset(localSeconds * 1000.0, true, raw, dst, status);
+    }
+    if (U_FAILURE(status)) return 0;
+    return (static_cast<int64_t>(raw) + dst) / 1000;
+}
+
+bool TimeZone::operator==(const TimeZone& other) const { return impl_->name == other.impl_->name; }
+
+}  // namespace tarvo

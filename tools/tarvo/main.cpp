@@ -1,0 +1,43 @@
+// tarvo: prayer times, qibla and the user's cities at the terminal.
+#include <cstdio>
+#include <iostream>
+
+#include <CLI/CLI.hpp>
+
+#include "Commands.h"
+#include "tarvo/Version.h"
+#include "tarvo/platform/Log.h"
+
+int main(int argc, char** argv) {
+    CLI::App app{"tarvo: Muslim prayer times, qibla and cities from the TarvoCore library"};
+    app.set_version_flag("--version", std::string(reinterpret_cast<const char*>(TarvoCoreVersionString)));
+    app.require_subcommand(1);
+    app.set_help_all_flag("--help-all", "Show help for every command");
+    app.footer("Environment: TZ (the device's time zone), TARVO_LOG_LEVEL (verbose, debug, info, error).");
+
+    tarvo::cli::registerTimesCommand(app);
+    tarvo::cli::registerQiblaCommand(app);
+
+    int status = 0;
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& e) {
+        status = app.exit(e);
+    } catch (const CLI::CallForAllHelp& e) {
+        status = app.exit(e);
+    } catch (const CLI::CallForVersion& e) {
+        status = app.exit(e);
+    } catch (const CLI::ParseError& e) {
+        std::cerr << "tarvo: " << e.what() << "\n";
+        if (e.get_exit_code() != 0) std::cerr << "Run with --help for usage.\n";
+        status = e.get_exit_code() == 0 ? 0 : 2;
+    } catch (const tarvo::cli::UsageError& e) {
+        std::cerr << "tarvo: " << e.what() << "\n";
+        status = 2;
+    } catch (const std::exception& e) {
+        std::cerr << "tarvo: " << e.what() << "\n";
+        status = 1;
+    }
+    tarvo::Log::flush();
+    return status;
+}
