@@ -104,6 +104,12 @@ TimeZone TimeZone::systemDefault() {
     return TimeZone(r.systemDefault);
 }
 
+void TimeZone::setSystemDefault(const TimeZone& zone) {
+    Registry& r = registry();
+    std::lock_guard lock(r.mutex);
+    r.systemDefault = zone.impl_;
+}
+
 const std::string& TimeZone::name() const { return impl_->name; }
 
 int64_t TimeZone::secondsFromGMT(Date date) const {
