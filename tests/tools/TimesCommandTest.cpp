@@ -68,6 +68,7 @@ TEST(TarvoTimes, BadInputIsAUsageError) {
         EXPECT_EQ(r.status, 2) << joined;
         EXPECT_TRUE(r.out.empty()) << joined;
         EXPECT_EQ(r.err.rfind("tarvo: ", 0), 0u) << joined << ": " << r.err;
+        EXPECT_EQ(r.err.find('\n'), r.err.size() - 1) << "one line: " << r.err;
     }
 }
 
@@ -78,6 +79,12 @@ TEST(TarvoTimes, UnknownZoneWarnsAndUsesGMT) {
     EXPECT_NE(r.err.find("warning: unknown time zone 'Mars/Base'"), std::string::npos) << r.err;
     const auto gmt = runTarvo({"times", "--lat", "10", "--lon", "0", "--tz", "GMT", "--date", "2020-01-01", "--json"});
     EXPECT_EQ(nlohmann::json::parse(r.out)["hours"], nlohmann::json::parse(gmt.out)["hours"]);
+    // The engine's own log line shows only when asked for, with its file, line and function.
+    EXPECT_EQ(r.err.find("Timezone Could Not Be Found"), std::string::npos);
+    const auto verbose = runTarvo({"times", "--lat", "10", "--lon", "0", "--tz", "Mars/Base", "--json"},
+                                  {"TARVO_LOG_LEVEL=verbose"});
+    EXPECT_NE(verbose.err.find("[info] [PrayerCalculator.cpp:"), std::string::npos) << verbose.err;
+    EXPECT_NE(verbose.err.find("setTimeZone] Timezone Could Not Be Found: Mars/Base"), std::string::npos);
 }
 
 TEST(TarvoQibla, BearingAndDistance) {
