@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "support/Dates.h"
 #include "support/LogCapture.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/platform/Calendar.h"
@@ -15,19 +16,11 @@ using tarvo::Calendar;
 using tarvo::Date;
 using tarvo::DateComponents;
 using tarvo::PrayerCalculator;
+using tarvo::test::noonOn;
 using tarvo::TimeZone;
 
 namespace {
 
-// Noon of a date in the device's zone, the moment the tool and the facade ask about.
-Date noonOn(int64_t year, int64_t month, int64_t day) {
-    DateComponents c;
-    c.year = year;
-    c.month = month;
-    c.day = day;
-    c.hour = 12;
-    return Calendar().dateFromComponents(c);
-}
 
 double minutesOf(const std::string& hhmm) {
     return std::stoi(hhmm.substr(0, 2)) * 60.0 + std::stoi(hhmm.substr(3, 2));

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/Dates.h"
 #include "support/LogCapture.h"
 #include "support/RunProcess.h"
 #include "tarvo/calculation/DubaiFixedTimes.h"
@@ -17,19 +18,12 @@
 using tarvo::DubaiFixedTimes;
 using tarvo::KLFixedTimes;
 using tarvo::PrayerCalculator;
+using tarvo::test::noonOn;
 
 namespace {
 
 const std::array<double, 6> kMissing{-1, -1, -1, -1, -1, -1};
 
-tarvo::Date noonOn(int64_t year, int64_t month, int64_t day) {
-    tarvo::DateComponents c;
-    c.year = year;
-    c.month = month;
-    c.day = day;
-    c.hour = 12;
-    return tarvo::Calendar().dateFromComponents(c);
-}
 
 // Puts the shipped rows back after a test replaced a table.
 class RestoresTimetables : public ::testing::Test {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/Dates.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 
 using tarvo::PrayerCalculator;
@@ -102,12 +103,7 @@ TEST(HighLatitude, PolarDayAndNightGiveNotAvailableWithoutCrashing) {
     for (int month : {6, 12}) {
         PrayerCalculator c;
         c.setCalcMethod(1);
-        tarvo::DateComponents noon;
-        noon.year = 2024;
-        noon.month = month;
-        noon.day = 21;
-        noon.hour = 12;
-        const auto t = c.getDatePrayerTimesAsDoubles(tarvo::Calendar().dateFromComponents(noon), std::nullopt,
+        const auto t = c.getDatePrayerTimesAsDoubles(tarvo::test::noonOn(2024, month, 21), std::nullopt,
                                                      std::nullopt, 78.22, 15.65, std::string("Arctic/Longyearbyen"));
         ASSERT_EQ(t.size(), 10u);
         EXPECT_TRUE(std::isnan(t[PrayerCalculator::Sunrise])) << month;
