@@ -106,6 +106,8 @@ bool SqliteDatabase::open(const std::filesystem::path& path, int flags) {
         fail(SQLITE_READONLY, "the file is read-only (it is left untouched)");
         return false;
     }
+    // Another process may be creating or writing the file right now.
+    sqlite3_busy_timeout(db_, kDefaultBusyTimeoutMs);
     // Reading the schema makes SQLite look at the file now rather than at the first query.
     const int check = sqlite3_exec(db_, "SELECT count(*) FROM sqlite_master", nullptr, nullptr, nullptr);
     if (check != SQLITE_OK) {

@@ -28,6 +28,9 @@ public:
     static constexpr int kOpenFullMutex = 0x00010000;
     static constexpr int kOpenNoFollow = 0x01000000;
     static constexpr int kDefaultFlags = kOpenReadWrite | kOpenCreate;
+    /// How long an opened connection waits for another connection's lock before a
+    /// statement gives up with SQLITE_BUSY (setBusyTimeout changes it).
+    static constexpr int kDefaultBusyTimeoutMs = 5000;
 
     /// A closed connection.
     SqliteDatabase() = default;
