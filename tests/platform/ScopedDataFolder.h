@@ -1,10 +1,8 @@
 #pragma once
 
-#include <stdlib.h>
-
-#include <optional>
 #include <string>
 
+#include "platform/ScopedEnvironment.h"
 #include "platform/TempFolder.h"
 #include "tarvo/platform/UserDefaults.h"
 
@@ -15,18 +13,10 @@ namespace tarvo::test {
 class ScopedDataFolder {
 public:
     ScopedDataFolder() {
-        if (const char* old = ::getenv("TARVO_HOME")) previous_ = old;
-        ::setenv("TARVO_HOME", folder_.path().c_str(), 1);
+        environment_.set("TARVO_HOME", folder_.path().string());
         UserDefaults::resetStandardStores();
     }
-    ~ScopedDataFolder() {
-        UserDefaults::resetStandardStores();
-        if (previous_) {
-            ::setenv("TARVO_HOME", previous_->c_str(), 1);
-        } else {
-            ::unsetenv("TARVO_HOME");
-        }
-    }
+    ~ScopedDataFolder() { UserDefaults::resetStandardStores(); }
     ScopedDataFolder(const ScopedDataFolder&) = delete;
     ScopedDataFolder& operator=(const ScopedDataFolder&) = delete;
 
@@ -35,7 +25,7 @@ public:
 
 private:
     TempFolder folder_;
-    std::optional<std::string> previous_;
+    ScopedEnvironment environment_;
 };
 
 }  // namespace tarvo::test

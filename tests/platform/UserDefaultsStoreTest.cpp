@@ -1,12 +1,11 @@
 // The preferences store as a store: registration, persistence, the process-wide suites,
 // the data folder and files it must not use.
-#include <stdlib.h>
-
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include "platform/LogCapture.h"
 #include "platform/ScopedDataFolder.h"
+#include "platform/ScopedEnvironment.h"
 #include "tarvo/platform/SqliteDatabase.h"
 #include "tarvo/platform/SqliteStatement.h"
 #include "tarvo/platform/UserDefaults.h"
@@ -166,32 +165,25 @@ TEST_F(UserDefaultsStore, ProcessWideSuitesLiveInTheDataFolder) {
 class DataDirectory : public ::testing::Test {
 protected:
     void SetUp() override {
-        for (const char* name : {"TARVO_HOME", "XDG_DATA_HOME", "HOME"}) {
-            if (const char* value = ::getenv(name)) saved.emplace_back(name, value);
-        }
-        ::unsetenv("TARVO_HOME");
-        ::unsetenv("XDG_DATA_HOME");
-        ::setenv("HOME", (temp / "home").c_str(), 1);
-    }
-    void TearDown() override {
-        for (const char* name : {"TARVO_HOME", "XDG_DATA_HOME", "HOME"}) ::unsetenv(name);
-        for (const auto& [name, value] : saved) ::setenv(name.c_str(), value.c_str(), 1);
+        environment.unset("TARVO_HOME");
+        environment.unset("XDG_DATA_HOME");
+        environment.set("HOME", (temp / "home").string());
     }
     TempFolder temp;
-    std::vector<std::pair<std::string, std::string>> saved;
+    test::ScopedEnvironment environment;
 };
 
 TEST_F(DataDirectory, FollowsTarvoHomeThenXdgThenHome) {
     EXPECT_EQ(UserDefaults::dataDirectory(), temp / "home/.local/share/tarvo");
     EXPECT_TRUE(std::filesystem::is_directory(temp / "home/.local/share/tarvo")) << "created when missing";
 
-    ::setenv("XDG_DATA_HOME", "relative/data", 1);
+    environment.set("XDG_DATA_HOME", "relative/data");
     EXPECT_EQ(UserDefaults::dataDirectory(), temp / "home/.local/share/tarvo") << "a relative XDG path is ignored";
 
-    ::setenv("XDG_DATA_HOME", (temp / "xdg").c_str(), 1);
+    environment.set("XDG_DATA_HOME", (temp / "xdg").string());
     EXPECT_EQ(UserDefaults::dataDirectory(), temp / "xdg/tarvo");
 
-    ::setenv("TARVO_HOME", (temp / "tarvo-home").c_str(), 1);
+    environment.set("TARVO_HOME", (temp / "tarvo-home").string());
     EXPECT_EQ(UserDefaults::dataDirectory(), temp / "tarvo-home");
     EXPECT_TRUE(std::filesystem::is_directory(temp / "tarvo-home"));
 }
