@@ -48,7 +48,9 @@ public:
     bool isPersistent() const;
     const std::filesystem::path& path() const;
 
+    /// The stored value, else the registered one, else nothing.
     std::optional<Value> objectForKey(std::string_view key) const;
+    /// Stores the value; a null value removes the key (as storing nothing does).
     void setObject(std::string_view key, const Value& value);
     void removeObjectForKey(std::string_view key);
 
@@ -67,11 +69,16 @@ public:
     std::optional<Value> arrayForKey(std::string_view key) const;
     std::optional<Value> dictionaryForKey(std::string_view key) const;
 
-    /// Values for absent keys; kept in memory only.
+    /// Values for absent keys; kept in memory only. Adds to (and replaces in) what was
+    /// registered before; a null value withdraws that key's default.
     void registerDefaults(const Value& dictionary);
     /// Registered defaults overlaid by every stored value, as one JSON object.
     Value dictionaryRepresentation() const;
-    /// Makes every write so far durable; false when the store could not be written.
+    /// The stored values only, without the registered defaults, as one JSON object.
+    Value persistentDomain() const;
+    /// Makes every write so far durable; false when the store could not be written (it
+    /// works in memory only). Each write is committed at once and seen by other processes;
+    /// this also carries it into the database file and onto the disk.
     bool synchronize();
 
     struct Impl;

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace tarvo {
+
+/// The layout of a keyed archive inside its CBOR bytes: one map holding a format marker,
+/// the format version, the archived class's name and the map of encoded values.
+class ArchiveFormat {
+public:
+    static constexpr const char* kMarker = "tarvo.keyed-archive";
+    static constexpr int64_t kVersion = 1;
+
+    struct Contents {
+        std::string className;
+        nlohmann::json values;
+    };
+
+    static nlohmann::json wrap(const std::string& className, const nlohmann::json& values);
+    /// The class name and values of a decoded archive; nothing (with the reason in `error`)
+    /// when the value does not have the archive's layout.
+    static std::optional<Contents> unwrap(nlohmann::json archive, std::string& error);
+};
+
+}  // namespace tarvo

@@ -1,0 +1,159 @@
+#include "tarvo/platform/SqliteDatabase.h"
+
+#include <sys/stat.h>
+
+#include <array>
+#include <fstream>
+#include <utility>
+
+#include <sqlite3.h>
+
+namespace tarvo {
+
+static_assert(SqliteDatabase::kOpenReadOnly == SQLITE_OPEN_READONLY);
+static_assert(SqliteDatabase::kOpenReadWrite == SQLITE_OPEN_READWRITE);
+static_assert(SqliteDatabase::kOpenCreate == SQLITE_OPEN_CREATE);
+static_assert(SqliteDatabase::kOpenUri == SQLITE_OPEN_URI);
+static_assert(SqliteDatabase::kOpenMemory == SQLITE_OPEN_MEMORY);
+static_assert(SqliteDatabase::kOpenNoMutex == SQLITE_OPEN_NOMUTEX);
+static_assert(SqliteDatabase::kOpenFullMutex == SQLITE_OPEN_FULLMUTEX);
+static_assert(SqliteDatabase::kOpenNoFollow == SQLITE_OPEN_NOFOLLOW);
+
+namespace {
+
+constexpr std::array<char, 16> kHeader = {'S', 'Q', 'L', 'i', 't', 'e', ' ', 'f',
+                                          'o', 'r', 'm', 'a', 't', ' ', '3', '\0'};
+
+// Whether the first bytes of a non-empty file are SQLite's header. Checked before SQLite
+// opens the file: SQLite itself only notices on the first read, and we never want it to
+// get as far as a write on something that belongs to somebody else.
+bool hasSqliteHeader(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::array<char, 16> head{};
+    in.read(head.data(), static_cast<std::streamsize>(head.size()));
+    return in.gcount() == static_cast<std::streamsize>(head.size()) && head == kHeader;
+}
+
+bool isSpecialName(const std::filesystem::path& path, int flags) {
+    return path.empty() || path == ":memory:" || (flags & (SQLITE_OPEN_URI | SQLITE_OPEN_MEMORY)) != 0;
+}
+
+}  // namespace
+
+SqliteDatabase::~SqliteDatabase() { close(); }
+
+SqliteDatabase::SqliteDatabase(SqliteDatabase&& other) noexcept
+    : db_(std::exchange(other.db_, nullptr)),
+      path_(std::move(other.path_)),
+      openErrorCode_(other.openErrorCode_),
+      openError_(std::move(other.openError_)) {}
+
+SqliteDatabase& SqliteDatabase::operator=(SqliteDatabase&& other) noexcept {
+    if (this != &other) {
+        close();
+        db_ = std::exchange(other.db_, nullptr);
+        path_ = std::move(other.path_);
+        openErrorCode_ = other.openErrorCode_;
+        openError_ = std::move(other.openError_);
+    }
+    return *this;
+}
+
+void SqliteDatabase::fail(int code, std::string message) {
+    if (db_) {
+        sqlite3_close_v2(db_);
+        db_ = nullptr;
+    }
+    openErrorCode_ = code;
+    openError_ = path_.string() + ": " + message;
+}
+
+bool SqliteDatabase::open(const std::filesystem::path& path, int flags) {
+    close();
+    path_ = path;
+    openErrorCode_ = 0;
+    openError_.clear();
+
+    const bool wantsWrite = (flags & SQLITE_OPEN_READWRITE) != 0;
+    if (!isSpecialName(path, flags)) {
+        struct stat info {};
+        if (::stat(path.c_str(), &info) == 0) {
+            if (S_ISDIR(info.st_mode)) {
+                fail(SQLITE_CANTOPEN, "is a folder, not an SQLite database");
+                return false;
+            }
+            if (info.st_size > 0 && !hasSqliteHeader(path)) {
+                fail(SQLITE_NOTADB, "not an SQLite database (the file is left untouched)");
+                return false;
+            }
+            // Permission bits that let nobody write mean the owner wants the file kept as
+            // it is; honour that even when running with rights that would override them.
+            if (wantsWrite && (info.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) {
+                fail(SQLITE_READONLY, "the file is read-only (it is left untouched)");
+                return false;
+            }
+        }
+    }
+
+    const int rc = sqlite3_open_v2(path.c_str(), &db_, flags | SQLITE_OPEN_EXRESCODE, nullptr);
+    if (rc != SQLITE_OK) {
+        const std::string message = db_ ? sqlite3_errmsg(db_) : sqlite3_errstr(rc);
+        fail(rc, message);
+        return false;
+    }
+    // SQLite quietly falls back to reading when the file cannot be opened for writing.
+    if (wantsWrite && sqlite3_db_readonly(db_, "main") == 1) {
+        fail(SQLITE_READONLY, "the file is read-only (it is left untouched)");
+        return false;
+    }
+    // Another process may be creating or writing the file right now.
+    sqlite3_busy_timeout(db_, kDefaultBusyTimeoutMs);
+    // Reading the schema makes SQLite look at the file now rather than at the first query.
+    const int check = sqlite3_exec(db_, "SELECT count(*) FROM sqlite_master", nullptr, nullptr, nullptr);
+    if (check != SQLITE_OK) {
+        const std::string message = check == SQLITE_NOTADB
+                                        ? std::string("not an SQLite database (the file is left untouched)")
+                                        : std::string(sqlite3_errmsg(db_));
+        fail(check, message);
+        return false;
+    }
+    return true;
+}
+
+void SqliteDatabase::close() {
+    if (db_) {
+        // close_v2 keeps the connection alive until statements prepared on it are finalised.
+        sqlite3_close_v2(db_);
+        db_ = nullptr;
+    }
+}
+
+bool SqliteDatabase::isReadOnly() const { return db_ && sqlite3_db_readonly(db_, "main") == 1; }
+
+int SqliteDatabase::exec(std::string_view sql) {
+    if (!db_) return SQLITE_MISUSE;
+    // sqlite3_exec wants a terminated string.
+    const std::string text(sql);
+    return sqlite3_exec(db_, text.c_str(), nullptr, nullptr, nullptr);
+}
+
+int SqliteDatabase::setBusyTimeout(int milliseconds) {
+    if (!db_) return SQLITE_MISUSE;
+    return sqlite3_busy_timeout(db_, milliseconds);
+}
+
+std::string SqliteDatabase::errorMessage() const {
+    if (!db_) return openError_.empty() ? std::string("database is not open") : openError_;
+    return sqlite3_errmsg(db_);
+}
+
+int SqliteDatabase::errorCode() const {
+    if (!db_) return openErrorCode_ != 0 ? openErrorCode_ : SQLITE_MISUSE;
+    return sqlite3_extended_errcode(db_);
+}
+
+int64_t SqliteDatabase::lastInsertRowId() const { return db_ ? sqlite3_last_insert_rowid(db_) : 0; }
+
+int64_t SqliteDatabase::changes() const { return db_ ? sqlite3_changes64(db_) : 0; }
+
+}  // namespace tarvo
