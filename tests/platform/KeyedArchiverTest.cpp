@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/LogCapture.h"
+#include "support/LogCapture.h"
 #include "tarvo/platform/KeyedArchiver.h"
 #include "tarvo/platform/KeyedUnarchiver.h"
 

@@ -2,7 +2,7 @@
 // the data folder and files it must not use.
 #include <gtest/gtest.h>
 
-#include "platform/LogCapture.h"
+#include "support/LogCapture.h"
 #include "platform/ParamName.h"
 #include "platform/ScopedDataFolder.h"
 #include "platform/ScopedEnvironment.h"

@@ -9,31 +9,59 @@
 
 namespace tarvo::test {
 
-/// Collects every log line written while it lives, whatever the level.
+/// Collects every log line the library writes while it lives, whatever the level, and
+/// keeps them off standard error.
 class LogCapture {
 public:
-    LogCapture() {
-        Log::setObserver([this](Log::Level, const std::string& message) {
+    LogCapture() : previousLevel_(Log::level()) {
+        Log::setLevel(Log::Level::off);
+        Log::setObserver([this](Log::Level level, const std::string& message) {
             std::lock_guard lock(mutex_);
-            lines_.push_back(message);
+            lines_.push_back({level, message});
         });
     }
-    ~LogCapture() { Log::setObserver({}); }
+    ~LogCapture() {
+        Log::setObserver({});
+        Log::setLevel(previousLevel_);
+    }
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    std::vector<std::string> lines() const {
-        std::lock_guard lock(mutex_);
-        return lines_;
+    /// Every line, in order.
+    std::vector<std::string> lines() const { return select([](const Line&) { return true; }); }
+    /// The error-level lines, in order.
+    std::vector<std::string> errors() const {
+        return select([](const Line& l) { return l.level == Log::Level::error; });
     }
-    size_t count(const std::string& line) const {
-        std::lock_guard lock(mutex_);
-        return static_cast<size_t>(std::count(lines_.begin(), lines_.end(), line));
+    /// How many lines read exactly `text`.
+    size_t count(const std::string& text) const {
+        return select([&](const Line& l) { return l.message == text; }).size();
+    }
+    /// Whether some error line contains `text`.
+    bool hasError(const std::string& text) const {
+        return !select([&](const Line& l) {
+                    return l.level == Log::Level::error && l.message.find(text) != std::string::npos;
+                }).empty();
     }
 
 private:
+    struct Line {
+        Log::Level level;
+        std::string message;
+    };
+    template <typename Predicate>
+    std::vector<std::string> select(Predicate keep) const {
+        std::lock_guard lock(mutex_);
+        std::vector<std::string> out;
+        for (const auto& line : lines_) {
+            if (keep(line)) out.push_back(line.message);
+        }
+        return out;
+    }
+
+    Log::Level previousLevel_;
     mutable std::mutex mutex_;
-    std::vector<std::string> lines_;
+    std::vector<Line> lines_;
 };
 
 }  // namespace tarvo::test
