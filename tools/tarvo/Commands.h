@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 namespace tarvo::cli {
 
@@ -19,6 +20,12 @@ public:
 /// Each subcommand registers itself on the application and runs from its callback.
 void registerTimesCommand(CLI::App& app);
 void registerQiblaCommand(CLI::App& app);
+void registerConfigCommand(CLI::App& app);
+
+/// The defaults the tool, as the host application, registers in the shared preferences.
+const nlohmann::json& hostDefaults();
+/// Registers hostDefaults() in the shared preferences (at start-up, before any command).
+void registerHostDefaults();
 
 /// Shared option helpers.
 void addLatitudeOption(CLI::App& command, double& latitude, bool required);

@@ -13,13 +13,16 @@ int main(int argc, char** argv) {
     app.set_version_flag("--version", std::string(reinterpret_cast<const char*>(TarvoCoreVersionString)));
     app.require_subcommand(1);
     app.set_help_all_flag("--help-all", "Show help for every command");
-    app.footer("Environment: TZ (the device's time zone), TARVO_LOG_LEVEL (verbose, debug, info, error).");
+    app.footer("Environment: TZ (the device's time zone), TARVO_LOG_LEVEL (verbose, debug, info, error), "
+               "TARVO_HOME (the data folder).");
 
     tarvo::cli::registerTimesCommand(app);
     tarvo::cli::registerQiblaCommand(app);
+    tarvo::cli::registerConfigCommand(app);
 
     int status = 0;
     try {
+        tarvo::cli::registerHostDefaults();
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp& e) {
         status = app.exit(e);

@@ -1,0 +1,157 @@
+// tarvo config: read and change the shared preferences.
+#include <charconv>
+#include <cmath>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "Commands.h"
+#include "tarvo/platform/UserDefaults.h"
+
+namespace tarvo::cli {
+
+namespace {
+
+using json = nlohmann::json;
+
+struct ConfigOptions {
+    std::string key;
+    std::string value;
+    std::string type = "string";
+    bool json = false;
+};
+
+std::shared_ptr<UserDefaults> store() { return UserDefaults::sharedUserDefaultsObj(); }
+
+// Text that may hold bytes that are not UTF-8 is still printed, with replacement characters.
+std::string dumpJson(const json& value) { return value.dump(-1, ' ', false, json::error_handler_t::replace); }
+
+// Text as it is, data as its size and bytes in hex, everything else as JSON.
+std::string toText(const json& value) {
+    if (value.is_string()) return value.get<std::string>();
+    if (value.is_binary()) {
+        std::string hex;
+        for (const uint8_t byte : value.get_binary()) hex += fmt::format("{:02x}", byte);
+        return fmt::format("<{} bytes: {}>", value.get_binary().size(), hex);
+    }
+    return dumpJson(value);
+}
+
+void printOne(const ConfigOptions& o) {
+    const auto value = store()->objectForKey(o.key);
+    if (!value) throw std::runtime_error("no value for '" + o.key + "'");
+    std::cout << (o.json ? dumpJson(*value) : toText(*value)) << "\n";
+}
+
+void printAll(const ConfigOptions& o) {
+    const auto defaults = store();
+    const json all = defaults->dictionaryRepresentation();
+    if (o.json) {
+        std::cout << dumpJson(all) << "\n";
+        return;
+    }
+    const json stored = defaults->persistentDomain();
+    for (const auto& [key, value] : all.items()) {
+        std::cout << key << " = " << toText(value) << (stored.contains(key) ? "" : " (default)") << "\n";
+    }
+}
+
+json parseValue(const ConfigOptions& o) {
+    const std::string& text = o.value;
+    auto malformed = [&] { return UsageError("'" + text + "' is not a valid " + o.type); };
+    if (o.type == "string") return text;
+    if (o.type == "bool") {
+        for (const char* yes : {"true", "TRUE", "True", "yes", "YES", "Yes", "1"}) {
+            if (text == yes) return true;
+        }
+        for (const char* no : {"false", "FALSE", "False", "no", "NO", "No", "0"}) {
+            if (text == no) return false;
+        }
+        throw malformed();
+    }
+    const char* end = text.data() + text.size();
+    if (o.type == "int") {
+        int64_t number = 0;
+        const auto [ptr, ec] = std::from_chars(text.data(), end, number);
+        if (text.empty() || ec != std::errc() || ptr != end) throw malformed();
+        return number;
+    }
+    double number = 0;
+    const auto [ptr, ec] = std::from_chars(text.data(), end, number);
+    if (text.empty() || ec != std::errc() || ptr != end || !std::isfinite(number)) throw malformed();
+    return number;
+}
+
+// Refuses before anything is changed when the preferences file cannot be written.
+std::shared_ptr<UserDefaults> writableStore() {
+    auto defaults = store();
+    if (!defaults->isPersistent()) {
+        throw std::runtime_error("preferences at " + defaults->path().string() + " cannot be written");
+    }
+    return defaults;
+}
+
+void commit(UserDefaults& defaults) {
+    if (!defaults.synchronize()) throw std::runtime_error("preferences could not be saved");
+}
+
+void set(const ConfigOptions& o) {
+    if (o.key.empty()) throw UsageError("the key must not be empty");
+    const json value = parseValue(o);
+    auto defaults = writableStore();
+    defaults->setObject(o.key, value);
+    commit(*defaults);
+}
+
+void unset(const ConfigOptions& o) {
+    auto defaults = writableStore();
+    defaults->removeObjectForKey(o.key);
+    commit(*defaults);
+}
+
+}  // namespace
+
+void registerConfigCommand(CLI::App& app) {
+    auto options = std::make_shared<ConfigOptions>();
+    CLI::App* config = app.add_subcommand("config", "Read and change the shared preferences");
+    config->require_subcommand(1);
+    config->footer(
+        "The preferences live in shared.sqlite in the data folder: $TARVO_HOME, else $XDG_DATA_HOME/tarvo, "
+        "else ~/.local/share/tarvo.\nExit status: 0 done, 1 no value for the key or the preferences cannot be "
+        "written, 2 bad usage.");
+
+    CLI::App* get = config->add_subcommand("get", "Show every preference, or the value of one key");
+    get->add_option("key", options->key, "The preference to show (all when left out)");
+    get->add_flag("--json", options->json,
+                  "Print JSON: the value of the key, or one object of every key and value");
+    get->footer("A key with no value, stored or default, prints nothing and exits with status 1.\n"
+                "Without --json text is shown as it is, data in hex, and other values as JSON; in the list, "
+                "\"(default)\" marks values the tool registers that are not stored.");
+    get->callback([options] {
+        if (options->key.empty()) {
+            printAll(*options);
+        } else {
+            printOne(*options);
+        }
+    });
+
+    CLI::App* setCommand = config->add_subcommand("set", "Store a value under a key");
+    setCommand->add_option("key", options->key, "The preference to set")->required();
+    setCommand->add_option("value", options->value, "The value, read as --type says")->required();
+    setCommand->add_option("--type", options->type,
+                           "How to read the value: string (default), int, bool (true/false, yes/no, 1/0) or double")
+        ->check(CLI::IsMember({"string", "int", "bool", "double"}));
+    setCommand->callback([options] { set(*options); });
+
+    CLI::App* unsetCommand = config->add_subcommand("unset", "Remove the stored value of a key (its default, if any, shows again)");
+    unsetCommand->add_option("key", options->key, "The preference to remove")->required();
+    unsetCommand->callback([options] { unset(*options); });
+
+    CLI::App* path = config->add_subcommand("path", "Show the file the shared preferences are kept in");
+    path->callback([] { std::cout << store()->path().string() << "\n"; });
+}
+
+}  // namespace tarvo::cli

@@ -1,0 +1,23 @@
+// The tool's own defaults, registered as the host application's.
+#include "Commands.h"
+#include "tarvo/platform/UserDefaults.h"
+
+namespace tarvo::cli {
+
+const nlohmann::json& hostDefaults() {
+    static const nlohmann::json defaults = {
+        // A new automatic city takes its offset from its time zone (50 is the marker for that).
+        {"AutoCityGMT", 50.0},
+        // The second time of the day is called Sunrise rather than Doha.
+        {"UseSunrise", true},
+    };
+    return defaults;
+}
+
+void registerHostDefaults() {
+    // The library registers no defaults of its own; the host does, in the registration
+    // domain, so they answer for unset keys without ever being written to the file.
+    UserDefaults::sharedUserDefaultsObj()->registerDefaults(hostDefaults());
+}
+
+}  // namespace tarvo::cli
