@@ -34,11 +34,11 @@ std::shared_ptr<UserDatabase> UserDatabase::open(const std::filesystem::path& pa
     std::shared_ptr<UserDatabase> userDatabase(new UserDatabase());
     if (!userDatabase->database_.open(path)) {
         error = userDatabase->database_.errorMessage();
-        TARVO_LOG_ERROR("User database not opened: {}", error);
+        TARVO_LOG_INFO("User database not opened: {}", error);
         return nullptr;
     }
     if (!userDatabase->upgrade(error)) {
-        TARVO_LOG_ERROR("User database not upgraded: {}", error);
+        TARVO_LOG_INFO("User database not upgraded: {}", error);
         return nullptr;
     }
     return userDatabase;
