@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -7,6 +8,11 @@
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
+
+namespace tarvo {
+class TarvoCity;
+class UserDatabase;
+}  // namespace tarvo
 
 namespace tarvo::cli {
 
@@ -21,6 +27,13 @@ public:
 void registerTimesCommand(CLI::App& app);
 void registerQiblaCommand(CLI::App& app);
 void registerConfigCommand(CLI::App& app);
+void registerCitiesCommand(CLI::App& app);
+
+/// The user database in the data folder, opened (created and upgraded when needed), or a
+/// UsageError saying why it cannot be used.
+std::shared_ptr<UserDatabase> openUserDatabase();
+/// A city as a JSON object keyed by the city's field names.
+nlohmann::ordered_json cityJson(const TarvoCity& city);
 
 /// The defaults the tool, as the host application, registers in the shared preferences.
 const nlohmann::json& hostDefaults();
