@@ -85,6 +85,59 @@ std::string textOr(const SqliteStatement& statement, int column, const char* fal
 int64_t clampedMethod(int64_t method, int64_t replacement) { return method < 1 || method > 7 ? replacement : method; }
 int64_t clampedAsr(int64_t asr, int64_t replacement) { return asr < 1 || asr > 2 ? replacement : asr; }
 
+// Where a reader finds the fields in its statement's row. Columns 0 to 9 are the same for
+// every reader (current_city to adjusthighlat).
+struct RowLayout {
+    int64_t badMethodReadsAs;
+    int primaryKey;  // -1: not selected
+    int customFajrAngle;
+    int customIshaAngle;
+    int timeZone;
+    const char* missingTimeZone;
+    int stateName;
+    int lastModDate;
+    int lastSyncDate;
+};
+
+constexpr RowLayout kSelectionRow = {0, 10, 11, 12, 13, "Europe/London", 14, 15, 16};
+constexpr RowLayout kListRow = {0, 10, 11, 12, 13, "", 14, 15, 16};
+// The primary-key statement selects no state_name, and its reader takes the columns from 13
+// on one place off: the state name gets the text of lastmoddate, LastModDate gets
+// lastsyncdate and LastSyncDate a column past the end, which reads as 0. Kept exactly so:
+// these are the values existing hosts have always received from this reader.
+constexpr RowLayout kByKeyRow = {1, -1, 10, 11, 12, "", 13, 14, 15};
+
+// Sets the row's values on the city through its setters, in column order. Whether this is
+// tracked depends on the city's IsLoadingFromDB.
+void fillFromRow(TarvoCity& city, const SqliteStatement& row, const RowLayout& layout) {
+    city.setIsSelectedCity(row.columnInt64(0) != 0);
+    city.setCountryName(textOr(row, 1, "United Kingdom"));
+    city.setCityName(textOr(row, 2, "London"));
+    city.setLatitude(row.columnDouble(3));
+    city.setLongitude(row.columnDouble(4));
+    city.setGMT(row.columnDouble(5));
+    city.setDSTPreference(row.columnInt64(6));
+    city.setPrayerMethod(clampedMethod(row.columnInt64(7), layout.badMethodReadsAs));
+    city.setAsrMethod(clampedAsr(row.columnInt64(8), layout.badMethodReadsAs));
+    city.setAdjustHighLatitude(row.columnInt64(9));
+    if (layout.primaryKey >= 0) city.setPrimaryKey(row.columnInt64(layout.primaryKey));
+    city.setCustomFajrAngle(row.columnDouble(layout.customFajrAngle));
+    city.setCustomIshaAngle(row.columnDouble(layout.customIshaAngle));
+    city.setTimeZone(textOr(row, layout.timeZone, layout.missingTimeZone));
+    city.setStateName(textOr(row, layout.stateName, ""));
+    city.setLastModDate(Date(row.columnDouble(layout.lastModDate)));
+    city.setLastSyncDate(Date(row.columnDouble(layout.lastSyncDate)));
+}
+
+// A city read silently (no tracking) from a row of the current-selection or list statement.
+std::shared_ptr<TarvoCity> savedCityFromRow(const SqliteStatement& row, const RowLayout& layout) {
+    auto city = std::make_shared<TarvoCity>();
+    city->setIsLoadingFromDB(true);
+    fillFromRow(*city, row, layout);
+    city->setIsLoadingFromDB(false);
+    return city;
+}
+
 void runSchemaSteps(SqliteDatabase& database, std::span<const SchemaStep> steps) {
     TARVO_LOG_VERBOSE("[DB] UPDATE Schema");
     {
@@ -115,31 +168,6 @@ std::recursive_mutex& TarvoCity::syncObj() {
     return lock;
 }
 
-// Reads a row of the current-selection or all-saved statement, silently (no tracking).
-std::shared_ptr<TarvoCity> TarvoCity::readSavedRow(const SqliteStatement& row, bool forCurrentSelection) {
-    auto city = std::make_shared<TarvoCity>();
-    city->setIsLoadingFromDB(true);
-    city->setIsSelectedCity(row.columnInt64(0) != 0);
-    city->setCountryName(textOr(row, 1, "United Kingdom"));
-    city->setCityName(textOr(row, 2, "London"));
-    city->setLatitude(row.columnDouble(3));
-    city->setLongitude(row.columnDouble(4));
-    city->setGMT(row.columnDouble(5));
-    city->setDSTPreference(row.columnInt64(6));
-    city->setPrayerMethod(clampedMethod(row.columnInt64(7), 0));
-    city->setAsrMethod(clampedAsr(row.columnInt64(8), 0));
-    city->setAdjustHighLatitude(row.columnInt64(9));
-    city->setPrimaryKey(row.columnInt64(10));
-    city->setCustomFajrAngle(row.columnDouble(11));
-    city->setCustomIshaAngle(row.columnDouble(12));
-    city->setTimeZone(textOr(row, 13, forCurrentSelection ? "Europe/London" : ""));
-    city->setStateName(textOr(row, 14, ""));
-    city->setLastModDate(Date(row.columnDouble(15)));
-    city->setLastSyncDate(Date(row.columnDouble(16)));
-    city->setIsLoadingFromDB(false);
-    return city;
-}
-
 std::shared_ptr<TarvoCity> TarvoCity::initWithCurrentSelectionUsingDB(SqliteDatabase& database) {
     std::lock_guard lock(syncObj());
     TARVO_LOG_DEBUG("[DB] [DB] Init With Current Selection");
@@ -152,7 +180,7 @@ std::shared_ptr<TarvoCity> TarvoCity::initWithCurrentSelectionUsingDB(SqliteData
     std::shared_ptr<TarvoCity> city;
     const int result = slot.step();
     if (result == SQLITE_ROW) {
-        city = readSavedRow(slot.statement(), true);
+        city = savedCityFromRow(slot.statement(), kSelectionRow);
     } else {
         TARVO_LOG_INFO("[DB]   Could not load default city, res: {}", result);
         city = InitWithDefaults();
@@ -244,7 +272,7 @@ std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetSavedCities(SqliteDatabase
         TARVO_LOG_ERROR("[DB] Error: failed to get saved cities with message '{}'.", database.errorMessage());
         return cities;
     }
-    while (slot.step() == SQLITE_ROW) cities.push_back(readSavedRow(slot.statement(), false));
+    while (slot.step() == SQLITE_ROW) cities.push_back(savedCityFromRow(slot.statement(), kListRow));
     slot.reset();
     return cities;
 }
@@ -279,27 +307,8 @@ std::shared_ptr<TarvoCity> TarvoCity::initWithPrimaryKey(int64_t primaryKey, Sql
     }
     // This reader goes through the tracked setters: it logs DIRTY lines and mirrors the
     // calculation preferences like an edit would, and clears the dirty mark at the end.
-    city->setIsSelectedCity(row.columnInt64(0) != 0);
-    city->setCountryName(textOr(row, 1, "United Kingdom"));
-    city->setCityName(textOr(row, 2, "London"));
-    city->setLatitude(row.columnDouble(3));
-    city->setLongitude(row.columnDouble(4));
-    city->setGMT(row.columnDouble(5));
-    city->setDSTPreference(row.columnInt64(6));
     // Unlike the other readers, a bad method reads as the first valid one.
-    city->setPrayerMethod(clampedMethod(row.columnInt64(7), 1));
-    city->setAsrMethod(clampedAsr(row.columnInt64(8), 1));
-    city->setAdjustHighLatitude(row.columnInt64(9));
-    city->setCustomFajrAngle(row.columnDouble(10));
-    city->setCustomIshaAngle(row.columnDouble(11));
-    city->setTimeZone(textOr(row, 12, ""));
-    // The statement selects no state_name, and the columns from 13 on are read one place
-    // off: the state name gets the text of lastmoddate, LastModDate gets lastsyncdate and
-    // LastSyncDate a column past the end, which reads as 0. Kept exactly so: callers of this
-    // reader have always seen these values and compare against them.
-    city->setStateName(row.columnText(13));
-    city->setLastModDate(Date(row.columnDouble(14)));
-    city->setLastSyncDate(Date(row.columnDouble(15)));
+    fillFromRow(*city, row, kByKeyRow);
     slot.reset();
     city->dirty_ = false;
     return city;

@@ -15,7 +15,6 @@ namespace tarvo {
 class KeyedArchiver;
 class KeyedUnarchiver;
 class SqliteDatabase;
-class SqliteStatement;
 
 /// One place for which prayer times are computed: a named position with a time-zone name, a
 /// fixed GMT offset (or a marker meaning "take it from the zone"), a daylight-saving
@@ -174,8 +173,6 @@ private:
     template <typename T, typename Describe>
     bool setTracked(T& field, const T& value, Describe message, std::string_view mirrorKey = {}, T mirrorValue = T{},
                     bool stamp = true);
-
-    static std::shared_ptr<TarvoCity> readSavedRow(const SqliteStatement& statement, bool forCurrentSelection);
 
     bool dirty_ = false;
     bool IsAutomaticGPSLocation_ = true;
