@@ -29,14 +29,7 @@ std::vector<uint8_t> archived(const PrayerConfiguration& configuration) {
 }
 
 TEST_F(PrayerConfigurationTest, LoadsEveryKeyWithItsReadingRule) {
-    {
-        const PrayerConfiguration empty;
-        EXPECT_FALSE(empty.UsePrayerAdjustments());
-        EXPECT_FALSE(empty.SoundAlertsDisabled());
-        EXPECT_FALSE(empty.UseSunrise());
-        EXPECT_EQ(empty.FajrAdj(), 0);
-        EXPECT_EQ(empty.PreAlertInterval(), 0);
-    }
+    EXPECT_FALSE(PrayerConfiguration().UseSunrise()) << "the library registers no defaults";
 
     // Only exactly 1 switches adjustments on; any non-zero number disables sound alerts.
     auto s = shared();
@@ -49,49 +42,34 @@ TEST_F(PrayerConfigurationTest, LoadsEveryKeyWithItsReadingRule) {
     EXPECT_TRUE(PrayerConfiguration().UsePrayerAdjustments());
     EXPECT_FALSE(PrayerConfiguration().SoundAlertsDisabled());
 
-    s->setInteger("FajrAdj", -3);
-    s->setInteger("SunriseAdj", 1);
-    s->setInteger("DhuhrAdj", 2);
-    s->setInteger("AsrAdj", 3);
-    s->setInteger("MaghribAdj", 4);
-    s->setInteger("IshaAdj", 5);
+    // Each key reaches its own property (the extra-time keys are stored digits first).
+    using Flag = bool (PrayerConfiguration::*)() const;
+    const std::pair<const char*, Flag> flags[] = {
+        {"15HourBeforeSunrise", &PrayerConfiguration::OneHalfHourBeforeSunrise},
+        {"15HourAfterMaghrib", &PrayerConfiguration::OneHalfHourAfterMaghrib},
+        {"20HourAfterMaghrib", &PrayerConfiguration::TwoHourAfterMaghrib},
+        {"20HourAfterMaghribAuto", &PrayerConfiguration::TwoHourAfterMaghribAuto},
+        {"StatusItemPrayerNameDisplayType", &PrayerConfiguration::StatusItemPrayerNameDisplayType},
+    };
+    for (const auto& [key, flag] : flags) {
+        s->setBool(key, true);
+        const PrayerConfiguration c;
+        for (const auto& [otherKey, other] : flags) EXPECT_EQ((c.*other)(), otherKey == key) << key << " " << otherKey;
+        s->removeObjectForKey(key);
+    }
     s->setInteger("QiyamAdj", -6);
     s->setInteger("HijriCorrection", -1);
-    s->setBool("15HourBeforeSunrise", true);
-    s->setBool("20HourAfterMaghribAuto", true);
-    s->setBool("ShowQiyam", true);
-    s->setBool("UseSunrise", true);
-    s->setBool("StatusItemPrayerNameDisplayType", true);
-    s->setInteger("StatusItemPrayerTimeDisplayType", 3);
-    s->setInteger("PreAlertType", 2);
     s->setInteger("PreAlertInterval", 15);
-    s->setBool("UseSystemArabicFont", true);
-    const PrayerConfiguration c;
-    EXPECT_EQ(c.FajrAdj(), -3);
-    EXPECT_EQ(c.SunriseAdj(), 1);
-    EXPECT_EQ(c.DhuhrAdj(), 2);
-    EXPECT_EQ(c.AsrAdj(), 3);
-    EXPECT_EQ(c.MaghribAdj(), 4);
-    EXPECT_EQ(c.IshaAdj(), 5);
-    EXPECT_EQ(c.QiyamAdj(), -6);
-    EXPECT_EQ(c.HijriCorrection(), -1);
-    EXPECT_TRUE(c.OneHalfHourBeforeSunrise());
-    EXPECT_FALSE(c.OneHalfHourAfterMaghrib());
-    EXPECT_TRUE(c.TwoHourAfterMaghribAuto());
-    EXPECT_TRUE(c.ShowQiyam());
-    EXPECT_TRUE(c.UseSunrise());
-    EXPECT_TRUE(c.StatusItemPrayerNameDisplayType());
-    EXPECT_EQ(c.StatusItemPrayerTimeDisplayType(), 3);
-    EXPECT_EQ(c.PreAlertType(), 2);
-    EXPECT_EQ(c.PreAlertInterval(), 15);
-    EXPECT_TRUE(c.UseSystemArabicFont());
+    PrayerConfiguration snapshot;
+    EXPECT_EQ(snapshot.QiyamAdj(), -6);
+    EXPECT_EQ(snapshot.HijriCorrection(), -1);
+    EXPECT_EQ(snapshot.PreAlertInterval(), 15);
 
     // A snapshot: later store changes need a fresh object (or a reload).
-    PrayerConfiguration snapshot;
-    s->setInteger("FajrAdj", 9);
-    EXPECT_EQ(snapshot.FajrAdj(), -3);
+    s->setInteger("QiyamAdj", 9);
+    EXPECT_EQ(snapshot.QiyamAdj(), -6);
     snapshot.loadConfiguration();
-    EXPECT_EQ(snapshot.FajrAdj(), 9);
+    EXPECT_EQ(snapshot.QiyamAdj(), 9);
 }
 
 TEST_F(PrayerConfigurationTest, SavesIntegersAndBoolsSoThatALoadReadsThemBack) {
@@ -116,10 +94,8 @@ TEST_F(PrayerConfigurationTest, SavesIntegersAndBoolsSoThatALoadReadsThemBack) {
     EXPECT_EQ(t->objectForKey("IshaAdj"), UserDefaults::Value(12));
     EXPECT_EQ(t->objectForKey("20HourAfterMaghrib"), UserDefaults::Value(true));
     EXPECT_EQ(t->objectForKey("PreAlertType"), UserDefaults::Value(5));
-    // The locale flags are never stored.
+    // The 29 stored settings and nothing else: the locale flags are never stored.
     EXPECT_FALSE(t->objectForKey("ar").has_value());
-    EXPECT_FALSE(t->objectForKey("IsLanguageArabic").has_value());
-    EXPECT_FALSE(t->objectForKey("IsDateLanguageArabic").has_value());
     EXPECT_EQ(t->persistentDomain().size(), 29u);
 
     // What was saved is durable: a store opened afresh on the same file reads it back.
@@ -129,9 +105,6 @@ TEST_F(PrayerConfigurationTest, SavesIntegersAndBoolsSoThatALoadReadsThemBack) {
     EXPECT_TRUE(reloaded.UsePrayerAdjustments());
     EXPECT_TRUE(reloaded.SoundAlertsDisabled());
     EXPECT_EQ(reloaded.IshaAdj(), 12);
-    EXPECT_TRUE(reloaded.TwoHourAfterMaghrib());
-    EXPECT_TRUE(reloaded.BackgroundLocationUpdates());
-    EXPECT_EQ(reloaded.PreAlertType(), 5);
 }
 
 TEST_F(PrayerConfigurationTest, LegacyArabicLabelsFlagIsTakenOverOnce) {
