@@ -82,6 +82,8 @@ struct UserDefaults::Impl {
     Value allStored() const;
     bool write(std::string_view key, const Value& value);
     bool erase(std::string_view key);
+    // Runs a bound change statement and makes it ready for the next use.
+    bool finishChange(SqliteStatement& statement, std::string_view key, const char* action);
 };
 
 bool UserDefaults::Impl::openFile() {
@@ -171,21 +173,19 @@ UserDefaults::Value UserDefaults::Impl::allStored() const {
 bool UserDefaults::Impl::write(std::string_view key, const Value& value) {
     upsert.bindText(1, key);
     upsert.bindBlob(2, CborCodec::encode(value));
-    const int rc = upsert.step();
-    upsert.reset();
-    if (rc != SQLITE_DONE) {
-        TARVO_LOG_ERROR("Preferences {}: writing '{}' failed: {}", path.string(), key, db.errorMessage());
-        return false;
-    }
-    return true;
+    return finishChange(upsert, key, "writing");
 }
 
 bool UserDefaults::Impl::erase(std::string_view key) {
     remove.bindText(1, key);
-    const int rc = remove.step();
-    remove.reset();
+    return finishChange(remove, key, "removing");
+}
+
+bool UserDefaults::Impl::finishChange(SqliteStatement& statement, std::string_view key, const char* action) {
+    const int rc = statement.step();
+    statement.reset();
     if (rc != SQLITE_DONE) {
-        TARVO_LOG_ERROR("Preferences {}: removing '{}' failed: {}", path.string(), key, db.errorMessage());
+        TARVO_LOG_ERROR("Preferences {}: {} '{}' failed: {}", path.string(), action, key, db.errorMessage());
         return false;
     }
     return true;

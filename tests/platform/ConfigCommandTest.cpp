@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/ChildProcess.h"
+#include "platform/ParamName.h"
 #include "platform/ScopedDataFolder.h"
 #include "tarvo/platform/UserDefaults.h"
 
@@ -126,7 +127,7 @@ INSTANTIATE_TEST_SUITE_P(
                       BadSet{"EmptyInt", {"FajrAdj", "", "--type", "int"}},
                       BadSet{"UnknownType", {"FajrAdj", "4", "--type", "long"}},
                       BadSet{"NoValue", {"FajrAdj"}}, BadSet{"EmptyKey", {"", "4"}}),
-    [](const ::testing::TestParamInfo<BadSet>& p) { return std::string(p.param.name); });
+    test::ParamName());
 
 TEST_F(ConfigCommand, UnusablePreferencesFileIsNeitherWrittenNorReplaced) {
     const auto file = folder / "shared.sqlite";

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include "platform/ParamName.h"
+#include "platform/SqliteScript.h"
 #include "platform/TempFolder.h"
 #include "tarvo/platform/SqliteDatabase.h"
 #include "tarvo/platform/SqliteStatement.h"
@@ -197,16 +199,12 @@ INSTANTIATE_TEST_SUITE_P(
                       UnusableFile{"OneByte", "x", "not an SQLite database"},
                       UnusableFile{"Zeros", std::string(4096, '\0'), "not an SQLite database"},
                       UnusableFile{"HeaderOnly", std::string("SQLite format 3\0", 16), "not an SQLite database"}),
-    [](const ::testing::TestParamInfo<UnusableFile>& p) { return std::string(p.param.name); });
+    test::ParamName());
 
 TEST(SqliteFiles, ReadOnlyFileIsRefusedForWritingButOpensForReading) {
     TempFolder folder;
     const auto file = folder / "ro.sqlite";
-    {
-        SqliteDatabase db;
-        ASSERT_TRUE(db.open(file));
-        ASSERT_EQ(db.exec("CREATE TABLE t(x); INSERT INTO t VALUES(1)"), SQLITE_OK);
-    }
+    ASSERT_TRUE(test::runSql(file, "CREATE TABLE t(x); INSERT INTO t VALUES(1)"));
     std::filesystem::permissions(file, std::filesystem::perms::owner_read | std::filesystem::perms::group_read);
     const auto before = TempFolder::readFile(file);
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/ParamName.h"
 #include "platform/ScopedDataFolder.h"
 #include "tarvo/platform/UserDefaults.h"
 
@@ -119,7 +120,7 @@ TEST_P(UserDefaultsReading, RegisteredValueReadsByTheSameRules) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, UserDefaultsReading, ::testing::ValuesIn(readingRows()),
-                         [](const ::testing::TestParamInfo<ReadingRow>& p) { return std::string(p.param.name); });
+                         test::ParamName());
 
 TEST(UserDefaultsTypedSetters, WriteTheKindTheirNameSays) {
     test::ScopedDataFolder folder;

@@ -1,13 +1,12 @@
 // The preferences store as a store: registration, persistence, the process-wide suites,
 // the data folder and files it must not use.
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include "platform/LogCapture.h"
+#include "platform/ParamName.h"
 #include "platform/ScopedDataFolder.h"
 #include "platform/ScopedEnvironment.h"
-#include "tarvo/platform/SqliteDatabase.h"
-#include "tarvo/platform/SqliteStatement.h"
+#include "platform/SqliteScript.h"
 #include "tarvo/platform/UserDefaults.h"
 
 namespace tarvo {
@@ -117,23 +116,14 @@ TEST_F(UserDefaultsStore, SynchronizeCarriesWritesIntoTheDatabaseFile) {
     // A copy of the main file alone, without the write-ahead log, already holds the value.
     const auto copy = folder / "copy.sqlite";
     std::filesystem::copy_file(suite(), copy);
-    SqliteDatabase db;
-    ASSERT_TRUE(db.open(copy, SqliteDatabase::kOpenReadOnly)) << db.errorMessage();
-    SqliteStatement count;
-    ASSERT_EQ(count.prepare(db, "SELECT count(*) FROM preferences WHERE key = 'SharedActiveCity'"), SQLITE_OK);
-    ASSERT_EQ(count.step(), SQLITE_ROW);
-    EXPECT_EQ(count.columnInt(0), 1);
+    EXPECT_EQ(test::queryInteger(copy, "SELECT count(*) FROM preferences WHERE key = 'SharedActiveCity'"), 1);
 }
 
 TEST_F(UserDefaultsStore, AnUnreadableStoredValueReadsAsAbsent) {
     UserDefaults store(suite());
     store.registerDefaults({{"UseSunrise", true}});
-    {
-        SqliteDatabase db;
-        ASSERT_TRUE(db.open(suite()));
-        ASSERT_EQ(db.exec("INSERT INTO preferences(key, value) VALUES('UseSunrise', x'9f01')"), SQLITE_OK);
-        ASSERT_EQ(db.exec("INSERT INTO preferences(key, value) VALUES('FajrAdj', x'ff')"), SQLITE_OK);
-    }
+    ASSERT_TRUE(test::runSql(suite(), "INSERT INTO preferences(key, value) VALUES('UseSunrise', x'9f01');"
+                                      "INSERT INTO preferences(key, value) VALUES('FajrAdj', x'ff')"));
     test::LogCapture log;
     EXPECT_TRUE(store.boolForKey("UseSunrise")) << "the registered default answers instead";
     EXPECT_EQ(store.integerForKey("FajrAdj"), 0);
@@ -199,12 +189,9 @@ void PrintTo(const UnusableSuite& suite, std::ostream* out) { *out << suite.name
 
 std::string validDatabaseBytes() {
     TempFolder temp;
-    {
-        SqliteDatabase db;
-        db.open(temp / "db.sqlite");
-        db.exec("CREATE TABLE preferences(key TEXT PRIMARY KEY, value BLOB) WITHOUT ROWID;"
-                "INSERT INTO preferences VALUES('FajrAdj', x'03')");
-    }
+    EXPECT_TRUE(test::runSql(temp / "db.sqlite",
+                             "CREATE TABLE preferences(key TEXT PRIMARY KEY, value BLOB) WITHOUT ROWID;"
+                             "INSERT INTO preferences VALUES('FajrAdj', x'03')"));
     const auto bytes = TempFolder::readFile(temp / "db.sqlite");
     return std::string(bytes.begin(), bytes.end());
 }
@@ -242,26 +229,19 @@ INSTANTIATE_TEST_SUITE_P(Files, UserDefaultsUnusableFile,
                                            UnusableSuite{"RandomBytes", std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16), false},
                                            UnusableSuite{"ReadOnlyDatabase", validDatabaseBytes(), true},
                                            UnusableSuite{"ReadOnlyText", "not a database", true}),
-                         [](const ::testing::TestParamInfo<UnusableSuite>& p) { return std::string(p.param.name); });
+                         test::ParamName());
 
 TEST(UserDefaultsFiles, ADatabaseWithAnotherPreferencesTableIsNotTakenOver) {
     TempFolder temp;
     const auto file = temp / "other.sqlite";
-    {
-        SqliteDatabase db;
-        ASSERT_TRUE(db.open(file));
-        ASSERT_EQ(db.exec("CREATE TABLE preferences(name TEXT, setting INTEGER)"), SQLITE_OK);
-    }
+    ASSERT_TRUE(test::runSql(file, "CREATE TABLE preferences(name TEXT, setting INTEGER)"));
     test::LogCapture log;
     UserDefaults store(file);
     EXPECT_FALSE(store.isPersistent());
     store.setBool("ShowQiyam", true);
     EXPECT_TRUE(store.boolForKey("ShowQiyam"));
-    SqliteDatabase db;
-    ASSERT_TRUE(db.open(file, SqliteDatabase::kOpenReadOnly));
-    SqliteStatement columns;
-    ASSERT_EQ(columns.prepare(db, "SELECT name, setting FROM preferences"), SQLITE_OK);
-    EXPECT_EQ(columns.step(), SQLITE_DONE) << "the foreign table is as it was";
+    EXPECT_EQ(test::queryInteger(file, "SELECT count(*) FROM preferences WHERE name IS NULL AND setting IS NULL"), 0)
+        << "the foreign table is as it was";
 }
 
 }  // namespace
