@@ -7,9 +7,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include "cities/SavedCitiesTestSupport.h"
 #include "platform/ChildProcess.h"
 #include "platform/ScopedDataFolder.h"
 #include "platform/ScopedEnvironment.h"
+#include "platform/SqliteScript.h"
 #include "tarvo/cities/UserDatabase.h"
 #include "tarvo/platform/SqliteDatabase.h"
 
@@ -61,14 +63,11 @@ protected:
     }
 
     void insertRow(const std::string& values) {
-        SqliteDatabase db;
-        ASSERT_TRUE(db.open(userPath())) << db.errorMessage();
-        ASSERT_EQ(db.exec("INSERT INTO savedcities (current_city, country_name, city_name, latitude, longitude, gmt, "
-                          "uses_dst, prayermethod, asrmethod, adjusthighlat, custom_fajrangle, custom_ishaangle, "
-                          "timezone, state_name) VALUES " +
-                          values),
-                  SQLITE_OK)
-            << db.errorMessage();
+        ASSERT_TRUE(test::runSql(userPath(),
+                                 "INSERT INTO savedcities (current_city, country_name, city_name, latitude, longitude, "
+                                 "gmt, uses_dst, prayermethod, asrmethod, adjusthighlat, custom_fajrangle, "
+                                 "custom_ishaangle, timezone, state_name) VALUES " +
+                                     values));
     }
 
     ScopedDataFolder folder_;
@@ -158,17 +157,10 @@ TEST_F(CitiesToolTest, TimesSavedAppliesCustomAnglesDaylightRuleAndBothOffsetMar
 }
 
 TEST_F(CitiesToolTest, OldDatabaseIsUpgradedOnceAndKeepsItsRows) {
-    {
-        SqliteDatabase db;
-        ASSERT_TRUE(db.open(userPath()));
-        ASSERT_EQ(db.exec("CREATE TABLE savedcities (pk INTEGER PRIMARY KEY, current_city INTEGER, country_name "
-                          "VARCHAR(100), city_name VARCHAR(200), latitude DOUBLE, longitude DOUBLE, gmt DOUBLE, "
-                          "uses_dst INTEGER, prayermethod INTEGER, asrmethod INTEGER, custom_fajrangle DOUBLE, "
-                          "custom_ishaangle DOUBLE);"
-                          "INSERT INTO savedcities VALUES (4, 1, 'Turkey', 'Istanbul', 41.01, 28.98, 3, 0, 2, 2, 0, 0);"
-                          "INSERT INTO savedcities VALUES (8, 0, 'Kenya', 'Nairobi', -1.29, 36.82, 3, 0, 1, 1, 0, 0);"),
-                  SQLITE_OK);
-    }
+    ASSERT_TRUE(test::runSql(userPath(), test::kBaseLayoutSql));
+    ASSERT_TRUE(test::runSql(userPath(),
+                             "INSERT INTO savedcities VALUES (4, 1, 'Turkey', 'Istanbul', 41.01, 28.98, 3, 0, 2, 2, 0, 0);"
+                             "INSERT INTO savedcities VALUES (8, 0, 'Kenya', 'Nairobi', -1.29, 36.82, 3, 0, 1, 1, 0, 0);"));
     environment_.set("TARVO_LOG_LEVEL", "verbose");
     const ToolRun first = runTool({"cities", "saved", "--json"});
     ASSERT_EQ(first.status, 0) << first.err;

@@ -9,12 +9,19 @@
 
 #include "cities/LogLines.h"
 #include "platform/ScopedDataFolder.h"
+#include "platform/SqliteScript.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
 #include "tarvo/platform/SqliteDatabase.h"
 #include "tarvo/platform/SqliteStatement.h"
 
 namespace tarvo::test {
+
+/// The saved-cities table as it was before the first upgrade.
+inline constexpr const char* kBaseLayoutSql =
+    "CREATE TABLE savedcities (pk INTEGER PRIMARY KEY, current_city INTEGER, country_name VARCHAR(100), "
+    "city_name VARCHAR(200), latitude DOUBLE, longitude DOUBLE, gmt DOUBLE, uses_dst INTEGER, prayermethod INTEGER, "
+    "asrmethod INTEGER, custom_fajrangle DOUBLE, custom_ishaangle DOUBLE)";
 
 class SavedCitiesTest : public ::testing::Test {
 protected:
@@ -32,15 +39,7 @@ protected:
     }
 
     /// A database file with the saved-cities table as it was before any upgrade.
-    static void createBaseLayout(const std::filesystem::path& path) {
-        SqliteDatabase database;
-        ASSERT_TRUE(database.open(path)) << database.errorMessage();
-        ASSERT_EQ(database.exec("CREATE TABLE savedcities (pk INTEGER PRIMARY KEY, current_city INTEGER, "
-                                "country_name VARCHAR(100), city_name VARCHAR(200), latitude DOUBLE, longitude DOUBLE, "
-                                "gmt DOUBLE, uses_dst INTEGER, prayermethod INTEGER, asrmethod INTEGER, "
-                                "custom_fajrangle DOUBLE, custom_ishaangle DOUBLE)"),
-                  SQLITE_OK);
-    }
+    static void createBaseLayout(const std::filesystem::path& path) { ASSERT_TRUE(runSql(path, kBaseLayoutSql)); }
 
     /// The first column of the first row of `sql` as text ("" for none or NULL).
     static std::string scalar(SqliteDatabase& database, const std::string& sql) {

@@ -19,14 +19,12 @@ protected:
 
     void createOldDatabaseWithRows() {
         createBaseLayout(userPath());
-        SqliteDatabase db;
-        ASSERT_TRUE(db.open(userPath()));
-        ASSERT_EQ(db.exec("INSERT INTO savedcities (current_city, country_name, city_name, latitude, longitude, gmt, "
-                          "uses_dst, prayermethod, asrmethod, custom_fajrangle, custom_ishaangle) VALUES "
-                          "(0, 'Jordan', 'Amman', 31.95, 35.93, 2.0, 1, 1, 1, NULL, NULL), "
-                          "(1, 'Malaysia', 'Kuala Lumpur', 3.14, 101.69, 8.0, 0, 3, 1, NULL, NULL), "
-                          "(0, 'Canada', 'Calgary', 51.05, -114.07, -7.0, 1, 6, 2, 15.0, 14.0)"),
-                  SQLITE_OK);
+        ASSERT_TRUE(test::runSql(userPath(),
+                                 "INSERT INTO savedcities (current_city, country_name, city_name, latitude, longitude, "
+                                 "gmt, uses_dst, prayermethod, asrmethod, custom_fajrangle, custom_ishaangle) VALUES "
+                                 "(0, 'Jordan', 'Amman', 31.95, 35.93, 2.0, 1, 1, 1, NULL, NULL), "
+                                 "(1, 'Malaysia', 'Kuala Lumpur', 3.14, 101.69, 8.0, 0, 3, 1, NULL, NULL), "
+                                 "(0, 'Canada', 'Calgary', 51.05, -114.07, -7.0, 1, 6, 2, 15.0, 14.0)"));
     }
 
     std::vector<std::string> schemaLines() const {
