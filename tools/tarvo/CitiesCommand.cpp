@@ -27,7 +27,7 @@ struct CitiesOptions {
     int64_t method = 0;
     int64_t asr = 0;
     int64_t highLatitude = 0;
-    int64_t dst = 0;
+    std::optional<int64_t> dst;
     std::optional<double> gmt;
     int64_t primaryKey = 0;
     bool json = false;
@@ -98,7 +98,7 @@ void add(const CitiesOptions& o) {
     city->setLongitude(o.longitude);
     city->setTimeZone(o.timeZone);
     city->setGMT(o.gmt.value_or(TarvoCity::kGMTFromTimeZone));
-    city->setDSTPreference(o.dst);
+    city->setDSTPreference(o.dst.value_or(0));
     city->setPrayerMethod(o.method);
     city->setAsrMethod(o.asr);
     city->setAdjustHighLatitude(o.highLatitude);
@@ -196,17 +196,8 @@ void registerCitiesCommand(CLI::App& app) {
     addLatitudeOption(*addCommand, options->latitude, true);
     addLongitudeOption(*addCommand, options->longitude, true);
     addCommand->add_option("--tz", options->timeZone, "Time zone of the city, e.g. Europe/London")->required();
-    addCommand->add_option("--method", options->method,
-                           "Calculation method: 0 automatic, 1 Muslim League, 2 Egyptian, 3 Karachi, 4 Umm Al-Qura, "
-                           "5 ISNA, 6 custom, 7 UAE")
-        ->check(CLI::Range(0, 7));
-    addCommand->add_option("--asr", options->asr, "Asr school: 0 automatic, 1 Shafi, 2 Hanafi")->check(CLI::Range(0, 2));
-    addCommand->add_option("--highlat", options->highLatitude,
-                           "High-latitude rule: 0 automatic, 1 1/7th of the night, 2 1/7th median, 3 angle based, "
-                           "4 middle of the night")
-        ->check(CLI::Range(0, 4));
-    addCommand->add_option("--dst", options->dst, "Daylight saving: 0 follow the zone, 1 force on, 2 force off")
-        ->check(CLI::Range(0, 2));
+    addCalculationOptions(*addCommand, options->method, options->asr, options->highLatitude);
+    addDaylightSavingOption(*addCommand, options->dst);
     addCommand->add_option("--gmt", options->gmt,
                            "Fixed offset from GMT in hours (default: the time zone's offset, stored as 50)")
         ->check(CLI::Range(-14.0, 14.0));

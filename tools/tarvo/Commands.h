@@ -43,6 +43,10 @@ void registerHostDefaults();
 /// Shared option helpers.
 void addLatitudeOption(CLI::App& command, double& latitude, bool required);
 void addLongitudeOption(CLI::App& command, double& longitude, bool required);
+/// --method, --asr and --highlat with their value ranges (0 is automatic in each).
+void addCalculationOptions(CLI::App& command, int64_t& method, int64_t& asr, int64_t& highLatitude);
+/// --dst: 0 follow the zone, 1 force on, 2 force off.
+void addDaylightSavingOption(CLI::App& command, std::optional<int64_t>& dst);
 
 /// "YYYY-MM-DD" as year, month and day, or a UsageError naming the option.
 struct CivilDate {

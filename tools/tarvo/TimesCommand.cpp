@@ -192,17 +192,8 @@ void registerTimesCommand(CLI::App& app) {
                   "high-latitude rule, daylight-saving rule, offset and custom angles, instead of "
                   "--lat/--lon/--tz and the calculation options");
     cmd->add_option("--date", options->date, "Date as YYYY-MM-DD (default: today)");
-    cmd->add_option("--method", options->method,
-                    "Calculation method: 0 automatic, 1 Muslim League, 2 Egyptian, 3 Karachi, 4 Umm Al-Qura, "
-                    "5 ISNA, 6 custom, 7 UAE")
-        ->check(CLI::Range(0, 7));
-    cmd->add_option("--asr", options->asr, "Asr school: 0 automatic, 1 Shafi, 2 Hanafi")->check(CLI::Range(0, 2));
-    cmd->add_option("--highlat", options->highLatitude,
-                    "High-latitude rule: 0 automatic, 1 1/7th of the night, 2 1/7th median, 3 angle based, "
-                    "4 middle of the night")
-        ->check(CLI::Range(0, 4));
-    cmd->add_option("--dst", options->dst, "Daylight saving: 0 follow the zone, 1 force on, 2 force off")
-        ->check(CLI::Range(0, 2));
+    addCalculationOptions(*cmd, options->method, options->asr, options->highLatitude);
+    addDaylightSavingOption(*cmd, options->dst);
     cmd->add_option("--gmt", options->gmt, "Fixed offset from GMT in hours instead of the zone's")
         ->check(CLI::Range(-14.0, 14.0));
     cmd->add_option("--city", options->city, "City name (Dubai and Kuala Lumpur use their official timetables)");
