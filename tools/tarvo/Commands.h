@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -7,6 +8,11 @@
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
+
+namespace tarvo {
+class TarvoCity;
+class UserDatabase;
+}  // namespace tarvo
 
 namespace tarvo::cli {
 
@@ -21,6 +27,13 @@ public:
 void registerTimesCommand(CLI::App& app);
 void registerQiblaCommand(CLI::App& app);
 void registerConfigCommand(CLI::App& app);
+void registerCitiesCommand(CLI::App& app);
+
+/// The user database in the data folder, opened (created and upgraded when needed), or a
+/// UsageError saying why it cannot be used.
+std::shared_ptr<UserDatabase> openUserDatabase();
+/// A city as a JSON object keyed by the city's field names.
+nlohmann::ordered_json cityJson(const TarvoCity& city);
 
 /// The defaults the tool, as the host application, registers in the shared preferences.
 const nlohmann::json& hostDefaults();
@@ -32,6 +45,10 @@ void registerHostDefaults();
 CLI::Validator numberBetween(double min, double max);
 void addLatitudeOption(CLI::App& command, double& latitude, bool required);
 void addLongitudeOption(CLI::App& command, double& longitude, bool required);
+/// --method, --asr and --highlat with their value ranges (0 is automatic in each).
+void addCalculationOptions(CLI::App& command, int64_t& method, int64_t& asr, int64_t& highLatitude);
+/// --dst: 0 follow the zone, 1 force on, 2 force off.
+void addDaylightSavingOption(CLI::App& command, std::optional<int64_t>& dst);
 
 /// "YYYY-MM-DD" as year, month and day, or a UsageError naming the option.
 struct CivilDate {

@@ -33,6 +33,25 @@ void addLongitudeOption(CLI::App& command, double& longitude, bool required) {
     if (required) option->required();
 }
 
+void addCalculationOptions(CLI::App& command, int64_t& method, int64_t& asr, int64_t& highLatitude) {
+    command
+        .add_option("--method", method,
+                    "Calculation method: 0 automatic, 1 Muslim League, 2 Egyptian, 3 Karachi, 4 Umm Al-Qura, "
+                    "5 ISNA, 6 custom, 7 UAE")
+        ->check(numberBetween(0, 7));
+    command.add_option("--asr", asr, "Asr school: 0 automatic, 1 Shafi, 2 Hanafi")->check(numberBetween(0, 2));
+    command
+        .add_option("--highlat", highLatitude,
+                    "High-latitude rule: 0 automatic, 1 1/7th of the night, 2 1/7th median, 3 angle based, "
+                    "4 middle of the night")
+        ->check(numberBetween(0, 4));
+}
+
+void addDaylightSavingOption(CLI::App& command, std::optional<int64_t>& dst) {
+    command.add_option("--dst", dst, "Daylight saving: 0 follow the zone, 1 force on, 2 force off")
+        ->check(numberBetween(0, 2));
+}
+
 CivilDate parseDate(std::string_view text, std::string_view option) {
     auto bad = [&]() {
         return UsageError(std::string(option) + ": '" + std::string(text) + "' is not a date of the form YYYY-MM-DD");

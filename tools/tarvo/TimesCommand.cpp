@@ -8,6 +8,8 @@
 
 #include "Commands.h"
 #include "tarvo/calculation/PrayerCalculator.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/cities/UserDatabase.h"
 #include "tarvo/platform/Calendar.h"
 
 namespace tarvo::cli {
@@ -30,7 +32,13 @@ struct TimesOptions {
     std::optional<double> ishaAngle;
     std::string format = "24";
     bool json = false;
+    bool saved = false;
 };
+
+// Options that describe the place or its calculation settings; --saved takes all of them
+// from the selected city instead.
+constexpr const char* kPlaceOptions[] = {"--lat",     "--lon", "--tz",  "--city", "--country",    "--method",
+                                         "--highlat", "--asr", "--dst", "--gmt",  "--fajr-angle", "--isha-angle"};
 
 std::string jsonNumber(double value) {
     // 17 significant digits: the exact double, for scripts that compare raw values.
@@ -38,15 +46,16 @@ std::string jsonNumber(double value) {
 }
 
 void printJson(const std::string& date, const std::vector<double>& hours, const std::vector<std::string>& text,
-               const PrayerCalculator& calculator) {
+               const PrayerCalculator& calculator, const TarvoCity* city) {
     std::string out = "{\"date\":" + nlohmann::json(date).dump() + ",\"hours\":[";
     for (size_t i = 0; i < hours.size(); ++i) out += (i ? "," : "") + jsonNumber(hours[i]);
     out += "],\"text\":" + nlohmann::json(text).dump();
     out += ",\"names\":" + nlohmann::json(calculator.getTimeNames()).dump();
     out += ",\"fixedTimings\":" + std::string(calculator.isUsingFixedTimings() ? "true" : "false");
-    out += fmt::format(",\"method\":{},\"asr\":{},\"highlat\":{}}}", calculator.calcMethod(),
+    out += fmt::format(",\"method\":{},\"asr\":{},\"highlat\":{}", calculator.calcMethod(),
                        calculator.asrJuristic(), calculator.adjustHighLats());
-    std::cout << out << "\n";
+    if (city) out += ",\"city\":" + cityJson(*city).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    std::cout << out << "}\n";
 }
 
 void printText(const std::string& date, const TimesOptions& o, const std::vector<std::string>& text,
@@ -68,7 +77,72 @@ void printText(const std::string& date, const TimesOptions& o, const std::vector
     }
 }
 
-void run(const TimesOptions& o) {
+// Configures the calculator from a saved city the way the day timetable generation does:
+// position, method choices, the city's daylight-saving rule and offset, then its own
+// angles when it uses the custom method.
+void configureFromCity(PrayerCalculator& calculator, const TarvoCity& city) {
+    calculator.setLat(city.latitude());
+    calculator.setLng(city.longitude());
+    calculator.setCalcMethod(city.prayerMethod());
+    calculator.setAsrJuristic(city.asrMethod());
+    calculator.setAdjustHighLats(city.adjustHighLatitude());
+    if (city.DSTPreference() == 1) {
+        calculator.setOverrideDST(1);
+    } else if (city.DSTPreference() == 2) {
+        calculator.setOverrideDST(2);
+    }
+    // Both GMT markers mean "from the zone"; the calculator knows only 50 as that marker.
+    calculator.setOverrideTimeZoneOffset(city.GMT() == TarvoCity::kGMTFromTimeZoneLegacy ? TarvoCity::kGMTFromTimeZone
+                                                                                          : city.GMT());
+    if (calculator.calcMethod() == 6) {
+        calculator.setFajrAngle(city.customFajrAngle());
+        calculator.setIshaAngle(city.customIshaAngle());
+    }
+}
+
+void configureFromOptions(PrayerCalculator& calculator, const TimesOptions& o) {
+    // Same order as the day timetable generation: position first (the automatic method
+    // depends on it), then the method choices, overrides, and custom angles last.
+    calculator.setLat(o.latitude);
+    calculator.setLng(o.longitude);
+    calculator.setCalcMethod(o.method);
+    calculator.setAsrJuristic(o.asr);
+    calculator.setAdjustHighLats(o.highLatitude);
+    if (o.dst) calculator.setOverrideDST(*o.dst);
+    if (o.gmt) calculator.setOverrideTimeZoneOffset(*o.gmt);
+    if (o.fajrAngle) calculator.setFajrAngle(*o.fajrAngle);
+    if (o.ishaAngle) calculator.setIshaAngle(*o.ishaAngle);
+}
+
+void checkPlaceOptions(const CLI::App& cmd, const TimesOptions& o) {
+    std::string given;
+    for (const char* name : kPlaceOptions) {
+        if (cmd.get_option(name)->count() > 0) given += (given.empty() ? "" : ", ") + std::string(name);
+    }
+    if (o.saved && !given.empty()) {
+        throw UsageError("--saved takes the place and its settings from the selected city; leave out " + given);
+    }
+    if (!o.saved) {
+        for (const char* name : {"--lat", "--lon", "--tz"}) {
+            if (cmd.get_option(name)->count() == 0) {
+                throw UsageError(std::string(name) + " is required (or use --saved for the selected city)");
+            }
+        }
+    }
+}
+
+void run(TimesOptions o) {
+    std::shared_ptr<TarvoCity> city;
+    if (o.saved) {
+        auto user = openUserDatabase();
+        // London when no city is selected.
+        city = TarvoCity::initWithCurrentSelectionUsingDB(user->database());
+        o.latitude = city->latitude();
+        o.longitude = city->longitude();
+        o.timeZone = city->TimeZone().value_or("");
+        o.city = city->cityName();
+        o.country = city->countryName();
+    }
     if (!TimeZone::withName(o.timeZone)) warn("unknown time zone '" + o.timeZone + "'; using GMT");
 
     // The moment asked about is noon of the date in the device's own zone.
@@ -87,25 +161,19 @@ void run(const TimesOptions& o) {
     const Date moment = device.dateFromComponents(noon);
     const std::string dateText = fmt::format("{:04}-{:02}-{:02}", noon.year, noon.month, noon.day);
 
-    // Same order as the day timetable generation: position first (the automatic method
-    // depends on it), then the method choices, overrides, and custom angles last.
     PrayerCalculator calculator;
-    calculator.setLat(o.latitude);
-    calculator.setLng(o.longitude);
-    calculator.setCalcMethod(o.method);
-    calculator.setAsrJuristic(o.asr);
-    calculator.setAdjustHighLats(o.highLatitude);
-    if (o.dst) calculator.setOverrideDST(*o.dst);
-    if (o.gmt) calculator.setOverrideTimeZoneOffset(*o.gmt);
-    if (o.fajrAngle) calculator.setFajrAngle(*o.fajrAngle);
-    if (o.ishaAngle) calculator.setIshaAngle(*o.ishaAngle);
+    if (city) {
+        configureFromCity(calculator, *city);
+    } else {
+        configureFromOptions(calculator, o);
+    }
     calculator.setTimeFormat(o.format == "12" ? 1 : o.format == "12ns" ? 2 : 0);
 
     const std::vector<double> hours = calculator.getDatePrayerTimesAsDoubles(
         moment, o.city, o.country, o.latitude, o.longitude, o.timeZone);
     const std::vector<std::string> text = calculator.adjustTimesFormat(hours);
     if (o.json) {
-        printJson(dateText, hours, text, calculator);
+        printJson(dateText, hours, text, calculator, city.get());
     } else {
         printText(dateText, o, text, calculator);
     }
@@ -116,21 +184,16 @@ void run(const TimesOptions& o) {
 void registerTimesCommand(CLI::App& app) {
     auto options = std::make_shared<TimesOptions>();
     CLI::App* cmd = app.add_subcommand("times", "Show one day's prayer times for a place");
-    addLatitudeOption(*cmd, options->latitude, true);
-    addLongitudeOption(*cmd, options->longitude, true);
-    cmd->add_option("--tz", options->timeZone, "Time zone of the place, e.g. Europe/London")->required();
+    addLatitudeOption(*cmd, options->latitude, false);
+    addLongitudeOption(*cmd, options->longitude, false);
+    cmd->add_option("--tz", options->timeZone, "Time zone of the place, e.g. Europe/London");
+    cmd->add_flag("--saved", options->saved,
+                  "Use the selected saved city (London when none is selected) with its method, Asr school, "
+                  "high-latitude rule, daylight-saving rule, offset and custom angles, instead of "
+                  "--lat/--lon/--tz and the calculation options");
     cmd->add_option("--date", options->date, "Date as YYYY-MM-DD (default: today)");
-    cmd->add_option("--method", options->method,
-                    "Calculation method: 0 automatic, 1 Muslim League, 2 Egyptian, 3 Karachi, 4 Umm Al-Qura, "
-                    "5 ISNA, 6 custom, 7 UAE")
-        ->check(numberBetween(0, 7));
-    cmd->add_option("--asr", options->asr, "Asr school: 0 automatic, 1 Shafi, 2 Hanafi")->check(numberBetween(0, 2));
-    cmd->add_option("--highlat", options->highLatitude,
-                    "High-latitude rule: 0 automatic, 1 1/7th of the night, 2 1/7th median, 3 angle based, "
-                    "4 middle of the night")
-        ->check(numberBetween(0, 4));
-    cmd->add_option("--dst", options->dst, "Daylight saving: 0 follow the zone, 1 force on, 2 force off")
-        ->check(numberBetween(0, 2));
+    addCalculationOptions(*cmd, options->method, options->asr, options->highLatitude);
+    addDaylightSavingOption(*cmd, options->dst);
     cmd->add_option("--gmt", options->gmt, "Fixed offset from GMT in hours instead of the zone's")
         ->check(numberBetween(-14, 14));
     cmd->add_option("--city", options->city, "City name (Dubai and Kuala Lumpur use their official timetables)");
@@ -142,7 +205,11 @@ void registerTimesCommand(CLI::App& app) {
     cmd->add_option("--format", options->format, "Time format: 24, 12 or 12ns (12-hour without am/pm)")
         ->check(CLI::IsMember({"24", "12", "12ns"}));
     cmd->add_flag("--json", options->json, "Print one JSON object instead of text");
-    cmd->callback([options] { run(*options); });
+    cmd->footer("Give either --lat, --lon and --tz (all three), or --saved.");
+    cmd->callback([options, cmd] {
+        checkPlaceOptions(*cmd, *options);
+        run(*options);
+    });
 }
 
 }  // namespace tarvo::cli

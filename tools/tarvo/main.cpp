@@ -19,6 +19,7 @@ int main(int argc, char** argv) {
     tarvo::cli::registerTimesCommand(app);
     tarvo::cli::registerQiblaCommand(app);
     tarvo::cli::registerConfigCommand(app);
+    tarvo::cli::registerCitiesCommand(app);
 
     int status = 0;
     try {

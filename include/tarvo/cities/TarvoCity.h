@@ -1,0 +1,203 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tarvo/platform/Date.h"
+
+namespace tarvo {
+
+class KeyedArchiver;
+class KeyedUnarchiver;
+class SqliteDatabase;
+
+/// One place for which prayer times are computed: a named position with a time-zone name, a
+/// fixed GMT offset (or a marker meaning "take it from the zone"), a daylight-saving
+/// preference and the calculation choices. The same record serves saved cities, the
+/// automatic current-location city and directory results.
+///
+/// The record tracks its changes: each persisting setter that changes a value logs a
+/// "DIRTY: ..." line (verbose), marks the record dirty and stamps LastModDate, unless the
+/// record is being filled from storage (IsLoadingFromDB). Changes of the seven calculation
+/// preferences are mirrored at once into the automatic-city keys of the shared user defaults,
+/// so a new automatic city starts with the user's last choices.
+///
+/// A city is not locked and belongs to one thread at a time. The database operations (saved
+/// cities, schema upgrades) are class-wide and serialise on syncObj().
+class TarvoCity {
+public:
+    /// Class name carried by archives of a city.
+    static constexpr std::string_view kArchiveClassName = "TarvoCity";
+    /// GMT markers: the offset is taken from the time zone.
+    static constexpr double kGMTFromTimeZone = 50.0;
+    static constexpr double kGMTFromTimeZoneLegacy = -100.0;
+
+    /// An empty city: no names, no dates, all numbers 0.
+    TarvoCity();
+
+    // ---- Making cities -------------------------------------------------------------------
+    /// London, with the calculation preferences of the automatic-city keys.
+    static std::shared_ptr<TarvoCity> InitWithDefaults();
+    /// Fills the seven calculation preferences from the automatic-city keys, untracked.
+    /// Leaves IsLoadingFromDB false afterwards, whatever it was before.
+    void loadAutoCityPreferences();
+    /// Sets this city's seven calculation preferences on `city` through its tracked setters.
+    void copyPrayerPreferencesToCity(const std::shared_ptr<TarvoCity>& city) const;
+    /// A copy that starts clean: no dates, not dirty, not busy fetching.
+    std::shared_ptr<TarvoCity> copyWithZone() const;
+
+    // ---- Archiving -----------------------------------------------------------------------
+    static bool supportsSecureCoding() { return true; }
+    /// Writes the position, GMT, the calculation preferences and the three names.
+    void encodeWithCoder(KeyedArchiver& coder) const;
+    /// A fresh city from an archive. Never marks it dirty; a value of the wrong kind is
+    /// logged and leaves the city partly filled.
+    static std::shared_ptr<TarvoCity> initWithCoder(const KeyedUnarchiver& coder);
+
+    // ---- Derived values ------------------------------------------------------------------
+    /// GMT, or for the two markers the zone's current offset in whole hours (truncated
+    /// toward zero); 0 for an unknown or empty zone.
+    double getResolvedGMT() const;
+    /// Whether the city's zone is in daylight-saving time now (false for an unknown zone).
+    bool isInDST() const;
+    bool isCountrySaudiArabia() const;
+    /// "[ 51.50 N : -0.12 W ]": two decimals, hemisphere letters from the signs.
+    std::string getLatLongString() const;
+    /// "City, Country", or the city alone when there is no country.
+    std::string description() const;
+
+    // ---- Properties ----------------------------------------------------------------------
+    /// Every city counts as the automatic current-location city: the getter answers true
+    /// and the setter stores true whatever it is given.
+    bool IsAutomaticGPSLocation() const { return IsAutomaticGPSLocation_; }
+    void setIsAutomaticGPSLocation(bool value);
+    bool IsLoadingFromDB() const { return IsLoadingFromDB_; }
+    void setIsLoadingFromDB(bool value) { IsLoadingFromDB_ = value; }
+    bool isSelectedCity() const { return isSelectedCity_; }
+    void setIsSelectedCity(bool value);
+    bool isDefaultCity() const { return isDefaultCity_; }
+    void setIsDefaultCity(bool value);
+    bool IsBusyFetchingGPSCoordinates() const { return IsBusyFetchingGPSCoordinates_; }
+    void setIsBusyFetchingGPSCoordinates(bool value) { IsBusyFetchingGPSCoordinates_ = value; }
+    bool FoundGPSLocationIsValid() const { return FoundGPSLocationIsValid_; }
+    void setFoundGPSLocationIsValid(bool value) { FoundGPSLocationIsValid_ = value; }
+    bool IsReverseGeocoded() const { return IsReverseGeocoded_; }
+    void setIsReverseGeocoded(bool value) { IsReverseGeocoded_ = value; }
+    int64_t primaryKey() const { return primaryKey_; }
+    void setPrimaryKey(int64_t value) { primaryKey_ = value; }
+
+    const std::optional<Date>& LastModDate() const { return LastModDate_; }
+    void setLastModDate(const std::optional<Date>& value);
+    const std::optional<Date>& LastSyncDate() const { return LastSyncDate_; }
+    void setLastSyncDate(const std::optional<Date>& value);
+    const std::optional<std::string>& countryName() const { return countryName_; }
+    /// A name beginning with "United States" is kept as exactly "United States".
+    void setCountryName(const std::optional<std::string>& value);
+    const std::optional<std::string>& cityName() const { return cityName_; }
+    void setCityName(const std::optional<std::string>& value);
+    const std::optional<std::string>& stateName() const { return stateName_; }
+    void setStateName(const std::optional<std::string>& value);
+    /// Time-zone identifier such as "Europe/London".
+    const std::optional<std::string>& TimeZone() const { return TimeZone_; }
+    void setTimeZone(const std::optional<std::string>& value);
+    double latitude() const { return latitude_; }
+    void setLatitude(double value);
+    double longitude() const { return longitude_; }
+    void setLongitude(double value);
+    /// Hours from GMT, or kGMTFromTimeZone / kGMTFromTimeZoneLegacy.
+    double GMT() const { return GMT_; }
+    void setGMT(double value);
+    int64_t DSTPreference() const { return DSTPreference_; }
+    void setDSTPreference(int64_t value);
+    int64_t prayerMethod() const { return prayerMethod_; }
+    void setPrayerMethod(int64_t value);
+    int64_t asrMethod() const { return asrMethod_; }
+    void setAsrMethod(int64_t value);
+    int64_t adjustHighLatitude() const { return adjustHighLatitude_; }
+    void setAdjustHighLatitude(int64_t value);
+    double customFajrAngle() const { return customFajrAngle_; }
+    void setCustomFajrAngle(double value);
+    double customIshaAngle() const { return customIshaAngle_; }
+    void setCustomIshaAngle(double value);
+
+    /// Whether a persisting setter changed the record outside loading. Only the primary-key
+    /// reader clears it.
+    bool isDirty() const { return dirty_; }
+
+    // ---- Saved cities (table savedcities of the user database) ---------------------------
+    // The database is opened and owned by the caller. Each statement is prepared once, on
+    // first use, into a process-wide slot and reused afterwards whatever handle is passed.
+    // Failures are logged ("[DB] ...") and answered with London, -1 or an empty list.
+
+    /// The class-wide re-entrant lock held around every database use.
+    static std::recursive_mutex& syncObj();
+    /// The row marked current, or London when there is none.
+    static std::shared_ptr<TarvoCity> initWithCurrentSelectionUsingDB(SqliteDatabase& database);
+    /// The row id of the last insert on the database, -1 on failure.
+    static int64_t getLastSessionID(SqliteDatabase& database);
+    /// Inserts `city` as the current city and answers it with its new primary key. Other
+    /// rows keep their selection marks (see dbSync).
+    static std::shared_ptr<TarvoCity> saveNewCity(const std::shared_ptr<TarvoCity>& city, SqliteDatabase& database);
+    /// Deletes the row (if any) and answers a new London city.
+    static std::shared_ptr<TarvoCity> DeleteCity(SqliteDatabase& database, int64_t primaryKey);
+    /// Every saved city in primary-key order.
+    static std::vector<std::shared_ptr<TarvoCity>> GetSavedCities(SqliteDatabase& database);
+    /// Finalises the cached statements. Meant for a database closed for good: most slots keep
+    /// their finalised statements, and a later operation that meets one fails with a logged
+    /// error.
+    static void finalizeStatements();
+    /// Finalises and empties every cached slot so that the next operation prepares afresh
+    /// (for a host that closes its database and opens another one).
+    static void resetStatementCache();
+    /// The row with this primary key, read through the tracked setters; London when absent.
+    static std::shared_ptr<TarvoCity> initWithPrimaryKey(int64_t primaryKey, SqliteDatabase& database);
+    /// Writes a changed city back to its row.
+    void dbSync(SqliteDatabase& database);
+
+    // ---- Schema upgrades of the user database --------------------------------------------
+    // All statements run on `database`; `staticDatabase` is accepted and not used. Each step
+    // is attempted and its outcome logged; a failing step never stops the upgrade.
+    static void updateSchemav3_1(SqliteDatabase& database, SqliteDatabase* staticDatabase);
+    static void updateSchemav3_2(SqliteDatabase& database, SqliteDatabase* staticDatabase);
+    static void updateSchemav3_3(SqliteDatabase& database, SqliteDatabase* staticDatabase);
+
+private:
+    // Stores `value` in `field`. Outside loading, a change is logged, marks the record dirty,
+    // is mirrored under `mirrorKey` (when given) and stamps LastModDate (when `stamp`).
+    // Answers whether the value changed.
+    template <typename T, typename Describe>
+    bool setTracked(T& field, const T& value, Describe message, std::string_view mirrorKey = {}, T mirrorValue = T{},
+                    bool stamp = true);
+
+    bool dirty_ = false;
+    bool IsAutomaticGPSLocation_ = true;
+    bool IsLoadingFromDB_ = false;
+    bool isSelectedCity_ = false;
+    bool isDefaultCity_ = false;
+    bool IsBusyFetchingGPSCoordinates_ = false;
+    bool FoundGPSLocationIsValid_ = false;
+    bool IsReverseGeocoded_ = false;
+    int64_t primaryKey_ = 0;
+    std::optional<Date> LastModDate_;
+    std::optional<Date> LastSyncDate_;
+    std::optional<std::string> countryName_;
+    std::optional<std::string> cityName_;
+    std::optional<std::string> stateName_;
+    std::optional<std::string> TimeZone_;
+    double latitude_ = 0.0;
+    double longitude_ = 0.0;
+    double GMT_ = 0.0;
+    int64_t DSTPreference_ = 0;
+    int64_t prayerMethod_ = 0;
+    int64_t asrMethod_ = 0;
+    int64_t adjustHighLatitude_ = 0;
+    double customFajrAngle_ = 0.0;
+    double customIshaAngle_ = 0.0;
+};
+
+}  // namespace tarvo

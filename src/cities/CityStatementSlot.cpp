@@ -1,0 +1,66 @@
+#include "cities/CityStatementSlot.h"
+
+#include <array>
+
+#include <sqlite3.h>
+
+#include "platform/LogMacros.h"
+#include "tarvo/platform/SqliteDatabase.h"
+
+namespace tarvo {
+
+namespace {
+
+std::array<CityStatementSlot, static_cast<size_t>(CityStatementSlot::Id::count)>& slots() {
+    static std::array<CityStatementSlot, static_cast<size_t>(CityStatementSlot::Id::count)> all;
+    return all;
+}
+
+}  // namespace
+
+CityStatementSlot& CityStatementSlot::slot(Id id) { return slots()[static_cast<size_t>(id)]; }
+
+void CityStatementSlot::finalizeForClosing() {
+    using enum Id;
+    for (Id id : {lastRowId, schema, insertCity, insertCachedCity, deleteCachedCity, deleteAllCachedCities, cityByKey,
+                  deleteCity, updateCity, currentSelection, allSavedCities, nearestCity}) {
+        slot(id).finalizeKeepingSlot();
+    }
+    // The last-used statements and the name search are left alone; the two cached-city
+    // delete slots are the only ones emptied, so they alone prepare again on next use.
+    slot(deleteCachedCity).empty();
+    slot(deleteAllCachedCities).empty();
+}
+
+void CityStatementSlot::emptyAll() {
+    for (CityStatementSlot& each : slots()) each.empty();
+}
+
+int CityStatementSlot::prepare(const SqliteDatabase& database, std::string_view sql) {
+    finalised_ = false;
+    sql_ = sql;
+    return statement_.prepare(database, sql);
+}
+
+int CityStatementSlot::step() {
+    if (finalised_) {
+        TARVO_LOG_ERROR("[DB] Error: statement used after finalizeStatements: '{}'.", sql_);
+        return SQLITE_MISUSE;
+    }
+    return statement_.step();
+}
+
+void CityStatementSlot::finalizeKeepingSlot() {
+    if (!statement_.isPrepared()) return;
+    statement_.finalize();
+    finalised_ = true;
+}
+
+void CityStatementSlot::empty() {
+    statement_.reset();
+    statement_.finalize();
+    finalised_ = false;
+    sql_.clear();
+}
+
+}  // namespace tarvo

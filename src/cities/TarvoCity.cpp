@@ -1,0 +1,329 @@
+#include "tarvo/cities/TarvoCity.h"
+
+#include <cmath>
+#include <limits>
+#include <type_traits>
+
+#include <fmt/format.h>
+#include <unicode/locid.h>
+#include <unicode/unistr.h>
+
+#include "platform/LogMacros.h"
+#include "tarvo/platform/KeyedArchiver.h"
+#include "tarvo/platform/KeyedUnarchiver.h"
+#include "tarvo/platform/TimeZone.h"
+#include "tarvo/platform/UserDefaults.h"
+
+namespace tarvo {
+
+namespace {
+
+// Keys of the automatic-city preferences in the shared user defaults.
+constexpr const char* kAutoCityGMT = "AutoCityGMT";
+constexpr const char* kAutoCityDST = "AutoCityDST";
+constexpr const char* kAutoCityPrayerMethod = "AutoCityPrayerMethod";
+constexpr const char* kAutoCityAsrMethod = "AutoCityAsrMethod";
+constexpr const char* kAutoCityHighLatMethod = "AutoCityHighLatMethod";
+constexpr const char* kAutoCityFajrAngle = "AutoCityFajrAngle";
+constexpr const char* kAutoCityIshaAngle = "AutoCityIshaAngle";
+
+std::shared_ptr<UserDefaults> store() { return UserDefaults::sharedUserDefaultsObj(); }
+
+bool isGMTMarker(double gmt) { return gmt == TarvoCity::kGMTFromTimeZone || gmt == TarvoCity::kGMTFromTimeZoneLegacy; }
+
+// How an absent text or date shows in a log line.
+std::string describe(const std::optional<std::string>& text) { return text ? *text : "(null)"; }
+std::string describe(const std::optional<Date>& date) { return date ? date->description() : "(null)"; }
+
+// The integer of a decoded number object, as the platform's integerValue gives it: the
+// fraction cut off; out-of-range values and NaN pinned instead of undefined.
+int64_t integerOfNumber(double value) {
+    if (std::isnan(value)) return 0;
+    if (value >= 9223372036854775807.0) return std::numeric_limits<int64_t>::max();
+    if (value <= -9223372036854775808.0) return std::numeric_limits<int64_t>::min();
+    return static_cast<int64_t>(value);
+}
+
+// Archived GMT and custom angles pass through single precision on the way in: archives made
+// by older versions stored them as floats, and readers compare them with values that went
+// the same way (so 5.75 comes back exactly, 3.3 as 3.2999999523).
+double throughSinglePrecision(double value) { return static_cast<double>(static_cast<float>(value)); }
+
+}  // namespace
+
+TarvoCity::TarvoCity() = default;
+
+// ---- Tracked setters ------------------------------------------------------------------
+
+template <typename T, typename Describe>
+bool TarvoCity::setTracked(T& field, const T& value, Describe message, std::string_view mirrorKey, T mirrorValue,
+                           bool stamp) {
+    if (field == value) return false;
+    if (!IsLoadingFromDB_) {
+        TARVO_LOG_VERBOSE("{}", message());
+        dirty_ = true;
+        if (!mirrorKey.empty() && IsAutomaticGPSLocation_) {
+            if constexpr (std::is_same_v<T, double>) {
+                store()->setDouble(mirrorKey, mirrorValue);
+            } else if constexpr (std::is_same_v<T, int64_t>) {
+                store()->setInteger(mirrorKey, mirrorValue);
+            }
+            store()->synchronize();
+        }
+        if (stamp) setLastModDate(Date::now());
+    }
+    field = value;
+    return true;
+}
+
+void TarvoCity::setIsAutomaticGPSLocation(bool) {
+    // Every city is treated as the automatic current-location city, so the calculation
+    // preferences of any city the user edits become the defaults of the next automatic
+    // city, and dbSync leaves saved rows alone. The flag cannot be switched off.
+    IsAutomaticGPSLocation_ = true;
+}
+
+void TarvoCity::setLastModDate(const std::optional<Date>& value) {
+    setTracked(LastModDate_, value, [&] { return "DIRTY: SETTING LAST MOD DATE: " + describe(value); }, {}, {},
+               false);
+}
+
+void TarvoCity::setLastSyncDate(const std::optional<Date>& value) {
+    setTracked(LastSyncDate_, value, [&] { return "DIRTY: SETTING LAST SYNC DATE: " + describe(value); }, {}, {},
+               false);
+}
+
+void TarvoCity::setCountryName(const std::optional<std::string>& value) {
+    if (setTracked(countryName_, value, [&] { return "DIRTY: SETTING COUNTRY NAME: " + describe(value); })) {
+        // Geocoders name the country in several long forms; the saved rows and the country
+        // tables know it by the short one.
+        if (countryName_ && countryName_->starts_with("United States")) countryName_ = "United States";
+    }
+}
+
+void TarvoCity::setCityName(const std::optional<std::string>& value) {
+    setTracked(cityName_, value, [&] { return "DIRTY: SETTING CITY NAME: " + describe(value); });
+}
+
+void TarvoCity::setStateName(const std::optional<std::string>& value) {
+    setTracked(stateName_, value, [&] { return "DIRTY: SETTING STATE NAME: " + describe(value); });
+}
+
+void TarvoCity::setTimeZone(const std::optional<std::string>& value) {
+    setTracked(TimeZone_, value, [&] { return "DIRTY: SETTING TIME ZONE: " + describe(value); });
+}
+
+void TarvoCity::setLatitude(double value) {
+    // "LATITUTE" is the established text of this line; log readers match on it.
+    setTracked(latitude_, value, [&] { return fmt::format("DIRTY: SETTING LATITUTE: {:f}", value); });
+}
+
+void TarvoCity::setLongitude(double value) {
+    setTracked(longitude_, value, [&] { return fmt::format("DIRTY: SETTING LONGITUDE: {:f}", value); });
+}
+
+void TarvoCity::setCustomFajrAngle(double value) {
+    setTracked(customFajrAngle_, value, [&] { return fmt::format("DIRTY: SETTING CUSTOM FAJR: {:f}", value); },
+               kAutoCityFajrAngle, value);
+}
+
+void TarvoCity::setCustomIshaAngle(double value) {
+    setTracked(customIshaAngle_, value, [&] { return fmt::format("DIRTY: SETTING CUSTOM ISHA: {:f}", value); },
+               kAutoCityIshaAngle, value);
+}
+
+void TarvoCity::setGMT(double value) {
+    // Both markers are remembered as 50: the automatic city always resolves them the same way.
+    setTracked(GMT_, value, [&] { return fmt::format("DIRTY: SETTING GMT: {:f}", value); }, kAutoCityGMT,
+               isGMTMarker(value) ? kGMTFromTimeZone : value);
+}
+
+void TarvoCity::setDSTPreference(int64_t value) {
+    setTracked(DSTPreference_, value, [&] { return fmt::format("DIRTY: SETTING DST PREF: {}", value); },
+               kAutoCityDST, value);
+}
+
+void TarvoCity::setPrayerMethod(int64_t value) {
+    setTracked(prayerMethod_, value, [&] { return fmt::format("DIRTY: SETTING PRAYER METHOD: {}", value); },
+               kAutoCityPrayerMethod, value);
+}
+
+void TarvoCity::setAsrMethod(int64_t value) {
+    setTracked(asrMethod_, value, [&] { return fmt::format("DIRTY: SETTING ASR METHOD: {}", value); },
+               kAutoCityAsrMethod, value);
+}
+
+void TarvoCity::setAdjustHighLatitude(int64_t value) {
+    setTracked(adjustHighLatitude_, value, [&] { return fmt::format("DIRTY: SETTING HIGH LATITUDE: {}", value); },
+               kAutoCityHighLatMethod, value);
+}
+
+void TarvoCity::setIsSelectedCity(bool value) {
+    setTracked(isSelectedCity_, value,
+               [&] { return fmt::format("DIRTY: SETTING SELECTED CITY: {}", static_cast<int>(value)); });
+}
+
+void TarvoCity::setIsDefaultCity(bool value) {
+    setTracked(isDefaultCity_, value,
+               [&] { return fmt::format("DIRTY: SETTING DEFAULT CITY: {}", static_cast<int>(value)); });
+}
+
+// ---- Making cities --------------------------------------------------------------------
+
+std::shared_ptr<TarvoCity> TarvoCity::InitWithDefaults() {
+    auto city = std::make_shared<TarvoCity>();
+    city->setIsLoadingFromDB(true);
+    city->setIsDefaultCity(true);
+    city->setCountryName("United Kingdom");
+    city->setCityName("London");
+    city->setStateName("");
+    city->setTimeZone("Europe/London");
+    city->setLatitude(51.5);
+    city->setLongitude(-0.1167);
+    city->loadAutoCityPreferences();
+    city->setIsLoadingFromDB(false);
+    return city;
+}
+
+void TarvoCity::loadAutoCityPreferences() {
+    setIsLoadingFromDB(true);
+    setGMT(store()->doubleForKey(kAutoCityGMT));
+    setDSTPreference(store()->integerForKey(kAutoCityDST));
+    setPrayerMethod(store()->integerForKey(kAutoCityPrayerMethod));
+    setAsrMethod(store()->integerForKey(kAutoCityAsrMethod));
+    setAdjustHighLatitude(store()->integerForKey(kAutoCityHighLatMethod));
+    setCustomFajrAngle(store()->doubleForKey(kAutoCityFajrAngle));
+    setCustomIshaAngle(store()->doubleForKey(kAutoCityIshaAngle));
+    setIsLoadingFromDB(false);
+}
+
+void TarvoCity::copyPrayerPreferencesToCity(const std::shared_ptr<TarvoCity>& city) const {
+    if (!city) return;
+    city->setGMT(GMT_);
+    city->setDSTPreference(DSTPreference_);
+    city->setPrayerMethod(prayerMethod_);
+    city->setAsrMethod(asrMethod_);
+    city->setAdjustHighLatitude(adjustHighLatitude_);
+    city->setCustomFajrAngle(customFajrAngle_);
+    city->setCustomIshaAngle(customIshaAngle_);
+}
+
+std::shared_ptr<TarvoCity> TarvoCity::copyWithZone() const {
+    auto copy = std::make_shared<TarvoCity>();
+    copy->setIsLoadingFromDB(true);
+    copy->setPrimaryKey(primaryKey_);
+    copy->setIsAutomaticGPSLocation(IsAutomaticGPSLocation_);
+    copy->setFoundGPSLocationIsValid(FoundGPSLocationIsValid_);
+    copy->setIsReverseGeocoded(IsReverseGeocoded_);
+    copy->setCountryName(countryName_);
+    copy->setCityName(cityName_);
+    copy->setStateName(stateName_);
+    copy->setLatitude(latitude_);
+    copy->setLongitude(longitude_);
+    copy->setGMT(GMT_);
+    copy->setDSTPreference(DSTPreference_);
+    copy->setPrayerMethod(prayerMethod_);
+    copy->setAsrMethod(asrMethod_);
+    copy->setAdjustHighLatitude(adjustHighLatitude_);
+    copy->setCustomFajrAngle(customFajrAngle_);
+    copy->setCustomIshaAngle(customIshaAngle_);
+    copy->setIsSelectedCity(isSelectedCity_);
+    copy->setIsDefaultCity(isDefaultCity_);
+    copy->setTimeZone(TimeZone_);
+    copy->setIsLoadingFromDB(false);
+    return copy;
+}
+
+// ---- Archiving ------------------------------------------------------------------------
+
+void TarvoCity::encodeWithCoder(KeyedArchiver& coder) const {
+    coder.encodeDouble(GMT_, "GMT");
+    coder.encodeInteger(DSTPreference_, "DSTPreference");
+    coder.encodeInteger(prayerMethod_, "prayerMethod");
+    coder.encodeInteger(asrMethod_, "asrMethod");
+    coder.encodeInteger(adjustHighLatitude_, "adjustHighLatitude");
+    coder.encodeDouble(customFajrAngle_, "customFajrAngle");
+    coder.encodeDouble(customIshaAngle_, "customIshaAngle");
+    coder.encodeDouble(latitude_, "latitude");
+    coder.encodeDouble(longitude_, "longitude");
+    coder.encodeObject(cityName_.value_or(""), "cityName");
+    coder.encodeObject(countryName_.value_or(""), "countryName");
+    coder.encodeObject(TimeZone_.value_or(""), "TimeZone");
+}
+
+std::shared_ptr<TarvoCity> TarvoCity::initWithCoder(const KeyedUnarchiver& coder) {
+    auto city = std::make_shared<TarvoCity>();
+    city->setIsLoadingFromDB(true);
+    auto number = [&coder](std::string_view key) { return coder.decodeNumber(key).value_or(0.0); };
+    try {
+        city->setGMT(throughSinglePrecision(number("GMT")));
+        city->setDSTPreference(integerOfNumber(number("DSTPreference")));
+        city->setPrayerMethod(integerOfNumber(number("prayerMethod")));
+        city->setAsrMethod(integerOfNumber(number("asrMethod")));
+        city->setAdjustHighLatitude(integerOfNumber(number("adjustHighLatitude")));
+        city->setCustomFajrAngle(throughSinglePrecision(number("customFajrAngle")));
+        city->setCustomIshaAngle(throughSinglePrecision(number("customIshaAngle")));
+        city->setLatitude(number("latitude"));
+        city->setLongitude(number("longitude"));
+    } catch (const KeyedUnarchiver::DecodingError&) {
+        // Keep what was decoded so far and go on with the names.
+        TARVO_LOG_ERROR("Error tring to decode city obj");
+    }
+    auto text = [&coder](std::string_view key) -> std::optional<std::string> {
+        try {
+            return coder.decodeString(key);
+        } catch (const KeyedUnarchiver::DecodingError&) {
+            TARVO_LOG_ERROR("Error tring to decode city obj");
+            return std::nullopt;
+        }
+    };
+    city->setCityName(text("cityName"));
+    city->setCountryName(text("countryName"));
+    city->setTimeZone(text("TimeZone"));
+    city->setIsLoadingFromDB(false);
+    return city;
+}
+
+// ---- Derived values -------------------------------------------------------------------
+
+double TarvoCity::getResolvedGMT() const {
+    if (!isGMTMarker(GMT_)) return GMT_;
+    const auto zone = tarvo::TimeZone::withName(TimeZone_.value_or(""));
+    if (!zone) return 0.0;
+    // Whole hours, truncated toward zero (+5:30 gives 5, -3:30 gives -3): the automatic
+    // offset of older versions was an hour count, and stored cities rely on it.
+    return static_cast<double>(zone->secondsFromGMT(Date::now()) / 3600);
+}
+
+bool TarvoCity::isInDST() const {
+    const auto zone = tarvo::TimeZone::withName(TimeZone_.value_or(""));
+    return zone && zone->isDaylightSavingTime(Date::now());
+}
+
+bool TarvoCity::isCountrySaudiArabia() const {
+    if (!countryName_) return false;
+    std::string lower;
+    icu::UnicodeString::fromUTF8(icu::StringPiece(countryName_->data(), static_cast<int32_t>(countryName_->size())))
+        .toLower(icu::Locale::getRoot())
+        .toUTF8String(lower);
+    return lower == "saudi arabia";
+}
+
+std::string TarvoCity::getLatLongString() const {
+    // The letter comes from the sign, and the number is still printed as stored, sign and
+    // all ("[ -33.87 S : 151.21 E ]"). Intended: the text has always read so and the hosts'
+    // displays are laid out around it; zero counts as north and east.
+    if (latitude_ >= 0) {
+        if (longitude_ >= 0) return fmt::format("[ {:1.2f} N : {:1.2f} E ]", latitude_, longitude_);
+        return fmt::format("[ {:1.2f} N : {:1.2f} W ]", latitude_, longitude_);
+    }
+    if (longitude_ >= 0) return fmt::format("[ {:1.2f} S : {:1.2f} E ]", latitude_, longitude_);
+    return fmt::format("[ {:1.2f} S : {:1.2f} W ]", latitude_, longitude_);
+}
+
+std::string TarvoCity::description() const {
+    if (countryName_ && !countryName_->empty()) return fmt::format("{}, {}", describe(cityName_), *countryName_);
+    return describe(cityName_);
+}
+
+}  // namespace tarvo

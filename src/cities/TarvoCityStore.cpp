@@ -1,0 +1,372 @@
+// TarvoCity's database operations: the saved-cities table and the schema upgrades.
+#include <array>
+#include <span>
+
+#include <sqlite3.h>
+
+#include "cities/CityStatementSlot.h"
+#include "platform/LogMacros.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/platform/SqliteDatabase.h"
+#include "tarvo/platform/SqliteStatement.h"
+
+namespace tarvo {
+
+namespace {
+
+using Slot = CityStatementSlot;
+using SlotId = CityStatementSlot::Id;
+
+constexpr const char* kCurrentSelectionSql =
+    "SELECT current_city, country_name, city_name, latitude, longitude, gmt, uses_dst, prayermethod, asrmethod, "
+    "adjusthighlat, pk, custom_fajrangle, custom_ishaangle, timezone, state_name, lastmoddate, lastsyncdate FROM "
+    "savedcities WHERE current_city=1 LIMIT 1";
+constexpr const char* kLastRowIdSql = "SELECT last_insert_rowid() as last_insert_rowid";
+constexpr const char* kInsertSql =
+    "INSERT INTO savedcities (current_city, country_name, city_name, latitude, longitude, gmt, uses_dst, "
+    "prayermethod, asrmethod, adjusthighlat, timezone, state_name) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)";
+constexpr const char* kDeleteSql = "DELETE FROM savedcities WHERE pk = ?";
+constexpr const char* kByKeySql =
+    "SELECT current_city, country_name, city_name, latitude, longitude, gmt, uses_dst, prayermethod, asrmethod, "
+    "adjusthighlat, custom_fajrangle, custom_ishaangle, timezone, lastmoddate, lastsyncdate FROM savedcities WHERE "
+    "pk=?";
+constexpr const char* kUpdateSql =
+    "UPDATE savedcities SET current_city = ?, country_name = ?, city_name = ?, latitude = ?, longitude = ?, gmt = ?, "
+    "uses_dst = ?, prayermethod = ?, asrmethod = ?, adjusthighlat = ?, custom_fajrangle = ?, custom_ishaangle = ?, "
+    "timezone = ?, state_name = ?, lastmoddate = ?, lastsyncdate = ? WHERE pk = ?";
+constexpr const char* kAllSavedSql =
+    "SELECT current_city, country_name, city_name, latitude, longitude, gmt, uses_dst, prayermethod, asrmethod, "
+    "adjusthighlat, pk, custom_fajrangle, custom_ishaangle, timezone, state_name, lastmoddate, lastsyncdate FROM "
+    "savedcities ORDER BY pk";
+
+// One statement of a schema upgrade and the number its log lines carry.
+struct SchemaStep {
+    int number;
+    const char* sql;
+};
+
+constexpr std::array<SchemaStep, 4> kSchemaV3_1 = {{
+    {1, "ALTER TABLE savedcities ADD COLUMN timezone VARCHAR(255)"},
+    {2, "ALTER TABLE savedcities ADD COLUMN state_name VARCHAR(100)"},
+    {3, "ALTER TABLE savedcities ADD COLUMN lastmoddate DOUBLE NOT NULL DEFAULT 0"},
+    {4, "ALTER TABLE savedcities ADD COLUMN lastsyncdate DOUBLE NOT NULL DEFAULT -1"},
+}};
+
+// The index name "cacedcities_name" is what existing databases hold; renaming it here would
+// leave two indexes on upgraded files. The last step reports as [3] again: its log number
+// was never renumbered and log readers already know the pair.
+constexpr std::array<SchemaStep, 5> kSchemaV3_2 = {{
+    {1, "CREATE TABLE cachedcities (name VARCHAR(200), name_soundex VARCHAR (15), country VARCHAR(100), lat double, "
+        "lon double, sinlat double, coslat double, coslng double, sinlng double, timezone VARCHAR(80))"},
+    {2, "CREATE INDEX cacedcities_name ON cachedcities (name)"},
+    {3, "CREATE INDEX cachedcities_soundex ON cachedcities (name_soundex)"},
+    {4, "CREATE TABLE lastused (name VARCHAR(200), country VARCHAR(100), lat double, lon double, timezone "
+        "VARCHAR(80))"},
+    // From this layout on, every saved city takes its offset from its time-zone name.
+    {3, "UPDATE savedcities SET gmt = 50"},
+}};
+
+constexpr std::array<SchemaStep, 2> kSchemaV3_3 = {{
+    {1, "ALTER TABLE savedcities ADD COLUMN adjusthighlat INTEGER NOT NULL DEFAULT 0"},
+    {2, "UPDATE savedcities SET adjusthighlat = 0"},
+}};
+
+// Prepares the slot's statement on first use; later calls reuse it, whatever handle they pass.
+int prepareOnce(Slot& slot, const SqliteDatabase& database, const char* sql) {
+    return slot.isEmpty() ? slot.prepare(database, sql) : SQLITE_OK;
+}
+
+std::string textOr(const SqliteStatement& statement, int column, const char* fallback) {
+    return statement.columnIsNull(column) ? std::string(fallback) : statement.columnText(column);
+}
+
+// Method numbers outside their valid ranges are replaced on reading; which replacement
+// depends on the reader.
+int64_t clampedMethod(int64_t method, int64_t replacement) { return method < 1 || method > 7 ? replacement : method; }
+int64_t clampedAsr(int64_t asr, int64_t replacement) { return asr < 1 || asr > 2 ? replacement : asr; }
+
+// Where a reader finds the fields in its statement's row. Columns 0 to 9 are the same for
+// every reader (current_city to adjusthighlat).
+struct RowLayout {
+    int64_t badMethodReadsAs;
+    int primaryKey;  // -1: not selected
+    int customFajrAngle;
+    int customIshaAngle;
+    int timeZone;
+    const char* missingTimeZone;
+    int stateName;
+    int lastModDate;
+    int lastSyncDate;
+};
+
+constexpr RowLayout kSelectionRow = {0, 10, 11, 12, 13, "Europe/London", 14, 15, 16};
+constexpr RowLayout kListRow = {0, 10, 11, 12, 13, "", 14, 15, 16};
+// The primary-key statement selects no state_name, and its reader takes the columns from 13
+// on one place off: the state name gets the text of lastmoddate, LastModDate gets
+// lastsyncdate and LastSyncDate a column past the end, which reads as 0. Kept exactly so:
+// these are the values existing hosts have always received from this reader.
+constexpr RowLayout kByKeyRow = {1, -1, 10, 11, 12, "", 13, 14, 15};
+
+// Sets the row's values on the city through its setters, in column order. Whether this is
+// tracked depends on the city's IsLoadingFromDB.
+void fillFromRow(TarvoCity& city, const SqliteStatement& row, const RowLayout& layout) {
+    city.setIsSelectedCity(row.columnInt64(0) != 0);
+    city.setCountryName(textOr(row, 1, "United Kingdom"));
+    city.setCityName(textOr(row, 2, "London"));
+    city.setLatitude(row.columnDouble(3));
+    city.setLongitude(row.columnDouble(4));
+    city.setGMT(row.columnDouble(5));
+    city.setDSTPreference(row.columnInt64(6));
+    city.setPrayerMethod(clampedMethod(row.columnInt64(7), layout.badMethodReadsAs));
+    city.setAsrMethod(clampedAsr(row.columnInt64(8), layout.badMethodReadsAs));
+    city.setAdjustHighLatitude(row.columnInt64(9));
+    if (layout.primaryKey >= 0) city.setPrimaryKey(row.columnInt64(layout.primaryKey));
+    city.setCustomFajrAngle(row.columnDouble(layout.customFajrAngle));
+    city.setCustomIshaAngle(row.columnDouble(layout.customIshaAngle));
+    city.setTimeZone(textOr(row, layout.timeZone, layout.missingTimeZone));
+    city.setStateName(textOr(row, layout.stateName, ""));
+    city.setLastModDate(Date(row.columnDouble(layout.lastModDate)));
+    city.setLastSyncDate(Date(row.columnDouble(layout.lastSyncDate)));
+}
+
+// A city read silently (no tracking) from a row of the current-selection or list statement.
+std::shared_ptr<TarvoCity> savedCityFromRow(const SqliteStatement& row, const RowLayout& layout) {
+    auto city = std::make_shared<TarvoCity>();
+    city->setIsLoadingFromDB(true);
+    fillFromRow(*city, row, layout);
+    city->setIsLoadingFromDB(false);
+    return city;
+}
+
+void runSchemaSteps(SqliteDatabase& database, std::span<const SchemaStep> steps) {
+    TARVO_LOG_VERBOSE("[DB] UPDATE Schema");
+    {
+        std::lock_guard lock(TarvoCity::syncObj());
+        Slot& slot = Slot::slot(SlotId::schema);
+        for (const SchemaStep& step : steps) {
+            // A statement that cannot be prepared (a column or table that is already there)
+            // is not logged by itself: the empty slot then fails to step, and the step's
+            // ERROR line carries the database's message about the prepare. So an upgrade run
+            // a second time reports every step it could not redo, and carries on.
+            if (slot.isEmpty() && slot.prepare(database, step.sql) != SQLITE_OK) slot.empty();
+            const int result = slot.step();
+            if (result == SQLITE_ROW || result == SQLITE_DONE) {
+                TARVO_LOG_DEBUG("[DB] [{}] Schema Updated", step.number);
+            } else {
+                TARVO_LOG_ERROR("[DB] [{}] Schema ERROR: message '{}'.", step.number, database.errorMessage());
+            }
+            slot.empty();
+        }
+    }
+    TARVO_LOG_DEBUG("[DB] Done updating.");
+}
+
+}  // namespace
+
+std::recursive_mutex& TarvoCity::syncObj() {
+    static std::recursive_mutex lock;
+    return lock;
+}
+
+std::shared_ptr<TarvoCity> TarvoCity::initWithCurrentSelectionUsingDB(SqliteDatabase& database) {
+    std::lock_guard lock(syncObj());
+    TARVO_LOG_DEBUG("[DB] [DB] Init With Current Selection");
+    Slot& slot = Slot::slot(SlotId::currentSelection);
+    if (prepareOnce(slot, database, kCurrentSelectionSql) != SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] Error: failed to init with current selection statement with message '{}'.",
+                        database.errorMessage());
+        return InitWithDefaults();
+    }
+    std::shared_ptr<TarvoCity> city;
+    const int result = slot.step();
+    if (result == SQLITE_ROW) {
+        city = savedCityFromRow(slot.statement(), kSelectionRow);
+    } else {
+        TARVO_LOG_INFO("[DB]   Could not load default city, res: {}", result);
+        city = InitWithDefaults();
+    }
+    slot.reset();
+    return city;
+}
+
+int64_t TarvoCity::getLastSessionID(SqliteDatabase& database) {
+    std::lock_guard lock(syncObj());
+    TARVO_LOG_DEBUG("[DB] [DB] Get Last Session");
+    Slot& slot = Slot::slot(SlotId::lastRowId);
+    if (prepareOnce(slot, database, kLastRowIdSql) != SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] ERROR message '{}'.", database.errorMessage());
+        return -1;
+    }
+    const int64_t rowId = slot.step() == SQLITE_ROW ? slot.statement().columnInt(0) : -1;
+    slot.reset();
+    return rowId;
+}
+
+std::shared_ptr<TarvoCity> TarvoCity::saveNewCity(const std::shared_ptr<TarvoCity>& city, SqliteDatabase& database) {
+    if (!city) {
+        TARVO_LOG_ERROR("[DB] Error: no city to save.");
+        return nullptr;
+    }
+    std::lock_guard lock(syncObj());
+    TARVO_LOG_DEBUG("[DB] [DB] Save New City");
+    Slot& slot = Slot::slot(SlotId::insertCity);
+    if (prepareOnce(slot, database, kInsertSql) != SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] Error: failed to save new city statement with message '{}'.", database.errorMessage());
+        return InitWithDefaults();
+    }
+    if (!city->countryName()) city->setCountryName("");
+    if (!city->cityName()) city->setCityName("");
+    if (!city->stateName()) city->setStateName("");
+    if (!city->TimeZone()) city->setTimeZone("");
+
+    SqliteStatement& insert = slot.statement();
+    // Every new city goes in as the current city.
+    insert.bindInt64(1, 1);
+    insert.bindText(2, *city->countryName());
+    insert.bindText(3, *city->cityName());
+    insert.bindDouble(4, city->latitude());
+    insert.bindDouble(5, city->longitude());
+    insert.bindDouble(6, city->GMT());
+    insert.bindInt64(7, city->DSTPreference());
+    insert.bindInt64(8, city->prayerMethod());
+    insert.bindInt64(9, city->asrMethod());
+    insert.bindInt64(10, city->adjustHighLatitude());
+    insert.bindText(11, *city->TimeZone());
+    insert.bindText(12, *city->stateName());
+    const int result = slot.step();
+    slot.reset();
+    if (result == SQLITE_ERROR) return city;
+
+    city->setPrimaryKey(getLastSessionID(database));
+    // Re-marks the selection on every saved city. dbSync writes nothing for them (every city
+    // counts as automatic), so the other rows keep their current_city marks: the host keeps
+    // the selection unique itself.
+    for (const auto& saved : GetSavedCities(database)) {
+        saved->setIsSelectedCity(saved->primaryKey() == city->primaryKey());
+        saved->dbSync(database);
+    }
+    return city;
+}
+
+std::shared_ptr<TarvoCity> TarvoCity::DeleteCity(SqliteDatabase& database, int64_t primaryKey) {
+    std::lock_guard lock(syncObj());
+    TARVO_LOG_DEBUG("[DB] [DB] Delete City");
+    Slot& slot = Slot::slot(SlotId::deleteCity);
+    if (prepareOnce(slot, database, kDeleteSql) != SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] Error: failed to delete city statement with message '{}'.", database.errorMessage());
+        return InitWithDefaults();
+    }
+    slot.statement().bindInt64(1, primaryKey);
+    slot.step();
+    slot.reset();
+    // The host falls back to this city when the deleted one was the selection.
+    return InitWithDefaults();
+}
+
+std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetSavedCities(SqliteDatabase& database) {
+    std::lock_guard lock(syncObj());
+    TARVO_LOG_DEBUG("[DB] Get Saved Cities");
+    std::vector<std::shared_ptr<TarvoCity>> cities;
+    Slot& slot = Slot::slot(SlotId::allSavedCities);
+    if (prepareOnce(slot, database, kAllSavedSql) != SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] Error: failed to get saved cities with message '{}'.", database.errorMessage());
+        return cities;
+    }
+    while (slot.step() == SQLITE_ROW) cities.push_back(savedCityFromRow(slot.statement(), kListRow));
+    slot.reset();
+    return cities;
+}
+
+void TarvoCity::finalizeStatements() {
+    std::lock_guard lock(syncObj());
+    Slot::finalizeForClosing();
+}
+
+void TarvoCity::resetStatementCache() {
+    std::lock_guard lock(syncObj());
+    Slot::emptyAll();
+}
+
+std::shared_ptr<TarvoCity> TarvoCity::initWithPrimaryKey(int64_t primaryKey, SqliteDatabase& database) {
+    std::lock_guard lock(syncObj());
+    TARVO_LOG_DEBUG("[DB] [DB] Init With prim ID");
+    auto city = std::make_shared<TarvoCity>();
+    city->dirty_ = false;
+    city->setPrimaryKey(primaryKey);
+    Slot& slot = Slot::slot(SlotId::cityByKey);
+    if (prepareOnce(slot, database, kByKeySql) != SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] Error: failed to init with prim key statement with message '{}'.",
+                        database.errorMessage());
+        return InitWithDefaults();
+    }
+    SqliteStatement& row = slot.statement();
+    row.bindInt(1, static_cast<int>(primaryKey));
+    if (slot.step() != SQLITE_ROW) {
+        slot.reset();
+        return InitWithDefaults();
+    }
+    // This reader goes through the tracked setters: it logs DIRTY lines and mirrors the
+    // calculation preferences like an edit would, and clears the dirty mark at the end.
+    // Unlike the other readers, a bad method reads as the first valid one.
+    fillFromRow(*city, row, kByKeyRow);
+    slot.reset();
+    city->dirty_ = false;
+    return city;
+}
+
+void TarvoCity::dbSync(SqliteDatabase& database) {
+    // Reverse-geocoded automatic cities live elsewhere, never in this table.
+    if (IsReverseGeocoded_ && IsAutomaticGPSLocation_) return;
+    std::lock_guard lock(syncObj());
+    TARVO_LOG_DEBUG("[DB] [DB] DB Sync");
+    // Every city counts as automatic, so this write never happens in practice: saved rows
+    // are only changed by inserting and deleting. The update stays defined for a city that
+    // is not automatic.
+    if (!dirty_ || IsAutomaticGPSLocation_) return;
+    Slot& slot = Slot::slot(SlotId::updateCity);
+    if (prepareOnce(slot, database, kUpdateSql) != SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] Error: failed to db sync statement with message '{}'.", database.errorMessage());
+        return;
+    }
+    if (!countryName_) setCountryName("");
+    if (!cityName_) setCityName("");
+    if (!stateName_) setStateName("");
+    if (!TimeZone_) setTimeZone("");
+    setPrayerMethod(clampedMethod(prayerMethod_, 0));
+    setAsrMethod(clampedAsr(asrMethod_, 0));
+
+    SqliteStatement& update = slot.statement();
+    update.bindInt64(1, isSelectedCity_ ? 1 : 0);
+    update.bindText(2, *countryName_);
+    update.bindText(3, *cityName_);
+    update.bindDouble(4, latitude_);
+    update.bindDouble(5, longitude_);
+    update.bindDouble(6, GMT_);
+    update.bindInt64(7, DSTPreference_);
+    update.bindInt64(8, prayerMethod_);
+    update.bindInt64(9, asrMethod_);
+    update.bindInt64(10, adjustHighLatitude_);
+    update.bindDouble(11, customFajrAngle_);
+    update.bindDouble(12, customIshaAngle_);
+    update.bindText(13, *TimeZone_);
+    update.bindText(14, *stateName_);
+    update.bindDouble(15, LastModDate_ ? LastModDate_->timeIntervalSince1970() : 0.0);
+    update.bindDouble(16, LastSyncDate_ ? LastSyncDate_->timeIntervalSince1970() : 0.0);
+    update.bindInt64(17, primaryKey_);
+    slot.step();
+    slot.reset();
+}
+
+void TarvoCity::updateSchemav3_1(SqliteDatabase& database, SqliteDatabase* /*staticDatabase*/) {
+    runSchemaSteps(database, kSchemaV3_1);
+}
+
+void TarvoCity::updateSchemav3_2(SqliteDatabase& database, SqliteDatabase* /*staticDatabase*/) {
+    runSchemaSteps(database, kSchemaV3_2);
+}
+
+void TarvoCity::updateSchemav3_3(SqliteDatabase& database, SqliteDatabase* /*staticDatabase*/) {
+    runSchemaSteps(database, kSchemaV3_3);
+}
+
+}  // namespace tarvo

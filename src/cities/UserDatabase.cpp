@@ -1,0 +1,148 @@
+#include "tarvo/cities/UserDatabase.h"
+
+#include <array>
+#include <mutex>
+
+#include <fmt/format.h>
+#include <sqlite3.h>
+
+#include "platform/LogMacros.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/platform/SqliteStatement.h"
+#include "tarvo/platform/UserDefaults.h"
+
+namespace tarvo {
+
+namespace {
+
+// The saved-cities table as it was before the first upgrade.
+constexpr const char* kCreateBaseTable =
+    "CREATE TABLE savedcities (pk INTEGER PRIMARY KEY, current_city INTEGER, country_name VARCHAR(100), "
+    "city_name VARCHAR(200), latitude DOUBLE, longitude DOUBLE, gmt DOUBLE, uses_dst INTEGER, prayermethod INTEGER, "
+    "asrmethod INTEGER, custom_fajrangle DOUBLE, custom_ishaangle DOUBLE)";
+
+using Upgrade = void (*)(SqliteDatabase&, SqliteDatabase*);
+// Upgrade i leads from layout i to layout i + 1.
+constexpr std::array<Upgrade, UserDatabase::kSchemaVersion> kUpgrades = {
+    &TarvoCity::updateSchemav3_1, &TarvoCity::updateSchemav3_2, &TarvoCity::updateSchemav3_3};
+
+}  // namespace
+
+std::filesystem::path UserDatabase::defaultPath() { return UserDefaults::dataDirectory() / kFileName; }
+
+std::shared_ptr<UserDatabase> UserDatabase::open(const std::filesystem::path& path, std::string& error) {
+    std::shared_ptr<UserDatabase> userDatabase(new UserDatabase());
+    if (!userDatabase->database_.open(path)) {
+        error = userDatabase->database_.errorMessage();
+        TARVO_LOG_INFO("User database not opened: {}", error);
+        return nullptr;
+    }
+    if (!userDatabase->upgrade(error)) {
+        TARVO_LOG_INFO("User database not upgraded: {}", error);
+        return nullptr;
+    }
+    return userDatabase;
+}
+
+std::shared_ptr<UserDatabase> UserDatabase::openDefault(std::string& error) { return open(defaultPath(), error); }
+
+int64_t UserDatabase::schemaVersion() const {
+    SqliteStatement pragma;
+    if (pragma.prepare(database_, "PRAGMA user_version") != SQLITE_OK || pragma.step() != SQLITE_ROW) return 0;
+    return pragma.columnInt64(0);
+}
+
+bool UserDatabase::hasTable(std::string_view table) const {
+    SqliteStatement query;
+    if (query.prepare(database_, "SELECT 1 FROM sqlite_master WHERE type = 'table' AND name = ?") != SQLITE_OK) {
+        return false;
+    }
+    query.bindText(1, table);
+    return query.step() == SQLITE_ROW;
+}
+
+bool UserDatabase::hasColumn(std::string_view table, std::string_view column) const {
+    SqliteStatement query;
+    if (query.prepare(database_, "SELECT 1 FROM pragma_table_info(?) WHERE name = ?") != SQLITE_OK) return false;
+    query.bindText(1, table);
+    query.bindText(2, column);
+    return query.step() == SQLITE_ROW;
+}
+
+bool UserDatabase::layoutReached(int64_t version) const {
+    if (!hasTable("savedcities")) return false;
+    if (version >= 1 && !(hasColumn("savedcities", "timezone") && hasColumn("savedcities", "state_name") &&
+                          hasColumn("savedcities", "lastmoddate") && hasColumn("savedcities", "lastsyncdate"))) {
+        return false;
+    }
+    if (version >= 2 && !(hasTable("cachedcities") && hasTable("lastused"))) return false;
+    return version < 3 || hasColumn("savedcities", "adjusthighlat");
+}
+
+int64_t UserDatabase::recognisedVersion() const {
+    int64_t version = 0;
+    while (version < kSchemaVersion && layoutReached(version + 1)) ++version;
+    return version;
+}
+
+bool UserDatabase::upgrade(std::string& error) {
+    std::lock_guard lock(TarvoCity::syncObj());
+    // A file made elsewhere may hold a later layout without having recorded it: recognise
+    // it rather than redo upgrades whose UPDATE steps would reset the users' values.
+    auto currentVersion = [this] {
+        const int64_t recorded = schemaVersion();
+        return recorded != 0 ? recorded : recognisedVersion();
+    };
+    // An up-to-date file is not written at all.
+    if (currentVersion() >= kSchemaVersion) return true;
+
+    auto fail = [this, &error](const std::string& what) {
+        error = fmt::format("{}: {}: {}", database_.path().string(), what, database_.errorMessage());
+        database_.exec("ROLLBACK");
+        return false;
+    };
+    // One write transaction for all of it: another process opening the same file waits,
+    // then finds the work done; a failure leaves the file as it was.
+    if (database_.exec("BEGIN IMMEDIATE") != SQLITE_OK) return fail("cannot lock the database for upgrading");
+    int64_t version = currentVersion();
+    if (!hasTable("savedcities")) {
+        if (database_.exec(kCreateBaseTable) != SQLITE_OK) return fail("cannot create the saved-cities table");
+        version = 0;
+    }
+    for (; version < kSchemaVersion; ++version) {
+        kUpgrades[static_cast<size_t>(version)](database_, nullptr);
+        if (!layoutReached(version + 1)) return fail(fmt::format("upgrade to layout {} failed", version + 1));
+        if (database_.exec(fmt::format("PRAGMA user_version = {}", version + 1)) != SQLITE_OK) {
+            return fail("cannot record the layout");
+        }
+    }
+    if (database_.exec("COMMIT") != SQLITE_OK) return fail("cannot commit the upgrade");
+    return true;
+}
+
+bool UserDatabase::containsCity(int64_t primaryKey) {
+    std::lock_guard lock(TarvoCity::syncObj());
+    SqliteStatement query;
+    if (query.prepare(database_, "SELECT 1 FROM savedcities WHERE pk = ?") != SQLITE_OK) return false;
+    query.bindInt64(1, primaryKey);
+    return query.step() == SQLITE_ROW;
+}
+
+bool UserDatabase::selectCity(int64_t primaryKey) {
+    std::lock_guard lock(TarvoCity::syncObj());
+    if (database_.exec("BEGIN IMMEDIATE") != SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] Error: cannot select city {}: {}", primaryKey, database_.errorMessage());
+        return false;
+    }
+    SqliteStatement update;
+    bool selected = containsCity(primaryKey) &&
+                    update.prepare(database_, "UPDATE savedcities SET current_city = (pk = ?)") == SQLITE_OK &&
+                    update.bindInt64(1, primaryKey) == SQLITE_OK && update.step() == SQLITE_DONE;
+    update.finalize();
+    if (selected && database_.exec("COMMIT") == SQLITE_OK) return true;
+    if (selected) TARVO_LOG_ERROR("[DB] Error: cannot select city {}: {}", primaryKey, database_.errorMessage());
+    database_.exec("ROLLBACK");
+    return false;
+}
+
+}  // namespace tarvo

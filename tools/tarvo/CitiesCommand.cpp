@@ -1,0 +1,220 @@
+// tarvo cities: the user's saved cities (list, add, select, delete).
+#include <iostream>
+#include <memory>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "Commands.h"
+#include "tarvo/calculation/PrayerCalculator.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/cities/UserDatabase.h"
+#include "tarvo/platform/TimeZone.h"
+
+namespace tarvo::cli {
+
+namespace {
+
+using ordered_json = nlohmann::ordered_json;
+
+struct CitiesOptions {
+    std::string name;
+    std::string country;
+    std::optional<std::string> state;
+    double latitude = 0;
+    double longitude = 0;
+    std::string timeZone;
+    int64_t method = 0;
+    int64_t asr = 0;
+    int64_t highLatitude = 0;
+    std::optional<int64_t> dst;
+    std::optional<double> gmt;
+    int64_t primaryKey = 0;
+    bool json = false;
+};
+
+ordered_json optionalText(const std::optional<std::string>& text) { return text ? ordered_json(*text) : nullptr; }
+
+std::string methodName(int64_t method) {
+    return method == 0 ? "Automatic" : PrayerCalculator::getPrayerMethodNameFromNumber(method);
+}
+std::string asrName(int64_t asr) { return asr == 0 ? "Automatic" : PrayerCalculator::getAsrMethodFromNumber(asr); }
+std::string highLatitudeName(int64_t rule) {
+    return rule == 0 ? "Automatic" : PrayerCalculator::getAdjustHighLatNameFromNumber(rule);
+}
+
+void printCities(const std::vector<std::shared_ptr<TarvoCity>>& cities, bool json) {
+    if (json) {
+        ordered_json list = ordered_json::array();
+        for (const auto& city : cities) list.push_back(cityJson(*city));
+        std::cout << list.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
+        return;
+    }
+    if (cities.empty()) {
+        std::cout << "No saved cities.\n";
+        return;
+    }
+    std::cout << fmt::format("  {:>4}  {:<24} {:<18} {:<24} {:<20} {:<28} {:<9} {}\n", "PK", "City", "Country",
+                             "Position", "Time zone", "Method", "Asr", "High latitudes");
+    for (const auto& city : cities) {
+        std::string name = city->cityName().value_or("");
+        if (city->stateName() && !city->stateName()->empty()) name += " (" + *city->stateName() + ")";
+        std::cout << fmt::format("{} {:>4}  {:<24} {:<18} {:<24} {:<20} {:<28} {:<9} {}\n",
+                                 city->isSelectedCity() ? '*' : ' ', city->primaryKey(), name,
+                                 city->countryName().value_or(""), city->getLatLongString(),
+                                 city->TimeZone().value_or(""), methodName(city->prayerMethod()),
+                                 asrName(city->asrMethod()), highLatitudeName(city->adjustHighLatitude()));
+    }
+    std::cout << "\n* the selected city (used by tarvo times --saved)\n";
+}
+
+void printCity(const std::string& what, const TarvoCity& city, bool json) {
+    if (json) {
+        std::cout << cityJson(city).dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
+    } else {
+        std::cout << what << " " << city.description() << " (city " << city.primaryKey() << ")\n";
+    }
+}
+
+void list(const CitiesOptions& o) {
+    auto user = openUserDatabase();
+    printCities(TarvoCity::GetSavedCities(user->database()), o.json);
+}
+
+void add(const CitiesOptions& o) {
+    if (o.name.empty()) throw UsageError("--name must not be empty");
+    if (o.country.empty()) throw UsageError("--country must not be empty");
+    if (!TimeZone::withName(o.timeZone)) throw UsageError("--tz: unknown time zone '" + o.timeZone + "'");
+    auto user = openUserDatabase();
+
+    // The record is filled silently: these values describe a stored city, not the user's
+    // edit of the automatic one, so they are not mirrored into the automatic-city keys.
+    auto city = std::make_shared<TarvoCity>();
+    city->setIsLoadingFromDB(true);
+    city->setCityName(o.name);
+    city->setCountryName(o.country);
+    city->setStateName(o.state.value_or(""));
+    city->setLatitude(o.latitude);
+    city->setLongitude(o.longitude);
+    city->setTimeZone(o.timeZone);
+    city->setGMT(o.gmt.value_or(TarvoCity::kGMTFromTimeZone));
+    city->setDSTPreference(o.dst.value_or(0));
+    city->setPrayerMethod(o.method);
+    city->setAsrMethod(o.asr);
+    city->setAdjustHighLatitude(o.highLatitude);
+    city->setIsLoadingFromDB(false);
+
+    auto saved = TarvoCity::saveNewCity(city, user->database());
+    if (!saved || saved->primaryKey() <= 0 || !user->containsCity(saved->primaryKey())) {
+        throw UsageError("the city could not be saved in " + user->path().string());
+    }
+    // Saving marks the new row current but leaves the others' marks; make it the only one.
+    if (!user->selectCity(saved->primaryKey())) {
+        throw UsageError("the city was saved but could not be selected in " + user->path().string());
+    }
+    saved->setIsLoadingFromDB(true);
+    saved->setIsSelectedCity(true);
+    saved->setIsLoadingFromDB(false);
+    printCity("Saved and selected", *saved, o.json);
+}
+
+// The saved city with this key, or a usage error; nothing is changed either way.
+std::shared_ptr<TarvoCity> existingCity(UserDatabase& user, int64_t primaryKey) {
+    if (user.containsCity(primaryKey)) {
+        for (const auto& city : TarvoCity::GetSavedCities(user.database())) {
+            if (city->primaryKey() == primaryKey) return city;
+        }
+    }
+    throw UsageError(fmt::format("no saved city has the primary key {} (see tarvo cities saved)", primaryKey));
+}
+
+void select(const CitiesOptions& o) {
+    auto user = openUserDatabase();
+    auto city = existingCity(*user, o.primaryKey);
+    if (!user->selectCity(o.primaryKey)) throw UsageError("the city could not be selected in " + user->path().string());
+    city->setIsLoadingFromDB(true);
+    city->setIsSelectedCity(true);
+    city->setIsLoadingFromDB(false);
+    printCity("Selected", *city, o.json);
+}
+
+void remove(const CitiesOptions& o) {
+    auto user = openUserDatabase();
+    auto city = existingCity(*user, o.primaryKey);
+    TarvoCity::DeleteCity(user->database(), o.primaryKey);
+    if (user->containsCity(o.primaryKey)) throw UsageError("the city could not be deleted from " + user->path().string());
+    printCity("Deleted", *city, o.json);
+    if (!o.json && city->isSelectedCity()) std::cout << "No city is selected now; tarvo times --saved uses London.\n";
+}
+
+}  // namespace
+
+ordered_json cityJson(const TarvoCity& city) {
+    ordered_json j;
+    j["primaryKey"] = city.primaryKey();
+    j["cityName"] = optionalText(city.cityName());
+    j["countryName"] = optionalText(city.countryName());
+    j["stateName"] = optionalText(city.stateName());
+    j["latitude"] = city.latitude();
+    j["longitude"] = city.longitude();
+    j["TimeZone"] = optionalText(city.TimeZone());
+    j["GMT"] = city.GMT();
+    j["DSTPreference"] = city.DSTPreference();
+    j["prayerMethod"] = city.prayerMethod();
+    j["asrMethod"] = city.asrMethod();
+    j["adjustHighLatitude"] = city.adjustHighLatitude();
+    j["isSelectedCity"] = city.isSelectedCity();
+    return j;
+}
+
+std::shared_ptr<UserDatabase> openUserDatabase() {
+    std::string error;
+    auto user = UserDatabase::openDefault(error);
+    if (!user) throw UsageError("cannot use the user database: " + error);
+    return user;
+}
+
+void registerCitiesCommand(CLI::App& app) {
+    auto options = std::make_shared<CitiesOptions>();
+    CLI::App* cities = app.add_subcommand("cities", "List, add, select and delete the saved cities");
+    cities->require_subcommand(1);
+    cities->footer(fmt::format(
+        "The saved cities live in {} in the data folder: $TARVO_HOME, else $XDG_DATA_HOME/tarvo, else "
+        "~/.local/share/tarvo.\nExit status: 0 done, 2 bad usage, an unknown primary key or an unusable database "
+        "file (which is never changed).",
+        UserDatabase::kFileName));
+
+    CLI::App* saved = cities->add_subcommand("saved", "List the saved cities (* marks the selected one)");
+    saved->add_flag("--json", options->json, "Print a JSON list of city objects");
+    saved->callback([options] { list(*options); });
+
+    CLI::App* addCommand = cities->add_subcommand("add", "Save a city and make it the selected one");
+    addCommand->add_option("--name", options->name, "City name")->required();
+    addCommand->add_option("--country", options->country, "Country name (chooses the automatic Asr school)")
+        ->required();
+    addCommand->add_option("--state", options->state, "State or province");
+    addLatitudeOption(*addCommand, options->latitude, true);
+    addLongitudeOption(*addCommand, options->longitude, true);
+    addCommand->add_option("--tz", options->timeZone, "Time zone of the city, e.g. Europe/London")->required();
+    addCalculationOptions(*addCommand, options->method, options->asr, options->highLatitude);
+    addDaylightSavingOption(*addCommand, options->dst);
+    addCommand->add_option("--gmt", options->gmt,
+                           "Fixed offset from GMT in hours (default: the time zone's offset, stored as 50)")
+        ->check(numberBetween(-14, 14));
+    addCommand->add_flag("--json", options->json, "Print the saved city as a JSON object");
+    addCommand->callback([options] { add(*options); });
+
+    CLI::App* selectCommand = cities->add_subcommand("select", "Make a saved city the selected one");
+    selectCommand->add_option("pk", options->primaryKey, "Primary key of the city (see tarvo cities saved)")
+        ->required();
+    selectCommand->add_flag("--json", options->json, "Print the selected city as a JSON object");
+    selectCommand->callback([options] { select(*options); });
+
+    CLI::App* deleteCommand = cities->add_subcommand("delete", "Delete a saved city");
+    deleteCommand->add_option("pk", options->primaryKey, "Primary key of the city (see tarvo cities saved)")
+        ->required();
+    deleteCommand->add_flag("--json", options->json, "Print the deleted city as a JSON object");
+    deleteCommand->callback([options] { remove(*options); });
+}
+
+}  // namespace tarvo::cli
