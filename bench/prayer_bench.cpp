@@ -1,7 +1,7 @@
 // Day computation throughput: TarvoCore against libitl on the same places and days.
 //
 // One benchmark iteration computes every place-day of the workload (1,000 places x 365
-// days). The counter per_place_day is the CPU time per place-day (seconds in the JSON and
+// days; the environment variable TARVO_BENCH_PLACES changes the number of places). The counter per_place_day is the CPU time per place-day (seconds in the JSON and
 // CSV output; the console shows it with a prefix, e.g. "2.5us").
 #include <benchmark/benchmark.h>
 
@@ -93,7 +93,13 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
 
-    const Workload workload = tarvo::bench::makeWorkload();
+    // TARVO_BENCH_PLACES shrinks the workload, e.g. to profile under callgrind; the figures
+    // are per place-day either way.
+    size_t places = 1000;
+    if (const char* text = std::getenv("TARVO_BENCH_PLACES"); text && std::atol(text) > 0) {
+        places = static_cast<size_t>(std::atol(text));
+    }
+    const Workload workload = tarvo::bench::makeWorkload(places);
     gWorkload = &workload;
     benchmark::AddCustomContext("place_days", std::to_string(workload.placeDays()));
 #if TARVO_BENCH_HAVE_ITL
