@@ -102,19 +102,36 @@ HourMinute roundedToMinute(double hours) {
 
 }  // namespace
 
+namespace {
+
+using MethodTable = std::map<int64_t, PrayerCalculator::MethodParams>;
+
+// The built-in method table, built once and shared by every calculator (immutable).
+const std::shared_ptr<const MethodTable>& builtInMethodTable() {
+    // Fajr sel, Fajr, Maghrib sel, Maghrib, Isha sel, Isha. Every built-in method puts
+    // Maghrib at sunset plus minutes; 4 and 7 put Isha 90 minutes after Maghrib.
+    static const std::shared_ptr<const MethodTable> table = std::make_shared<const MethodTable>(MethodTable{
+        {1, {0, 18, 1, 0, 0, 17}},   {2, {0, 19.5, 1, 0, 0, 17.5}}, {3, {0, 18, 1, 0, 0, 18}},
+        {4, {0, 18.5, 1, 0, 1, 90}}, {5, {0, 15, 1, 0, 0, 15}},     {6, {0, 18, 1, 0, 0, 17}},
+        {7, {0, 18.5, 1, 2, 1, 90}},
+    });
+    return table;
+}
+
+// The zone "UTC" (GMT if it were unknown), looked up once.
+const TimeZone& utcZone() {
+    static const TimeZone zone = TimeZone::withName("UTC").value_or(TimeZone::gmt());
+    return zone;
+}
+
+}  // namespace
+
 PrayerCalculator::PrayerCalculator()
     : timeNames_{"Fajr", "Sunrise", "Duhr", "Asr", "Sunset", "Maghrib", "Isha", "Qiyam", "TomorrowFajr", "TomorrowSunrise"},
       InvalidTime_("N/A"),
       globalGregCal_(),
-      globalGregCalUTC_(TimeZone::withName("UTC").value_or(TimeZone::gmt())) {
-    // Fajr sel, Fajr, Maghrib sel, Maghrib, Isha sel, Isha. Every built-in method puts
-    // Maghrib at sunset plus minutes; 4 and 7 put Isha 90 minutes after Maghrib.
-    methodParams_ = {
-        {1, {0, 18, 1, 0, 0, 17}},   {2, {0, 19.5, 1, 0, 0, 17.5}}, {3, {0, 18, 1, 0, 0, 18}},
-        {4, {0, 18.5, 1, 0, 1, 90}}, {5, {0, 15, 1, 0, 0, 15}},     {6, {0, 18, 1, 0, 0, 17}},
-        {7, {0, 18.5, 1, 2, 1, 90}},
-    };
-}
+      globalGregCalUTC_(utcZone()),
+      methodParams_(builtInMethodTable()) {}
 
 // ---- Solar position core ------------------------------------------------------------
 
@@ -298,7 +315,7 @@ int64_t PrayerCalculator::adjustHighLats() const {
 
 std::array<double, 6> PrayerCalculator::params() const {
     std::array<double, 6> p{};  // a method without a table entry reads as all zero
-    if (auto it = methodParams_.find(calcMethod()); it != methodParams_.end() && it->second.size() == 6) {
+    if (auto it = methodParams_->find(calcMethod()); it != methodParams_->end() && it->second.size() == 6) {
         std::copy(it->second.begin(), it->second.end(), p.begin());
     }
     return p;
@@ -309,8 +326,8 @@ void PrayerCalculator::setCustomParams(MethodParams& p) {
         TARVO_LOG_ERROR("Custom method parameters need six values, got {}; ignored", p.size());
         return;
     }
-    const auto current = methodParams_.find(calcMethod());
-    const bool hasCurrent = current != methodParams_.end() && current->second.size() == 6;
+    const auto current = methodParams_->find(calcMethod());
+    const bool hasCurrent = current != methodParams_->end() && current->second.size() == 6;
     for (size_t i = 0; i < 6; ++i) {
         if (p[i] != -1) continue;
         if (!hasCurrent) {
@@ -319,8 +336,11 @@ void PrayerCalculator::setCustomParams(MethodParams& p) {
         }
         p[i] = current->second[i];
     }
-    methodParams_.erase(6);
-    methodParams_.emplace(6, p);
+    // Copy on write: the table may be the shared built-in one.
+    auto table = std::make_shared<MethodTable>(*methodParams_);
+    table->erase(6);
+    table->emplace(6, p);
+    methodParams_ = std::move(table);
     calcMethod_ = 6;
 }
 
