@@ -124,6 +124,11 @@ const TimeZone& utcZone() {
     return zone;
 }
 
+const TimeZone& gmtZone() {
+    static const TimeZone zone = TimeZone::gmt();
+    return zone;
+}
+
 }  // namespace
 
 PrayerCalculator::PrayerCalculator()
@@ -516,16 +521,17 @@ std::vector<double>& PrayerCalculator::computeQiyamTime(std::vector<double>& tim
 
 void PrayerCalculator::setTimeZone(const std::optional<std::string>& name) {
     timeZoneObj_.reset();
-    const std::string zoneName = name.value_or("GMT");
+    const std::string_view zoneName = name ? std::string_view(*name) : std::string_view("GMT");
     timeZoneObj_ = TimeZone::withName(zoneName);
     if (!timeZoneObj_) {
         TARVO_LOG_INFO("Timezone Could Not Be Found: {}", zoneName);
-        timeZoneObj_ = TimeZone::gmt();
+        timeZoneObj_ = gmtZone();
     }
 }
 
 double PrayerCalculator::getTimeZoneOffset(Date date) const {
-    const TimeZone& zone = timeZoneObj_ ? *timeZoneObj_ : TimeZone::gmt();
+    // Both branches are references: no copy of the zone (and of its shared data) per call.
+    const TimeZone& zone = timeZoneObj_ ? *timeZoneObj_ : gmtZone();
     const auto seconds = static_cast<double>(zone.secondsFromGMT(date));
     double offset = getTimezoneOffsetInHours(seconds * 1000.0);
     if (overrideDST_ != 0) {
