@@ -13,6 +13,8 @@ namespace tarvo {
 struct TimeZone::Impl {
     std::string name;
     std::unique_ptr<icu::TimeZone> zone;
+    /// The same zone as a BasicTimeZone when it is one (found once, not per question).
+    const icu::BasicTimeZone* basic = nullptr;
 };
 
 namespace {
@@ -22,7 +24,6 @@ namespace {
 struct Registry {
     std::mutex mutex;
     std::map<std::string, std::shared_ptr<const TimeZone::Impl>, std::less<>> byName;
-    std::shared_ptr<const TimeZone::Impl> systemDefault;
 };
 
 Registry& registry() {
@@ -35,6 +36,7 @@ std::shared_ptr<const TimeZone::Impl> makeImpl(std::unique_ptr<icu::TimeZone> zo
     icu::UnicodeString id;
     zone->getID(id);
     id.toUTF8String(impl->name);
+    impl->basic = dynamic_cast<const icu::BasicTimeZone*>(zone.get());
     impl->zone = std::move(zone);
     return impl;
 }
@@ -63,17 +65,21 @@ Offsets offsetsAt(const TimeZone::Impl& impl, double seconds) {
         double seconds = 0.0;
         Offsets offsets;
     };
-    thread_local std::array<Entry, 4> cache{};
-    thread_local unsigned next = 0;
-    for (const Entry& e : cache) {
+    struct Cache {
+        std::array<Entry, 4> entries{};
+        size_t next = 0;
+    };
+    thread_local Cache cache;  // one thread-local object: one TLS address look-up per call
+    Cache& c = cache;
+    for (const Entry& e : c.entries) {
         if (e.zone == &impl && e.seconds == seconds) return e.offsets;
     }
     Offsets o;
     UErrorCode status = U_ZERO_ERROR;
     impl.zone->getOffset(seconds * 1000.0, false, o.raw, o.dst, status);
     if (U_FAILURE(status)) o = Offsets{};
-    cache[next] = Entry{&impl, seconds, o};
-    next = (next + 1) % cache.size();
+    c.entries[c.next] = Entry{&impl, seconds, o};
+    c.next = (c.next + 1) % c.entries.size();
     return o;
 }
 
@@ -82,10 +88,26 @@ Offsets offsetsAt(const TimeZone::Impl& impl, double seconds) {
 TimeZone::TimeZone(std::shared_ptr<const Impl> impl) : impl_(std::move(impl)) {}
 
 std::optional<TimeZone> TimeZone::withName(std::string_view name) {
+    // The last zone this thread found, so that asking for the same zone again and again
+    // takes neither the registry lock nor the map search. Registered zones are never
+    // removed, so a remembered one stays valid.
+    struct LastFound {
+        std::string name;
+        std::shared_ptr<const Impl> impl;
+    };
+    thread_local LastFound last;
+    LastFound& l = last;
+    if (l.impl && l.name == name) return TimeZone(l.impl);
+
     Registry& r = registry();
-    std::lock_guard lock(r.mutex);
-    auto impl = lookUpLocked(r, name);
+    std::shared_ptr<const Impl> impl;
+    {
+        std::lock_guard lock(r.mutex);
+        impl = lookUpLocked(r, name);
+    }
     if (!impl) return std::nullopt;
+    l.name.assign(name);
+    l.impl = impl;
     return TimeZone(std::move(impl));
 }
 
@@ -95,13 +117,11 @@ TimeZone TimeZone::gmt() {
 }
 
 TimeZone TimeZone::systemDefault() {
-    Registry& r = registry();
-    std::lock_guard lock(r.mutex);
-    if (!r.systemDefault) {
-        std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createDefault());
-        r.systemDefault = makeImpl(std::move(zone));
-    }
-    return TimeZone(r.systemDefault);
+    // Found on first use and kept for the life of the process (never destroyed, like the
+    // registry); a static needs no lock after its thread-safe initialisation.
+    static const auto* impl = new std::shared_ptr<const Impl>(
+        makeImpl(std::unique_ptr<icu::TimeZone>(icu::TimeZone::createDefault())));
+    return TimeZone(*impl);
 }
 
 const std::string& TimeZone::name() const { return impl_->name; }
@@ -123,7 +143,7 @@ int64_t TimeZone::secondsFromGMTForLocalTime(double localSeconds) const {
     int32_t raw = 0;
     int32_t dst = 0;
     UErrorCode status = U_ZERO_ERROR;
-    if (auto* basic = dynamic_cast<const icu::BasicTimeZone*>(impl_->zone.get())) {
+    if (const icu::BasicTimeZone* basic = impl_->basic) {
         basic->getOffsetFromLocal(localSeconds * 1000.0, UCAL_TZ_LOCAL_FORMER, UCAL_TZ_LOCAL_LATTER, raw,
                                   dst, status);
     } else {
