@@ -1,12 +1,12 @@
 // Writes the raw doubles of many day computations to a file, so that a change meant to be
 // pure overhead removal can be checked bit for bit: dump before, dump after, `cmp` the two.
 //
-// Usage: tarvo_bench_dump OUTPUT
-// Covers the benchmark workload's first places over a whole year (a fresh calculator per
-// day and one reused calculator per place) and a set of configurations the workload does
-// not reach: every method, Asr school and high-latitude rule, custom angles, overrides of
-// the offset and of daylight saving, Dhuhr minutes, unknown and missing zones, and the
-// Dubai and Kuala Lumpur timetable paths.
+// Usage: tarvo_bench_dump OUTPUT [PLACES]
+// Covers the benchmark workload's first PLACES places (default 40, at most 990) over a
+// whole year with a fresh calculator per day, the next 10 with one reused calculator per
+// place, and a set of configurations the workload does not reach: every method, Asr school
+// and high-latitude rule, custom angles, overrides of the offset and of daylight saving,
+// Dhuhr minutes, unknown and missing zones, and the Dubai and Kuala Lumpur timetable paths.
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -45,10 +45,12 @@ tarvo::Date noonUtc(int64_t year, int64_t month, int64_t day) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: %s OUTPUT\n", argv[0]);
+    const long fresh = argc == 3 ? std::atol(argv[2]) : 40;
+    if ((argc != 2 && argc != 3) || fresh < 0 || fresh > 990) {
+        std::fprintf(stderr, "usage: %s OUTPUT [PLACES]\n", argv[0]);
         return 2;
     }
+    const auto freshPlaces = static_cast<size_t>(fresh);
     setenv("TZ", "UTC", 1);
     std::FILE* out = std::fopen(argv[1], "wb");
     if (!out) {
@@ -58,14 +60,14 @@ int main(int argc, char** argv) {
     Writer w{out};
     const auto workload = tarvo::bench::makeWorkload(1000, 365);
 
-    // The workload: fresh calculators for the first 40 places, reused ones for the next 10.
-    for (size_t p = 0; p < 50; ++p) {
+    // The workload: fresh calculators for the first places, reused ones for the next 10.
+    for (size_t p = 0; p < freshPlaces + 10; ++p) {
         const auto& place = workload.places[p];
         PrayerCalculator reused;
         reused.setCalcMethod(1);
         reused.setAsrJuristic(1);
         for (const auto& day : workload.days) {
-            if (p < 40) {
+            if (p < freshPlaces) {
                 PrayerCalculator c;
                 c.setCalcMethod(1);
                 c.setAsrJuristic(1);
