@@ -495,12 +495,13 @@ std::vector<double> PrayerCalculator::computeTimes(std::vector<double>& guesses)
 
 std::vector<double>& PrayerCalculator::adjustTimes(std::vector<double>& times) {
     if (times.size() < EntryCount) times.resize(EntryCount, std::nan(""));
-    const Date today = GregDate_.value_or(Date());
-    const Date tomorrow = TomorrowGregDate_.value_or(Date());
+    // Tomorrow's entries take tomorrow's offset, so a change to or from summer time
+    // overnight is honoured. The offset of a moment never changes, so each of the two is
+    // asked once rather than once per entry; every entry gets the very same double.
+    const double todayOffset = getTimeZoneOffset(GregDate_.value_or(Date()));
+    const double tomorrowOffset = getTimeZoneOffset(TomorrowGregDate_.value_or(Date()));
     for (size_t i = 0; i < EntryCount; ++i) {
-        // Tomorrow's entries ask for tomorrow's offset, so a change to or from summer time
-        // overnight is honoured.
-        times[i] = times[i] + getTimeZoneOffset(i >= TomorrowFajr ? tomorrow : today) - lng_ / 15.0;
+        times[i] = times[i] + (i >= TomorrowFajr ? tomorrowOffset : todayOffset) - lng_ / 15.0;
     }
     adjustHighLatTimes(times);
     const auto p = params();
