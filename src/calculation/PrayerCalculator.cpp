@@ -399,7 +399,7 @@ std::vector<double> PrayerCalculator::getDatePrayerTimes(Date date, const std::o
 
     GregDate_ = date;
     JDate_ = julianDate(today.year, today.month, today.day) - longitude / 360.0;
-    TomorrowGregDate_ = globalGregCal_.dateByAddingDays(1, date);
+    TomorrowGregDate_ = globalGregCal_.dateByAddingDays(1, today);  // today = components(date)
     const DateComponents tomorrow = globalGregCal_.components(*TomorrowGregDate_);
     TomorrowJDate_ = julianDate(tomorrow.year, tomorrow.month, tomorrow.day) - longitude / 360.0;
     return computeDayTimes();
