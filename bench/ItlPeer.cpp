@@ -13,11 +13,13 @@ namespace tarvo::bench {
 
 namespace {
 
-Method itlMethod() {
+// Muslim World League (Fajr 18, Isha 17, Shafi'i Asr) with libitl's defaults, except that
+// the extreme-latitude search is off. `keepSeconds` turns rounding off (for comparing).
+Method itlMethod(bool keepSeconds = false) {
     Method m;
-    getMethod(5, &m);  // Muslim World League: Fajr 18, Isha 17, Shafi'i Asr
-    m.extreme = 0;     // no extreme-latitude search
-    m.round = 0;       // keep the seconds
+    getMethod(5, &m);
+    m.extreme = 0;
+    if (keepSeconds) m.round = 0;
     return m;
 }
 
@@ -53,7 +55,7 @@ long itlRunWorkload(const Workload& w) {
 }
 
 std::string itlAgreement(const Workload& w) {
-    const Method method = itlMethod();
+    const Method method = itlMethod(true);
     constexpr size_t kTarvoIndex[6] = {0, 1, 2, 3, 5, 6};
     std::array<double, 6> worst{};
     size_t compared = 0;
