@@ -6,6 +6,7 @@
 
 #include <unicode/basictz.h>
 #include <unicode/timezone.h>
+#include <unicode/tztrans.h>
 #include <unicode/unistr.h>
 
 namespace tarvo {
@@ -15,6 +16,11 @@ struct TimeZone::Impl {
     std::unique_ptr<icu::TimeZone> zone;
     /// The same zone as a BasicTimeZone when it is one (found once, not per question).
     const icu::BasicTimeZone* basic = nullptr;
+    /// A zone that never changes its offset (UTC, GMT, Etc/GMT-3, ...) answers every
+    /// question with these, without ICU and without the cache.
+    bool fixed = false;
+    int32_t fixedRaw = 0;
+    int32_t fixedDst = 0;
 };
 
 namespace {
@@ -37,6 +43,17 @@ std::shared_ptr<const TimeZone::Impl> makeImpl(std::unique_ptr<icu::TimeZone> zo
     zone->getID(id);
     id.toUTF8String(impl->name);
     impl->basic = dynamic_cast<const icu::BasicTimeZone*>(zone.get());
+    if (impl->basic && !zone->useDaylightTime()) {
+        // No transition rules and no transition at any time: the offset is one constant.
+        UErrorCode status = U_ZERO_ERROR;
+        icu::TimeZoneTransition transition;
+        if (impl->basic->countTransitionRules(status) == 0 && U_SUCCESS(status) &&
+            !impl->basic->getNextTransition(-1.0e18, true, transition) &&
+            !impl->basic->getPreviousTransition(1.0e18, true, transition)) {
+            zone->getOffset(0.0, false, impl->fixedRaw, impl->fixedDst, status);
+            impl->fixed = U_SUCCESS(status);
+        }
+    }
     impl->zone = std::move(zone);
     return impl;
 }
@@ -60,6 +77,7 @@ struct Offsets {
 // A small per-thread cache of the last moments asked about. Zone data is never freed,
 // so its address identifies the zone for as long as the process runs.
 Offsets offsetsAt(const TimeZone::Impl& impl, double seconds) {
+    if (impl.fixed) return Offsets{impl.fixedRaw, impl.fixedDst};
     struct Entry {
         const TimeZone::Impl* zone = nullptr;
         double seconds = 0.0;
@@ -140,6 +158,7 @@ bool TimeZone::isDaylightSavingTime(Date date) const {
 }
 
 int64_t TimeZone::secondsFromGMTForLocalTime(double localSeconds) const {
+    if (impl_->fixed) return (static_cast<int64_t>(impl_->fixedRaw) + impl_->fixedDst) / 1000;
     int32_t raw = 0;
     int32_t dst = 0;
     UErrorCode status = U_ZERO_ERROR;
