@@ -421,8 +421,13 @@ std::vector<std::string> PrayerCalculator::getDatePrayerTimesAsString(Date date,
 }
 
 std::vector<double> PrayerCalculator::computeDayTimes() {
-    std::vector<double> guesses{5, 6, 12, 13, 18, 18, 19, 23, 5, 6};
-    std::vector<double> times = computeTimes(guesses);
+    // What computeTimes does, with the raw times written over the first guesses (once
+    // their day portions are copied out), so that a day needs one vector instead of two.
+    std::vector<double> times{5, 6, 12, 13, 18, 18, 19, 23, 5, 6};
+    dayPortion(times);
+    std::array<double, EntryCount> t;
+    std::copy(times.begin(), times.end(), t.begin());
+    computeTimesInto(t, times);
     adjustTimes(times);
     isUsingFixedTimings_ = false;
     if (isDubai_ || isKualaLumpur_) applyFixedTimetable(times);
@@ -477,9 +482,16 @@ void PrayerCalculator::applyFixedTimetable(std::vector<double>& times) {
 
 std::vector<double> PrayerCalculator::computeTimes(std::vector<double>& guesses) {
     if (guesses.size() < EntryCount) guesses.resize(EntryCount, 0.0);
-    const std::vector<double>& t = dayPortion(guesses);
-    const auto p = params();
+    const std::vector<double>& portions = dayPortion(guesses);
+    std::array<double, EntryCount> t;
+    std::copy_n(portions.begin(), EntryCount, t.begin());
     std::vector<double> times(EntryCount);
+    computeTimesInto(t, times);
+    return times;
+}
+
+void PrayerCalculator::computeTimesInto(const std::array<double, EntryCount>& t, std::vector<double>& times) const {
+    const auto p = params();
     times[Fajr] = p[0] == 0 ? computeTime(180 - p[1], t[Fajr]) : 0;
     times[Sunrise] = computeTime(179.167, t[Sunrise]);
     times[Dhuhr] = computeMidDay(t[Dhuhr]);
@@ -490,7 +502,6 @@ std::vector<double> PrayerCalculator::computeTimes(std::vector<double>& guesses)
     times[Qiyam] = 0;
     times[TomorrowFajr] = p[0] == 0 ? computeTimeForTomorrow(180 - p[1], t[TomorrowFajr]) : 0;
     times[TomorrowSunrise] = computeTimeForTomorrow(179.167, t[TomorrowSunrise]);
-    return times;
 }
 
 std::vector<double>& PrayerCalculator::adjustTimes(std::vector<double>& times) {

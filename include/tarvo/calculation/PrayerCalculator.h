@@ -171,6 +171,8 @@ private:
     double timetableKeyForToday() const;
     double timetableKeyForTomorrow() const;
     void applyFixedTimetable(std::vector<double>& times);
+    /// The body of computeTimes: raw times from the ten day portions `t` into `times`.
+    void computeTimesInto(const std::array<double, EntryCount>& t, std::vector<double>& times) const;
 
     std::optional<std::string> country_;
     double lng_ = 0.0;
