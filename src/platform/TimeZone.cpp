@@ -1,8 +1,10 @@
 #include "tarvo/platform/TimeZone.h"
 
 #include <array>
+#include <atomic>
 #include <map>
 #include <mutex>
+#include <vector>
 
 #include <unicode/basictz.h>
 #include <unicode/timezone.h>
@@ -27,9 +29,14 @@ namespace {
 
 // Zones are created once per name and kept for the life of the process: ICU zone
 // creation is slow, and the day computation asks for the same few zones over and over.
+// No zone data is ever freed (the offset cache below relies on it).
 struct Registry {
     std::mutex mutex;
     std::map<std::string, std::shared_ptr<const TimeZone::Impl>, std::less<>> byName;
+    /// Zones made other than by name (the system's own default), kept here for ever.
+    std::vector<std::shared_ptr<const TimeZone::Impl>> unnamed;
+    /// The device's zone, read without the lock (every Calendar() asks for it); set under it.
+    std::atomic<const TimeZone::Impl*> systemDefault{nullptr};
 };
 
 Registry& registry() {
@@ -135,11 +142,28 @@ TimeZone TimeZone::gmt() {
 }
 
 TimeZone TimeZone::systemDefault() {
-    // Found on first use and kept for the life of the process (never destroyed, like the
-    // registry); a static needs no lock after its thread-safe initialisation.
-    static const auto* impl = new std::shared_ptr<const Impl>(
-        makeImpl(std::unique_ptr<icu::TimeZone>(icu::TimeZone::createDefault())));
-    return TimeZone(*impl);
+    Registry& r = registry();
+    const Impl* impl = r.systemDefault.load(std::memory_order_acquire);
+    if (!impl) {
+        std::lock_guard lock(r.mutex);
+        impl = r.systemDefault.load(std::memory_order_relaxed);
+        if (!impl) {
+            auto created = makeImpl(std::unique_ptr<icu::TimeZone>(icu::TimeZone::createDefault()));
+            impl = created.get();
+            r.unnamed.push_back(std::move(created));
+            r.systemDefault.store(impl, std::memory_order_release);
+        }
+    }
+    // The registry keeps the zone for ever, so this TimeZone need not own it: an aliasing
+    // pointer without a control block (copies of it count no references).
+    return TimeZone(std::shared_ptr<const Impl>(std::shared_ptr<const Impl>(), impl));
+}
+
+void TimeZone::setSystemDefault(const TimeZone& zone) {
+    // Every TimeZone's data is kept by the registry for ever, so storing the address is safe.
+    Registry& r = registry();
+    std::lock_guard lock(r.mutex);
+    r.systemDefault.store(zone.impl_.get(), std::memory_order_release);
 }
 
 const std::string& TimeZone::name() const { return impl_->name; }

@@ -20,7 +20,9 @@ public:
 void registerTimesCommand(CLI::App& app);
 void registerQiblaCommand(CLI::App& app);
 
-/// Shared option helpers.
+/// Shared option helpers. numberBetween checks a number within inclusive bounds, with a
+/// plain message for text that is not a number.
+CLI::Validator numberBetween(double min, double max);
 void addLatitudeOption(CLI::App& command, double& latitude, bool required);
 void addLongitudeOption(CLI::App& command, double& longitude, bool required);
 

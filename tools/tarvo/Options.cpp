@@ -1,19 +1,35 @@
 #include <chrono>
+#include <cmath>
+
+#include <fmt/format.h>
 #include <iostream>
 
 #include "Commands.h"
 
 namespace tarvo::cli {
 
+CLI::Validator numberBetween(double min, double max) {
+    return CLI::Validator(
+        [min, max](std::string& text) -> std::string {
+            double value = 0;
+            if (!CLI::detail::lexical_cast(text, value) || !std::isfinite(value)) return "'" + text + "' is not a number";
+            if (value < min || value > max) {
+                return fmt::format("{} is outside {} to {}", text, min, max);
+            }
+            return {};
+        },
+        fmt::format("NUMBER in [{}, {}]", min, max));
+}
+
 void addLatitudeOption(CLI::App& command, double& latitude, bool required) {
     auto* option = command.add_option("--lat", latitude, "Latitude in degrees, north positive (-90 to 90)")
-                       ->check(CLI::Range(-90.0, 90.0));
+                       ->check(numberBetween(-90, 90));
     if (required) option->required();
 }
 
 void addLongitudeOption(CLI::App& command, double& longitude, bool required) {
     auto* option = command.add_option("--lon", longitude, "Longitude in degrees, east positive (-180 to 180)")
-                       ->check(CLI::Range(-180.0, 180.0));
+                       ->check(numberBetween(-180, 180));
     if (required) option->required();
 }
 

@@ -123,22 +123,22 @@ void registerTimesCommand(CLI::App& app) {
     cmd->add_option("--method", options->method,
                     "Calculation method: 0 automatic, 1 Muslim League, 2 Egyptian, 3 Karachi, 4 Umm Al-Qura, "
                     "5 ISNA, 6 custom, 7 UAE")
-        ->check(CLI::Range(0, 7));
-    cmd->add_option("--asr", options->asr, "Asr school: 0 automatic, 1 Shafi, 2 Hanafi")->check(CLI::Range(0, 2));
+        ->check(numberBetween(0, 7));
+    cmd->add_option("--asr", options->asr, "Asr school: 0 automatic, 1 Shafi, 2 Hanafi")->check(numberBetween(0, 2));
     cmd->add_option("--highlat", options->highLatitude,
                     "High-latitude rule: 0 automatic, 1 1/7th of the night, 2 1/7th median, 3 angle based, "
                     "4 middle of the night")
-        ->check(CLI::Range(0, 4));
+        ->check(numberBetween(0, 4));
     cmd->add_option("--dst", options->dst, "Daylight saving: 0 follow the zone, 1 force on, 2 force off")
-        ->check(CLI::Range(0, 2));
+        ->check(numberBetween(0, 2));
     cmd->add_option("--gmt", options->gmt, "Fixed offset from GMT in hours instead of the zone's")
-        ->check(CLI::Range(-14.0, 14.0));
+        ->check(numberBetween(-14, 14));
     cmd->add_option("--city", options->city, "City name (Dubai and Kuala Lumpur use their official timetables)");
     cmd->add_option("--country", options->country, "Country name (chooses the automatic Asr school)");
     cmd->add_option("--fajr-angle", options->fajrAngle, "Custom Fajr sun depression in degrees")
-        ->check(CLI::Range(0.0, 90.0));
+        ->check(numberBetween(0, 90));
     cmd->add_option("--isha-angle", options->ishaAngle, "Custom Isha sun depression in degrees")
-        ->check(CLI::Range(0.0, 90.0));
+        ->check(numberBetween(0, 90));
     cmd->add_option("--format", options->format, "Time format: 24, 12 or 12ns (12-hour without am/pm)")
         ->check(CLI::IsMember({"24", "12", "12ns"}));
     cmd->add_flag("--json", options->json, "Print one JSON object instead of text");

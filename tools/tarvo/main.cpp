@@ -28,8 +28,7 @@ int main(int argc, char** argv) {
     } catch (const CLI::CallForVersion& e) {
         status = app.exit(e);
     } catch (const CLI::ParseError& e) {
-        std::cerr << "tarvo: " << e.what() << "\n";
-        if (e.get_exit_code() != 0) std::cerr << "Run with --help for usage.\n";
+        std::cerr << "tarvo: " << e.what() << " (see --help)\n";
         status = e.get_exit_code() == 0 ? 0 : 2;
     } catch (const tarvo::cli::UsageError& e) {
         std::cerr << "tarvo: " << e.what() << "\n";

@@ -24,6 +24,8 @@ public:
     static TimeZone gmt();
     /// The device's zone: the TZ environment variable, else the system's setting.
     static TimeZone systemDefault();
+    /// Makes `zone` the device's zone for this process (hosts that follow a user setting, tests).
+    static void setSystemDefault(const TimeZone& zone);
 
     const std::string& name() const;
 
