@@ -102,19 +102,41 @@ HourMinute roundedToMinute(double hours) {
 
 }  // namespace
 
+namespace {
+
+using MethodTable = std::map<int64_t, PrayerCalculator::MethodParams>;
+
+// The built-in method table, built once and shared by every calculator (immutable).
+const std::shared_ptr<const MethodTable>& builtInMethodTable() {
+    // Fajr sel, Fajr, Maghrib sel, Maghrib, Isha sel, Isha. Every built-in method puts
+    // Maghrib at sunset plus minutes; 4 and 7 put Isha 90 minutes after Maghrib.
+    static const std::shared_ptr<const MethodTable> table = std::make_shared<const MethodTable>(MethodTable{
+        {1, {0, 18, 1, 0, 0, 17}},   {2, {0, 19.5, 1, 0, 0, 17.5}}, {3, {0, 18, 1, 0, 0, 18}},
+        {4, {0, 18.5, 1, 0, 1, 90}}, {5, {0, 15, 1, 0, 0, 15}},     {6, {0, 18, 1, 0, 0, 17}},
+        {7, {0, 18.5, 1, 2, 1, 90}},
+    });
+    return table;
+}
+
+// The zone "UTC" (GMT if it were unknown), looked up once.
+const TimeZone& utcZone() {
+    static const TimeZone zone = TimeZone::withName("UTC").value_or(TimeZone::gmt());
+    return zone;
+}
+
+const TimeZone& gmtZone() {
+    static const TimeZone zone = TimeZone::gmt();
+    return zone;
+}
+
+}  // namespace
+
 PrayerCalculator::PrayerCalculator()
     : timeNames_{"Fajr", "Sunrise", "Duhr", "Asr", "Sunset", "Maghrib", "Isha", "Qiyam", "TomorrowFajr", "TomorrowSunrise"},
       InvalidTime_("N/A"),
       globalGregCal_(),
-      globalGregCalUTC_(TimeZone::withName("UTC").value_or(TimeZone::gmt())) {
-    // Fajr sel, Fajr, Maghrib sel, Maghrib, Isha sel, Isha. Every built-in method puts
-    // Maghrib at sunset plus minutes; 4 and 7 put Isha 90 minutes after Maghrib.
-    methodParams_ = {
-        {1, {0, 18, 1, 0, 0, 17}},   {2, {0, 19.5, 1, 0, 0, 17.5}}, {3, {0, 18, 1, 0, 0, 18}},
-        {4, {0, 18.5, 1, 0, 1, 90}}, {5, {0, 15, 1, 0, 0, 15}},     {6, {0, 18, 1, 0, 0, 17}},
-        {7, {0, 18.5, 1, 2, 1, 90}},
-    };
-}
+      globalGregCalUTC_(utcZone()),
+      methodParams_(builtInMethodTable()) {}
 
 // ---- Solar position core ------------------------------------------------------------
 
@@ -298,7 +320,7 @@ int64_t PrayerCalculator::adjustHighLats() const {
 
 std::array<double, 6> PrayerCalculator::params() const {
     std::array<double, 6> p{};  // a method without a table entry reads as all zero
-    if (auto it = methodParams_.find(calcMethod()); it != methodParams_.end() && it->second.size() == 6) {
+    if (auto it = methodParams_->find(calcMethod()); it != methodParams_->end() && it->second.size() == 6) {
         std::copy(it->second.begin(), it->second.end(), p.begin());
     }
     return p;
@@ -309,8 +331,8 @@ void PrayerCalculator::setCustomParams(MethodParams& p) {
         TARVO_LOG_ERROR("Custom method parameters need six values, got {}; ignored", p.size());
         return;
     }
-    const auto current = methodParams_.find(calcMethod());
-    const bool hasCurrent = current != methodParams_.end() && current->second.size() == 6;
+    const auto current = methodParams_->find(calcMethod());
+    const bool hasCurrent = current != methodParams_->end() && current->second.size() == 6;
     for (size_t i = 0; i < 6; ++i) {
         if (p[i] != -1) continue;
         if (!hasCurrent) {
@@ -319,8 +341,11 @@ void PrayerCalculator::setCustomParams(MethodParams& p) {
         }
         p[i] = current->second[i];
     }
-    methodParams_.erase(6);
-    methodParams_.emplace(6, p);
+    // Copy on write: the table may be the shared built-in one.
+    auto table = std::make_shared<MethodTable>(*methodParams_);
+    table->erase(6);
+    table->emplace(6, p);
+    methodParams_ = std::move(table);
     calcMethod_ = 6;
 }
 
@@ -374,7 +399,7 @@ std::vector<double> PrayerCalculator::getDatePrayerTimes(Date date, const std::o
 
     GregDate_ = date;
     JDate_ = julianDate(today.year, today.month, today.day) - longitude / 360.0;
-    TomorrowGregDate_ = globalGregCal_.dateByAddingDays(1, date);
+    TomorrowGregDate_ = globalGregCal_.dateByAddingDays(1, today);  // today = components(date)
     const DateComponents tomorrow = globalGregCal_.components(*TomorrowGregDate_);
     TomorrowJDate_ = julianDate(tomorrow.year, tomorrow.month, tomorrow.day) - longitude / 360.0;
     return computeDayTimes();
@@ -396,8 +421,13 @@ std::vector<std::string> PrayerCalculator::getDatePrayerTimesAsString(Date date,
 }
 
 std::vector<double> PrayerCalculator::computeDayTimes() {
-    std::vector<double> guesses{5, 6, 12, 13, 18, 18, 19, 23, 5, 6};
-    std::vector<double> times = computeTimes(guesses);
+    // What computeTimes does, with the raw times written over the first guesses (once
+    // their day portions are copied out), so that a day needs one vector instead of two.
+    std::vector<double> times{5, 6, 12, 13, 18, 18, 19, 23, 5, 6};
+    dayPortion(times);
+    std::array<double, EntryCount> t;
+    std::copy(times.begin(), times.end(), t.begin());
+    computeTimesInto(t, times);
     adjustTimes(times);
     isUsingFixedTimings_ = false;
     if (isDubai_ || isKualaLumpur_) applyFixedTimetable(times);
@@ -452,9 +482,16 @@ void PrayerCalculator::applyFixedTimetable(std::vector<double>& times) {
 
 std::vector<double> PrayerCalculator::computeTimes(std::vector<double>& guesses) {
     if (guesses.size() < EntryCount) guesses.resize(EntryCount, 0.0);
-    const std::vector<double>& t = dayPortion(guesses);
-    const auto p = params();
+    const std::vector<double>& portions = dayPortion(guesses);
+    std::array<double, EntryCount> t;
+    std::copy_n(portions.begin(), EntryCount, t.begin());
     std::vector<double> times(EntryCount);
+    computeTimesInto(t, times);
+    return times;
+}
+
+void PrayerCalculator::computeTimesInto(const std::array<double, EntryCount>& t, std::vector<double>& times) const {
+    const auto p = params();
     times[Fajr] = p[0] == 0 ? computeTime(180 - p[1], t[Fajr]) : 0;
     times[Sunrise] = computeTime(179.167, t[Sunrise]);
     times[Dhuhr] = computeMidDay(t[Dhuhr]);
@@ -465,17 +502,17 @@ std::vector<double> PrayerCalculator::computeTimes(std::vector<double>& guesses)
     times[Qiyam] = 0;
     times[TomorrowFajr] = p[0] == 0 ? computeTimeForTomorrow(180 - p[1], t[TomorrowFajr]) : 0;
     times[TomorrowSunrise] = computeTimeForTomorrow(179.167, t[TomorrowSunrise]);
-    return times;
 }
 
 std::vector<double>& PrayerCalculator::adjustTimes(std::vector<double>& times) {
     if (times.size() < EntryCount) times.resize(EntryCount, std::nan(""));
-    const Date today = GregDate_.value_or(Date());
-    const Date tomorrow = TomorrowGregDate_.value_or(Date());
+    // Tomorrow's entries take tomorrow's offset, so a change to or from summer time
+    // overnight is honoured. The offset of a moment never changes, so each of the two is
+    // asked once rather than once per entry; every entry gets the very same double.
+    const double todayOffset = getTimeZoneOffset(GregDate_.value_or(Date()));
+    const double tomorrowOffset = getTimeZoneOffset(TomorrowGregDate_.value_or(Date()));
     for (size_t i = 0; i < EntryCount; ++i) {
-        // Tomorrow's entries ask for tomorrow's offset, so a change to or from summer time
-        // overnight is honoured.
-        times[i] = times[i] + getTimeZoneOffset(i >= TomorrowFajr ? tomorrow : today) - lng_ / 15.0;
+        times[i] = times[i] + (i >= TomorrowFajr ? tomorrowOffset : todayOffset) - lng_ / 15.0;
     }
     adjustHighLatTimes(times);
     const auto p = params();
@@ -496,16 +533,17 @@ std::vector<double>& PrayerCalculator::computeQiyamTime(std::vector<double>& tim
 
 void PrayerCalculator::setTimeZone(const std::optional<std::string>& name) {
     timeZoneObj_.reset();
-    const std::string zoneName = name.value_or("GMT");
+    const std::string_view zoneName = name ? std::string_view(*name) : std::string_view("GMT");
     timeZoneObj_ = TimeZone::withName(zoneName);
     if (!timeZoneObj_) {
         TARVO_LOG_INFO("Timezone Could Not Be Found: {}", zoneName);
-        timeZoneObj_ = TimeZone::gmt();
+        timeZoneObj_ = gmtZone();
     }
 }
 
 double PrayerCalculator::getTimeZoneOffset(Date date) const {
-    const TimeZone& zone = timeZoneObj_ ? *timeZoneObj_ : TimeZone::gmt();
+    // Both branches are references: no copy of the zone (and of its shared data) per call.
+    const TimeZone& zone = timeZoneObj_ ? *timeZoneObj_ : gmtZone();
     const auto seconds = static_cast<double>(zone.secondsFromGMT(date));
     double offset = getTimezoneOffsetInHours(seconds * 1000.0);
     if (overrideDST_ != 0) {

@@ -54,8 +54,9 @@ Date Calendar::dateFromComponents(const DateComponents& c) const {
     return Date(local - static_cast<double>(zone_.secondsFromGMTForLocalTime(local)));
 }
 
-Date Calendar::dateByAddingDays(int64_t days, Date date) const {
-    DateComponents c = components(date);
+Date Calendar::dateByAddingDays(int64_t days, Date date) const { return dateByAddingDays(days, components(date)); }
+
+Date Calendar::dateByAddingDays(int64_t days, DateComponents c) const {
     c.day += days;
     return dateFromComponents(c);
 }

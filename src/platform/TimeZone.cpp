@@ -1,11 +1,14 @@
 #include "tarvo/platform/TimeZone.h"
 
 #include <array>
+#include <atomic>
 #include <map>
 #include <mutex>
+#include <vector>
 
 #include <unicode/basictz.h>
 #include <unicode/timezone.h>
+#include <unicode/tztrans.h>
 #include <unicode/unistr.h>
 
 namespace tarvo {
@@ -13,16 +16,27 @@ namespace tarvo {
 struct TimeZone::Impl {
     std::string name;
     std::unique_ptr<icu::TimeZone> zone;
+    /// The same zone as a BasicTimeZone when it is one (found once, not per question).
+    const icu::BasicTimeZone* basic = nullptr;
+    /// A zone that never changes its offset (UTC, GMT, Etc/GMT-3, ...) answers every
+    /// question with these, without ICU and without the cache.
+    bool fixed = false;
+    int32_t fixedRaw = 0;
+    int32_t fixedDst = 0;
 };
 
 namespace {
 
 // Zones are created once per name and kept for the life of the process: ICU zone
 // creation is slow, and the day computation asks for the same few zones over and over.
+// No zone data is ever freed (the offset cache below relies on it).
 struct Registry {
     std::mutex mutex;
     std::map<std::string, std::shared_ptr<const TimeZone::Impl>, std::less<>> byName;
-    std::shared_ptr<const TimeZone::Impl> systemDefault;
+    /// Zones made other than by name (the system's own default), kept here for ever.
+    std::vector<std::shared_ptr<const TimeZone::Impl>> unnamed;
+    /// The device's zone, read without the lock (every Calendar() asks for it); set under it.
+    std::atomic<const TimeZone::Impl*> systemDefault{nullptr};
 };
 
 Registry& registry() {
@@ -35,6 +49,18 @@ std::shared_ptr<const TimeZone::Impl> makeImpl(std::unique_ptr<icu::TimeZone> zo
     icu::UnicodeString id;
     zone->getID(id);
     id.toUTF8String(impl->name);
+    impl->basic = dynamic_cast<const icu::BasicTimeZone*>(zone.get());
+    if (impl->basic && !zone->useDaylightTime()) {
+        // No transition rules and no transition at any time: the offset is one constant.
+        UErrorCode status = U_ZERO_ERROR;
+        icu::TimeZoneTransition transition;
+        if (impl->basic->countTransitionRules(status) == 0 && U_SUCCESS(status) &&
+            !impl->basic->getNextTransition(-1.0e18, true, transition) &&
+            !impl->basic->getPreviousTransition(1.0e18, true, transition)) {
+            zone->getOffset(0.0, false, impl->fixedRaw, impl->fixedDst, status);
+            impl->fixed = U_SUCCESS(status);
+        }
+    }
     impl->zone = std::move(zone);
     return impl;
 }
@@ -58,22 +84,27 @@ struct Offsets {
 // A small per-thread cache of the last moments asked about. Zone data is never freed,
 // so its address identifies the zone for as long as the process runs.
 Offsets offsetsAt(const TimeZone::Impl& impl, double seconds) {
+    if (impl.fixed) return Offsets{impl.fixedRaw, impl.fixedDst};
     struct Entry {
         const TimeZone::Impl* zone = nullptr;
         double seconds = 0.0;
         Offsets offsets;
     };
-    thread_local std::array<Entry, 4> cache{};
-    thread_local unsigned next = 0;
-    for (const Entry& e : cache) {
+    struct Cache {
+        std::array<Entry, 4> entries{};
+        size_t next = 0;
+    };
+    thread_local Cache cache;  // one thread-local object: one TLS address look-up per call
+    Cache& c = cache;
+    for (const Entry& e : c.entries) {
         if (e.zone == &impl && e.seconds == seconds) return e.offsets;
     }
     Offsets o;
     UErrorCode status = U_ZERO_ERROR;
     impl.zone->getOffset(seconds * 1000.0, false, o.raw, o.dst, status);
     if (U_FAILURE(status)) o = Offsets{};
-    cache[next] = Entry{&impl, seconds, o};
-    next = (next + 1) % cache.size();
+    c.entries[c.next] = Entry{&impl, seconds, o};
+    c.next = (c.next + 1) % c.entries.size();
     return o;
 }
 
@@ -82,10 +113,26 @@ Offsets offsetsAt(const TimeZone::Impl& impl, double seconds) {
 TimeZone::TimeZone(std::shared_ptr<const Impl> impl) : impl_(std::move(impl)) {}
 
 std::optional<TimeZone> TimeZone::withName(std::string_view name) {
+    // The last zone this thread found, so that asking for the same zone again and again
+    // takes neither the registry lock nor the map search. Registered zones are never
+    // removed, so a remembered one stays valid.
+    struct LastFound {
+        std::string name;
+        std::shared_ptr<const Impl> impl;
+    };
+    thread_local LastFound last;
+    LastFound& l = last;
+    if (l.impl && l.name == name) return TimeZone(l.impl);
+
     Registry& r = registry();
-    std::lock_guard lock(r.mutex);
-    auto impl = lookUpLocked(r, name);
+    std::shared_ptr<const Impl> impl;
+    {
+        std::lock_guard lock(r.mutex);
+        impl = lookUpLocked(r, name);
+    }
     if (!impl) return std::nullopt;
+    l.name.assign(name);
+    l.impl = impl;
     return TimeZone(std::move(impl));
 }
 
@@ -96,18 +143,27 @@ TimeZone TimeZone::gmt() {
 
 TimeZone TimeZone::systemDefault() {
     Registry& r = registry();
-    std::lock_guard lock(r.mutex);
-    if (!r.systemDefault) {
-        std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createDefault());
-        r.systemDefault = makeImpl(std::move(zone));
+    const Impl* impl = r.systemDefault.load(std::memory_order_acquire);
+    if (!impl) {
+        std::lock_guard lock(r.mutex);
+        impl = r.systemDefault.load(std::memory_order_relaxed);
+        if (!impl) {
+            auto created = makeImpl(std::unique_ptr<icu::TimeZone>(icu::TimeZone::createDefault()));
+            impl = created.get();
+            r.unnamed.push_back(std::move(created));
+            r.systemDefault.store(impl, std::memory_order_release);
+        }
     }
-    return TimeZone(r.systemDefault);
+    // The registry keeps the zone for ever, so this TimeZone need not own it: an aliasing
+    // pointer without a control block (copies of it count no references).
+    return TimeZone(std::shared_ptr<const Impl>(std::shared_ptr<const Impl>(), impl));
 }
 
 void TimeZone::setSystemDefault(const TimeZone& zone) {
+    // Every TimeZone's data is kept by the registry for ever, so storing the address is safe.
     Registry& r = registry();
     std::lock_guard lock(r.mutex);
-    r.systemDefault = zone.impl_;
+    r.systemDefault.store(zone.impl_.get(), std::memory_order_release);
 }
 
 const std::string& TimeZone::name() const { return impl_->name; }
@@ -126,10 +182,11 @@ bool TimeZone::isDaylightSavingTime(Date date) const {
 }
 
 int64_t TimeZone::secondsFromGMTForLocalTime(double localSeconds) const {
+    if (impl_->fixed) return (static_cast<int64_t>(impl_->fixedRaw) + impl_->fixedDst) / 1000;
     int32_t raw = 0;
     int32_t dst = 0;
     UErrorCode status = U_ZERO_ERROR;
-    if (auto* basic = dynamic_cast<const icu::BasicTimeZone*>(impl_->zone.get())) {
+    if (const icu::BasicTimeZone* basic = impl_->basic) {
         basic->getOffsetFromLocal(localSeconds * 1000.0, UCAL_TZ_LOCAL_FORMER, UCAL_TZ_LOCAL_LATTER, raw,
                                   dst, status);
     } else {

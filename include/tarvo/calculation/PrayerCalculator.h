@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -157,7 +158,7 @@ public:
     void setOverrideDST(int64_t rule) { overrideDST_ = rule; }
     const Calendar& globalGregCal() const { return globalGregCal_; }
     const Calendar& globalGregCalUTC() const { return globalGregCalUTC_; }
-    const std::map<int64_t, MethodParams>& methodParams() const { return methodParams_; }
+    const std::map<int64_t, MethodParams>& methodParams() const { return *methodParams_; }
     bool isDubai() const { return isDubai_; }
     void setIsDubai(bool value) { isDubai_ = value; }
     bool isKualaLumpur() const { return isKualaLumpur_; }
@@ -170,6 +171,8 @@ private:
     double timetableKeyForToday() const;
     double timetableKeyForTomorrow() const;
     void applyFixedTimetable(std::vector<double>& times);
+    /// The body of computeTimes: raw times from the ten day portions `t` into `times`.
+    void computeTimesInto(const std::array<double, EntryCount>& t, std::vector<double>& times) const;
 
     std::optional<std::string> country_;
     double lng_ = 0.0;
@@ -190,7 +193,9 @@ private:
     int64_t overrideDST_ = 0;
     Calendar globalGregCal_;
     Calendar globalGregCalUTC_;
-    std::map<int64_t, MethodParams> methodParams_;
+    /// The method table. Every calculator starts with the one built-in table, shared and
+    /// never changed; setCustomParams gives this calculator its own copy.
+    std::shared_ptr<const std::map<int64_t, MethodParams>> methodParams_;
     bool isDubai_ = false;
     bool isKualaLumpur_ = false;
     bool isUsingFixedTimings_ = false;

@@ -26,6 +26,9 @@ public:
     Date dateFromComponents(const DateComponents& components) const;
     /// The same wall-clock time `days` calendar days later (or earlier when negative).
     Date dateByAddingDays(int64_t days, Date date) const;
+    /// The same, for a moment the caller has already split: `componentsOfDate` must be
+    /// components(date) of this calendar. Saves splitting the moment a second time.
+    Date dateByAddingDays(int64_t days, DateComponents componentsOfDate) const;
 
 private:
     TimeZone zone_;
