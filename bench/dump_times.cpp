@@ -51,7 +51,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     const auto freshPlaces = static_cast<size_t>(fresh);
-    setenv("TZ", "UTC", 1);
+    setenv("TZ", "UTC", 0);  // the device zone: UTC unless TZ says otherwise
     std::FILE* out = std::fopen(argv[1], "wb");
     if (!out) {
         std::perror(argv[1]);

@@ -2,8 +2,10 @@
 
 #include <array>
 #include <atomic>
+#include <cmath>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 #include <unicode/basictz.h>
@@ -81,31 +83,64 @@ struct Offsets {
     int32_t dst = 0;
 };
 
-// A small per-thread cache of the last moments asked about. Zone data is never freed,
-// so its address identifies the zone for as long as the process runs.
+// A small per-thread cache of the periods asked about: each entry holds a zone's offsets
+// and the span of time [from, to) between two of its transitions over which they hold, so
+// that the days of a year ask ICU only when summer time begins or ends. Zone data is never
+// freed, so its address identifies the zone for as long as the process runs.
+struct CacheEntry {
+    const TimeZone::Impl* zone = nullptr;
+    double from = 0.0;  // seconds since 1970, inclusive
+    double to = 0.0;    // exclusive
+    Offsets offsets;
+};
+struct OffsetCache {
+    std::array<CacheEntry, 4> entries{};
+    size_t next = 0;
+};
+
+OffsetCache& offsetCache() {
+    thread_local OffsetCache cache;  // one thread-local object: one TLS address look-up per call
+    return cache;
+}
+
+constexpr double kForever = 1.0e300;
+
 Offsets offsetsAt(const TimeZone::Impl& impl, double seconds) {
     if (impl.fixed) return Offsets{impl.fixedRaw, impl.fixedDst};
-    struct Entry {
-        const TimeZone::Impl* zone = nullptr;
-        double seconds = 0.0;
-        Offsets offsets;
-    };
-    struct Cache {
-        std::array<Entry, 4> entries{};
-        size_t next = 0;
-    };
-    thread_local Cache cache;  // one thread-local object: one TLS address look-up per call
-    Cache& c = cache;
-    for (const Entry& e : c.entries) {
-        if (e.zone == &impl && e.seconds == seconds) return e.offsets;
+    OffsetCache& c = offsetCache();
+    for (const CacheEntry& e : c.entries) {
+        if (e.zone == &impl && seconds >= e.from && seconds < e.to) return e.offsets;
     }
     Offsets o;
     UErrorCode status = U_ZERO_ERROR;
-    impl.zone->getOffset(seconds * 1000.0, false, o.raw, o.dst, status);
-    if (U_FAILURE(status)) o = Offsets{};
-    c.entries[c.next] = Entry{&impl, seconds, o};
+    const double ms = seconds * 1000.0;
+    impl.zone->getOffset(ms, false, o.raw, o.dst, status);
+    if (U_FAILURE(status)) return Offsets{};
+    // The period around the moment: from the last transition at or before it to the next.
+    CacheEntry entry{&impl, seconds, std::nextafter(seconds, kForever), o};
+    if (impl.basic && std::isfinite(seconds)) {
+        icu::TimeZoneTransition transition;
+        entry.from = impl.basic->getPreviousTransition(ms, true, transition) ? transition.getTime() / 1000.0
+                                                                             : -kForever;
+        entry.to = impl.basic->getNextTransition(ms, false, transition) ? transition.getTime() / 1000.0 : kForever;
+    }
+    c.entries[c.next] = entry;
     c.next = (c.next + 1) % c.entries.size();
     return o;
+}
+
+// The offset of a wall-clock time from a cached period, when that answer is beyond doubt:
+// the moment it gives lies two days or more inside the period, so no summer-time change
+// (which moves the clock by far less) can make the time skipped or repeated.
+std::optional<int64_t> cachedOffsetForLocalTime(const TimeZone::Impl& impl, double localSeconds) {
+    constexpr double kMargin = 2 * 86400.0;
+    for (const CacheEntry& e : offsetCache().entries) {
+        if (e.zone != &impl) continue;
+        const int64_t offset = (static_cast<int64_t>(e.offsets.raw) + e.offsets.dst) / 1000;
+        const double utc = localSeconds - static_cast<double>(offset);
+        if (utc >= e.from + kMargin && utc < e.to - kMargin) return offset;
+    }
+    return std::nullopt;
 }
 
 }  // namespace
@@ -183,6 +218,7 @@ bool TimeZone::isDaylightSavingTime(Date date) const {
 
 int64_t TimeZone::secondsFromGMTForLocalTime(double localSeconds) const {
     if (impl_->fixed) return (static_cast<int64_t>(impl_->fixedRaw) + impl_->fixedDst) / 1000;
+    if (auto cached = cachedOffsetForLocalTime(*impl_, localSeconds)) return *cached;
     int32_t raw = 0;
     int32_t dst = 0;
     UErrorCode status = U_ZERO_ERROR;
