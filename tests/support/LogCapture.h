@@ -1,8 +1,8 @@
 #pragma once
 
-#include <algorithm>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tarvo/platform/Log.h"
@@ -33,15 +33,23 @@ public:
     std::vector<std::string> errors() const {
         return select([](const Line& l) { return l.level == Log::Level::error; });
     }
+    /// The lines that begin with `prefix`, in order.
+    std::vector<std::string> startingWith(std::string_view prefix) const {
+        return select([&](const Line& l) { return l.message.starts_with(prefix); });
+    }
     /// How many lines read exactly `text`.
-    size_t count(const std::string& text) const {
+    size_t count(std::string_view text) const {
         return select([&](const Line& l) { return l.message == text; }).size();
     }
     /// Whether some error line contains `text`.
-    bool hasError(const std::string& text) const {
+    bool hasError(std::string_view text) const {
         return !select([&](const Line& l) {
                     return l.level == Log::Level::error && l.message.find(text) != std::string::npos;
                 }).empty();
+    }
+    void clear() {
+        std::lock_guard lock(mutex_);
+        lines_.clear();
     }
 
 private:

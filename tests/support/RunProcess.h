@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 #include <vector>
 
@@ -11,12 +13,32 @@ struct ProcessResult {
     std::string err;
 };
 
-/// Runs a program with arguments (no shell), optional extra environment ("NAME=value"),
-/// and collects its exit status, standard output and standard error.
+/// A program started as a separate process (no shell) with the test's environment plus
+/// `extraEnv` ("NAME=value" sets NAME, a bare "NAME" unsets it),
+/// standard input from /dev/null and its output kept until it has finished.
+class ChildProcess {
+public:
+    ChildProcess(const std::string& program, const std::vector<std::string>& args,
+                 const std::vector<std::string>& extraEnv = {});
+    ~ChildProcess();
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    /// Waits for the end (once) and collects what the process wrote.
+    ProcessResult wait();
+
+private:
+    std::string outPath_, errPath_;
+    pid_t pid_ = -1;
+    bool finished_ = false;
+    ProcessResult result_;
+};
+
+/// Runs a program to its end.
 ProcessResult runProcess(const std::string& program, const std::vector<std::string>& args,
                          const std::vector<std::string>& extraEnv = {});
 
-/// Runs the built tarvo tool.
+/// Runs the built tarvo tool to its end.
 ProcessResult runTarvo(const std::vector<std::string>& args, const std::vector<std::string>& extraEnv = {});
 
 }  // namespace tarvo::test
