@@ -13,8 +13,6 @@ TEST(QiblaCalculator, BearingsTruncateBeforeWrapping) {
     // Just west of due south the raw angle is -0.x: it reads as 0, not 359; -1.7 reads as 359.
     EXPECT_EQ(QiblaCalculator::getQiblaDirection(0, 39.8262 + 0.05), 0);
     EXPECT_EQ(QiblaCalculator::getQiblaDirection(0, 39.8262 + 0.667), 359);
-    EXPECT_EQ(QiblaCalculator::myatan2(0, 0), 0);
-    EXPECT_DOUBLE_EQ(QiblaCalculator::myatan2(-1, -1), -3 * 3.141592653589793 / 4);
 }
 
 TEST(QiblaCalculator, DistancesAreArcMinutesWithTheProductsMileFactor) {
@@ -23,6 +21,4 @@ TEST(QiblaCalculator, DistancesAreArcMinutesWithTheProductsMileFactor) {
     const double london = QiblaCalculator::CalcKabaDistance(51.5, -0.1167, false);
     EXPECT_NEAR(london, 2586, 3);  // about 4,790 km
     EXPECT_DOUBLE_EQ(QiblaCalculator::CalcKabaDistance(51.5, -0.1167, true), london * 1.1515);
-    EXPECT_DOUBLE_EQ(QiblaCalculator::getDistanceBetweenTwoLocations(1, 2, 30, 40, true),
-                     QiblaCalculator::getDistanceBetweenTwoLocations(30, 40, 1, 2, true));
 }

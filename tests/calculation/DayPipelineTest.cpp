@@ -1,6 +1,7 @@
 // The day pipeline: the published Makkah timetable, time zones, summer time, overrides,
 // Qiyam, and several calculators at once.
 #include <cmath>
+#include <cstring>
 #include <fstream>
 #include <thread>
 
@@ -8,7 +9,6 @@
 #include <nlohmann/json.hpp>
 
 #include "support/Dates.h"
-#include "support/LogCapture.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 
 using tarvo::PrayerCalculator;
@@ -52,31 +52,15 @@ TEST(DayPipeline, MatchesThePublishedMakkahTimetableWithinTwoMinutes) {
     EXPECT_EQ(compared, 72);
 }
 
-TEST(DayPipeline, UmmAlQuraDayHasItsShapeAndQiyamIsTheLastThirdOfTheNight) {
+TEST(DayPipeline, QiyamIsTheLastThirdOfTheNightAndExtraMinutesFollowTheShift) {
     PrayerCalculator c;
     c.setCalcMethod(4);
     const auto t = dayAt(c, noonOn(2016, 1, 5), 21.4225, 39.8262, "Asia/Riyadh");
-    ASSERT_EQ(t.size(), 10u);
-    EXPECT_EQ(t[PrayerCalculator::Maghrib], t[PrayerCalculator::Sunset]);
-    EXPECT_DOUBLE_EQ(t[PrayerCalculator::Isha] - t[PrayerCalculator::Maghrib], 1.5);
     const double night = (24 - t[PrayerCalculator::Maghrib] + t[PrayerCalculator::TomorrowFajr]) / 3;
     EXPECT_DOUBLE_EQ(t[PrayerCalculator::Qiyam], std::fmod(t[PrayerCalculator::Maghrib] + 2 * night, 24));
-    EXPECT_FALSE(c.isUsingFixedTimings());
-    EXPECT_EQ(c.getTimeNames()[2], "Duhr");
-
-    // UAE minute rules and extra Dhuhr minutes apply after the shift to local time.
-    PrayerCalculator uae;
-    uae.setCalcMethod(7);
-    const auto u = dayAt(uae, noonOn(2021, 6, 1), 24.45, 54.37, "Asia/Dubai");
-    EXPECT_NEAR(u[PrayerCalculator::Maghrib] - u[PrayerCalculator::Sunset], 2.0 / 60, 1e-12);
-    uae.setDhuhrMinutes(3);
-    EXPECT_NEAR(dayAt(uae, noonOn(2021, 6, 1), 24.45, 54.37, "Asia/Dubai")[PrayerCalculator::Dhuhr] -
-                    u[PrayerCalculator::Dhuhr],
-                0.05, 1e-12);
-    PrayerCalculator minutes;
-    minutes.setFajrMinutes(100);
-    const auto v = dayAt(minutes, noonOn(2021, 6, 1), 24.45, 54.37, "Asia/Dubai");
-    EXPECT_NEAR(v[PrayerCalculator::TomorrowSunrise] - v[PrayerCalculator::TomorrowFajr], 100.0 / 60, 1e-12);
+    c.setDhuhrMinutes(3);
+    EXPECT_NEAR(dayAt(c, noonOn(2016, 1, 5), 21.4225, 39.8262, "Asia/Riyadh")[PrayerCalculator::Dhuhr],
+                t[PrayerCalculator::Dhuhr] + 0.05, 1e-12);
 }
 
 TEST(DayPipeline, TomorrowsEntriesFollowTomorrowsSummerTimeOnTheChangeDay) {
@@ -113,18 +97,6 @@ TEST(DayPipeline, OffsetOverridesAndTheDaylightSavingRule) {
     EXPECT_EQ(c.getTimezoneOffsetInHours(7200000), 2);
 }
 
-TEST(DayPipeline, UnknownZoneFallsBackToGMTAndLogsOnlyWhenNamed) {
-    tarvo::test::LogCapture log;
-    PrayerCalculator c;
-    c.setTimeZone(std::string("Mars/Olympus_Mons"));
-    EXPECT_EQ(c.timeZoneObj()->name(), "GMT");
-    c.setTimeZone(std::nullopt);
-    EXPECT_EQ(log.lines(), std::vector<std::string>{"Timezone Could Not Be Found: Mars/Olympus_Mons"});
-    PrayerCalculator gmt;
-    PrayerCalculator unknown;
-    EXPECT_EQ(dayAt(gmt, noonOn(2020, 5, 1), 30, 0, "GMT"), dayAt(unknown, noonOn(2020, 5, 1), 30, 0, "Nowhere/X"));
-}
-
 TEST(DayPipeline, ConcurrentCalculatorsAgreeWithASingleThread) {
     const char* zones[] = {"Europe/London", "Asia/Riyadh", "America/New_York", "Asia/Kolkata"};
     const double places[][2] = {{51.5, -0.1}, {21.4, 39.8}, {40.7, -74.0}, {28.6, 77.2}};
@@ -143,11 +115,8 @@ TEST(DayPipeline, ConcurrentCalculatorsAgreeWithASingleThread) {
     std::vector<std::thread> threads;
     for (size_t i = 0; i < 4; ++i) threads.emplace_back([&, i] { got[i] = days(i); });
     for (auto& t : threads) t.join();
-    for (size_t i = 0; i < 4; ++i) {
+    for (size_t i = 0; i < 4; ++i) {  // bit for bit, so that NaN equals NaN
         ASSERT_EQ(got[i].size(), expected[i].size());
-        for (size_t k = 0; k < got[i].size(); ++k) {
-            EXPECT_TRUE(got[i][k] == expected[i][k] || (std::isnan(got[i][k]) && std::isnan(expected[i][k])))
-                << zones[i] << " value " << k;
-        }
+        EXPECT_EQ(std::memcmp(got[i].data(), expected[i].data(), got[i].size() * sizeof(double)), 0) << zones[i];
     }
 }

@@ -8,59 +8,45 @@
 
 using tarvo::PrayerCalculator;
 
-namespace {
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
-// The times after the high-latitude repair, for a night from `sunset` to `sunrise`.
-std::vector<double> adjusted(int64_t method, int64_t rule, double sunset, double sunrise, double fajr, double isha,
-                             double maghrib, double maghribAngle = -1) {
-    PrayerCalculator c;
-    c.setCalcMethod(method);
-    c.setAdjustHighLats(rule);
-    if (maghribAngle >= 0) c.setMaghribAngle(maghribAngle);
-    std::vector<double> t(10, 0.0);
-    t[PrayerCalculator::Sunrise] = t[PrayerCalculator::TomorrowSunrise] = sunrise;
-    t[PrayerCalculator::Fajr] = t[PrayerCalculator::TomorrowFajr] = fajr;
-    t[PrayerCalculator::Sunset] = sunset;
-    t[PrayerCalculator::Isha] = isha;
-    t[PrayerCalculator::Maghrib] = maghrib;
-    c.adjustHighLatTimes(t);
-    return t;
-}
-
-}  // namespace
-
 TEST(HighLatitude, EachRuleCapsTimesThatLieTooFarIntoTheNight) {
-    constexpr double kSeventh = 0.14286;  // the product's 1/7, not the exact fraction
-    // Rule 3, 9-hour night: the cap is 2.7 h, a Fajr 2 h before sunrise stays.
-    EXPECT_EQ(adjusted(1, 3, 20, 5, 3, 21, 20)[PrayerCalculator::Fajr], 3);
-    // Rule 1 applies at any latitude: a 9.5-hour night caps Fajr and Isha at a seventh.
-    const auto t = adjusted(1, 1, 19.5, 5, 3.2, 21, 19.5);
-    EXPECT_NEAR(t[PrayerCalculator::Fajr], 5 - kSeventh * 9.5, 1e-12);
-    EXPECT_NEAR(t[PrayerCalculator::TomorrowFajr], 5 - kSeventh * 9.5, 1e-12);
-    EXPECT_NEAR(t[PrayerCalculator::Isha], 19.5 + kSeventh * 9.5, 1e-12);
-
-    // Rule 2, 6-hour night: the mean of the seventh and the angle's share; Maghrib, even
-    // with an angle, deliberately gets the plain seventh.
-    const double share = kSeventh * 6;
-    const auto m = adjusted(1, 2, 22, 4, kNaN, kNaN, 23.5, 18);
-    EXPECT_NEAR(4 - m[PrayerCalculator::Fajr], share + (1.8 - share) * 0.5, 1e-12);
-    EXPECT_NEAR(m[PrayerCalculator::Isha] - 22, share + (6 * 17.0 / 60 - share) * 0.5, 1e-12);
-    EXPECT_NEAR(m[PrayerCalculator::Maghrib], 22 + share, 1e-12);
-
-    // Rule 4 repairs missing times from half the night, without wrapping.
-    const auto h = adjusted(1, 4, 21, 2, kNaN, kNaN, kNaN);
-    EXPECT_DOUBLE_EQ(h[PrayerCalculator::Fajr], -0.5);
-    EXPECT_DOUBLE_EQ(h[PrayerCalculator::Isha], 23.5);
-    EXPECT_DOUBLE_EQ(h[PrayerCalculator::Maghrib], 23.5);
-    // An unknown stored rule gives portion 0: everything collapses onto sunrise and sunset.
-    const auto z = adjusted(1, 5, 20, 5, 3, 21.5, 20.2);
-    EXPECT_EQ(z[PrayerCalculator::Fajr], 5);
-    EXPECT_EQ(z[PrayerCalculator::Isha], 20);
-    EXPECT_EQ(z[PrayerCalculator::Maghrib], 20);
-    // Umm Al-Qura's Isha is minutes after Maghrib: its cap is skipped.
-    EXPECT_TRUE(std::isnan(adjusted(4, 1, 20, 5, 3, kNaN, 20)[PrayerCalculator::Isha]));
+    constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+    constexpr double s = 0.14286;  // the product's 1/7, not the exact fraction
+    struct Case {
+        const char* what;
+        int64_t method, rule;
+        double sunset, sunrise, fajr, isha, maghrib;  // before the repair
+        double fajrAfter, ishaAfter, maghribAfter;
+    };
+    const Case cases[] = {
+        {"rule 3, 9 h night: a Fajr 2 h before sunrise stays", 1, 3, 20, 5, 3, 21, 20, 3, 21, 20},
+        {"rule 1 caps at a seventh at any latitude", 1, 1, 19.5, 5, 3.2, 21, 19.5, 5 - s * 9.5, 19.5 + s * 9.5, 19.5},
+        // The mean of the seventh and the angle's share; Maghrib deliberately gets the plain seventh.
+        {"rule 2 takes the mean of both shares", 1, 2, 22, 4, kNaN, kNaN, 23.5, 4 - (s * 6 + (1.8 - s * 6) * 0.5),
+         22 + s * 6 + (6 * 17.0 / 60 - s * 6) * 0.5, 22 + s * 6},
+        {"rule 4 repairs from half the night without wrapping", 1, 4, 21, 2, kNaN, kNaN, kNaN, -0.5, 23.5, 23.5},
+        {"an unknown stored rule collapses onto sunrise and sunset", 1, 5, 20, 5, 3, 21.5, 20.2, 5, 20, 20},
+        {"Umm Al-Qura's Isha cap is skipped", 4, 1, 20, 5, 3, kNaN, 20, 5 - s * 9, kNaN, 20},
+    };
+    for (const auto& c : cases) {
+        PrayerCalculator calculator;
+        calculator.setCalcMethod(c.method);
+        calculator.setAdjustHighLats(c.rule);
+        if (c.rule == 2) calculator.setMaghribAngle(18);
+        std::vector<double> t(10, 0.0);
+        t[PrayerCalculator::Sunrise] = t[PrayerCalculator::TomorrowSunrise] = c.sunrise;
+        t[PrayerCalculator::Fajr] = t[PrayerCalculator::TomorrowFajr] = c.fajr;
+        t[PrayerCalculator::Sunset] = c.sunset;
+        t[PrayerCalculator::Isha] = c.isha;
+        t[PrayerCalculator::Maghrib] = c.maghrib;
+        calculator.adjustHighLatTimes(t);
+        const auto near = [](double got, double expected) {
+            return std::isnan(expected) ? std::isnan(got) : std::fabs(got - expected) < 1e-12;
+        };
+        EXPECT_TRUE(near(t[PrayerCalculator::Fajr], c.fajrAfter)) << c.what << ": Fajr " << t[PrayerCalculator::Fajr];
+        EXPECT_TRUE(near(t[PrayerCalculator::TomorrowFajr], c.fajrAfter)) << c.what;
+        EXPECT_TRUE(near(t[PrayerCalculator::Isha], c.ishaAfter)) << c.what << ": Isha " << t[PrayerCalculator::Isha];
+        EXPECT_TRUE(near(t[PrayerCalculator::Maghrib], c.maghribAfter)) << c.what << ": Maghrib " << t[PrayerCalculator::Maghrib];
+    }
 }
 
 TEST(HighLatitude, PolarDayAndNightGiveNotAvailableWithoutCrashing) {

@@ -37,10 +37,9 @@ protected:
 };
 
 TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
-    const auto add = runTarvo({"cities", "add", "--name", "Makkah", "--country", "Saudi Arabia", "--lat", "21.4225",
-                               "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "4", "--asr", "2", "--json"});
-    ASSERT_EQ(add.status, 0) << add.err;
-    const json makkah = json::parse(add.out);
+    const json makkah = json::parse(runTarvo({"cities", "add", "--name", "Makkah", "--country", "Saudi Arabia", "--lat",
+                                              "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "4",
+                                              "--asr", "2", "--json"}).out);
     EXPECT_EQ(makkah["GMT"], 50.0);
     ASSERT_EQ(runTarvo({"cities", "add", "--name", "Tromso", "--country", "Norway", "--state", "Troms", "--lat", "69.65",
                         "--lon", "18.96", "--tz", "Europe/Oslo", "--highlat", "3", "--dst", "2", "--gmt", "1"})
@@ -54,10 +53,8 @@ TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
     EXPECT_EQ(timesOf({"--saved"}), timesOf({"--lat", "69.65", "--lon", "18.96", "--tz", "Europe/Oslo", "--highlat", "3",
                                              "--dst", "2", "--gmt", "1", "--city", "Tromso", "--country", "Norway"}));
     ASSERT_EQ(runTarvo({"cities", "select", makkah["primaryKey"].dump()}).status, 0);
-    const json makkahTimes = timesOf({"--saved"});
-    EXPECT_EQ(makkahTimes, timesOf({"--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "4",
-                                    "--asr", "2", "--city", "Makkah", "--country", "Saudi Arabia"}));
-    EXPECT_EQ(makkahTimes[3], 2);
+    EXPECT_EQ(timesOf({"--saved"}), timesOf({"--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method",
+                                             "4", "--asr", "2", "--city", "Makkah", "--country", "Saudi Arabia"}));
 
     // Rows a host wrote: a custom-method city with its angles and the old offset marker.
     ASSERT_TRUE(test::runSql(UserDatabase::defaultPath(),
@@ -74,8 +71,7 @@ TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
     const auto removed = runTarvo({"cities", "delete", calgary, "--json"});
     ASSERT_EQ(removed.status, 0) << removed.err;
     EXPECT_EQ(json::parse(removed.out)["cityName"], "Calgary");
-    const auto london = runTarvo({"times", "--saved", "--json"});
-    EXPECT_EQ(json::parse(london.out)["city"]["cityName"], "London");
+    EXPECT_EQ(json::parse(runTarvo({"times", "--saved", "--json"}).out)["city"]["cityName"], "London");
 }
 
 TEST_F(CitiesToolTest, BadInputIsAOneLineErrorAndChangesNothing) {

@@ -32,10 +32,8 @@ struct ReadingRow {
 TEST(UserDefaultsReading, EveryStoredKindReadsByTheRulesWhetherSetReopenedOrRegistered) {
     const ReadingRow rows[] = {
         {nullptr, false, 0, 0.0, std::nullopt},
-        {4, true, 4, 4.0, "4"},
-        {0, false, 0, 0.0, "0"},
         {-7, true, -7, -7.0, "-7"},
-        {kMax, true, kMax, 9223372036854775807.0, "9223372036854775807"},
+        {0, false, 0, 0.0, "0"},
         {std::numeric_limits<uint64_t>::max(), true, kMax, 18446744073709551615.0, "18446744073709551615"},
         {-3.9, true, -3, -3.9, "-3.9"},  // truncated toward zero
         {50.0, true, 50, 50.0, "50"},
@@ -43,7 +41,6 @@ TEST(UserDefaultsReading, EveryStoredKindReadsByTheRulesWhetherSetReopenedOrRegi
         {1e300, true, kMax, 1e300, "1e+300"},
         {-1e300, true, kMin, -1e300, "-1e+300"},
         {true, true, 1, 1.0, "1"},
-        {false, false, 0, 0.0, "0"},
         {" 12\t", true, 12, 12.0, " 12\t"},
         {"+5", true, 5, 5.0, "+5"},
         {"4.7", true, 4, 4.7, "4.7"},
@@ -52,11 +49,9 @@ TEST(UserDefaultsReading, EveryStoredKindReadsByTheRulesWhetherSetReopenedOrRegi
         {"YES", true, 0, 0.0, "YES"},
         {"TrUe", true, 0, 0.0, "TrUe"},
         {"NO", false, 0, 0.0, "NO"},
-        {"Makkah", false, 0, 0.0, "Makkah"},
         {"4abc", false, 0, 0.0, "4abc"},
         {"", false, 0, 0.0, ""},
         {"nan", false, 0, 0.0, "nan"},
-        {"inf", false, 0, 0.0, "inf"},
         {"9223372036854775808", true, kMax, 9223372036854775808.0, "9223372036854775808"},
         {json::array({1, 2}), false, 0, 0.0, std::nullopt},
         {json{{"a", 1}}, false, 0, 0.0, std::nullopt},
@@ -65,16 +60,10 @@ TEST(UserDefaultsReading, EveryStoredKindReadsByTheRulesWhetherSetReopenedOrRegi
     ScopedDataFolder folder;
     for (const ReadingRow& row : rows) {
         SCOPED_TRACE(row.stored.dump());
-        const auto file = folder / "suite.sqlite";
-        std::filesystem::remove(file);
         UserDefaults registered(folder / "registered.sqlite");
         if (!row.stored.is_null()) registered.registerDefaults(json{{"key", row.stored}});
-        {
-            UserDefaults writer(file);
-            writer.setObject("key", row.stored);
-            ASSERT_TRUE(writer.synchronize());
-        }
-        const UserDefaults reopened(file);
+        UserDefaults(folder / "suite.sqlite").setObject("key", row.stored);
+        const UserDefaults reopened(folder / "suite.sqlite");
         for (const UserDefaults* store : {&reopened, static_cast<const UserDefaults*>(&registered)}) {
             EXPECT_EQ(store->boolForKey("key"), row.asBool);
             EXPECT_EQ(store->integerForKey("key"), row.asInteger);
@@ -84,6 +73,7 @@ TEST(UserDefaultsReading, EveryStoredKindReadsByTheRulesWhetherSetReopenedOrRegi
             EXPECT_EQ(store->arrayForKey("key").has_value(), row.stored.is_array());
             EXPECT_EQ(store->dictionaryForKey("key").has_value(), row.stored.is_object());
             EXPECT_EQ(store->objectForKey("key").value_or(nullptr), row.stored);
+            EXPECT_EQ(store->objectForKey("key").value_or(nullptr).is_number_float(), row.stored.is_number_float());
         }
     }
 }
@@ -97,31 +87,29 @@ TEST(UserDefaultsStore, RegisteredDefaultsAnswerForAbsentKeysAndAreNeverWritten)
     store.removeObjectForKey("UseSunrise");
     EXPECT_TRUE(store.boolForKey("UseSunrise")) << "removing the stored value uncovers the registered one";
     store.registerDefaults({{"AutoCityGMT", nullptr}});  // withdrawn
-    store.registerDefaults(json::array({"FajrAdj", 1}));  // not a dictionary: refused
+    test::LogCapture log;
+    store.registerDefaults(json::array({"FajrAdj", 1}));
+    EXPECT_TRUE(log.hasError("must be a dictionary"));
     store.setInteger("FajrAdj", 2);
     EXPECT_EQ(store.dictionaryRepresentation(), (json{{"FajrAdj", 2}, {"UseSunrise", true}}));
     EXPECT_EQ(store.persistentDomain(), (json{{"FajrAdj", 2}}));
     EXPECT_EQ(UserDefaults(folder / "suite.sqlite").dictionaryRepresentation(), (json{{"FajrAdj", 2}}));
 }
 
-TEST(UserDefaultsStore, WritesAreDurableAndTypedAndUnreadableValuesReadAsAbsent) {
+TEST(UserDefaultsStore, WritesAreSeenAtOnceAndDurableAndUnreadableValuesReadAsAbsent) {
     ScopedDataFolder folder;
     const auto file = folder / "suite.sqlite";
     UserDefaults store(file);
     const UserDefaults other(file);
-    store.setDouble("whole", 50.0);
-    store.setObject("nested", {{"alerts", json::array({json::binary({7}), 1.5})}});
+    const json nested = {{"alerts", json::array({json::binary({7}), 1.5})}};
+    store.setObject("nested", nested);
     store.setString("gone", "x");
     store.setObject("gone", nullptr);
-    // Seen at once by another connection, with the kind that was written.
-    EXPECT_TRUE(other.objectForKey("whole")->is_number_float());
-    EXPECT_EQ(other.persistentDomain(), (json{{"whole", 50.0}, {"nested", {{"alerts", json::array({json::binary({7}), 1.5})}}}}));
-    store.setDouble("nan", std::nan(""));
-    EXPECT_TRUE(std::isnan(other.doubleForKey("nan")));
+    EXPECT_EQ(other.persistentDomain(), (json{{"nested", nested}}));
     // After synchronize the main file alone, without the write-ahead log, holds the values.
     ASSERT_TRUE(store.synchronize());
     std::filesystem::copy_file(file, folder / "copy.sqlite");
-    EXPECT_EQ(test::queryText(folder / "copy.sqlite", "SELECT count(*) FROM preferences"), "3");
+    EXPECT_EQ(test::queryText(folder / "copy.sqlite", "SELECT count(*) FROM preferences"), "1");
 
     // Bytes that do not decode read as absent, with a logged error.
     store.registerDefaults({{"UseSunrise", true}});
@@ -136,12 +124,8 @@ TEST(UserDefaultsStore, WritesAreDurableAndTypedAndUnreadableValuesReadAsAbsent)
 TEST(UserDefaultsStore, ProcessWideSuitesLiveInTheDataFolderFoundByPrecedence) {
     {
         ScopedDataFolder folder;
-        auto shared = UserDefaults::sharedUserDefaultsObj();
-        EXPECT_EQ(shared, UserDefaults::sharedUserDefaultsObj());
-        EXPECT_EQ(shared->path(), folder / "shared.sqlite");
+        EXPECT_EQ(UserDefaults::sharedUserDefaultsObj()->path(), folder / "shared.sqlite");
         EXPECT_EQ(UserDefaults::standardUserDefaults()->path(), folder / "standard.sqlite");
-        shared->setBool("ShowQiyam", true);
-        EXPECT_FALSE(UserDefaults::standardUserDefaults()->objectForKey("ShowQiyam").has_value());
         ScopedDataFolder elsewhere;  // after a reset the suites reopen wherever the folder now is
         EXPECT_EQ(UserDefaults::sharedUserDefaultsObj()->path(), elsewhere / "shared.sqlite");
     }
@@ -165,15 +149,9 @@ TEST(UserDefaultsFiles, UnusableFilesAreLeftUntouchedAndTheStoreWorksInMemory) {
     ASSERT_TRUE(test::runSql(temp / "ours.sqlite", "CREATE TABLE preferences(key TEXT PRIMARY KEY, value BLOB) "
                                                    "WITHOUT ROWID; INSERT INTO preferences VALUES('FajrAdj', x'03')"));
     ASSERT_TRUE(test::runSql(temp / "foreign.sqlite", "CREATE TABLE preferences(name TEXT, setting INTEGER)"));
-    struct Case {
-        std::string bytes;
-        bool readOnly;
-    };
-    const Case cases[] = {{"FajrAdj=3\nUseSunrise=YES\n", false},
-                          {std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16), false},
-                          {readBytes(temp / "ours.sqlite"), true},
-                          {"not a database", true},
-                          {readBytes(temp / "foreign.sqlite"), false}};
+    const std::pair<std::string, bool> cases[] = {{"FajrAdj=3\nUseSunrise=YES\n", false},
+                                                  {readBytes(temp / "ours.sqlite"), true},  // read-only
+                                                  {readBytes(temp / "foreign.sqlite"), false}};
     for (const auto& [bytes, readOnly] : cases) {
         TempFolder folder;
         const auto file = folder / "shared.sqlite";

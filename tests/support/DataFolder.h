@@ -54,13 +54,7 @@ class ScopedEnvironment {
 public:
     ScopedEnvironment() = default;
     ~ScopedEnvironment() {
-        for (const auto& [name, value] : saved_) {
-            if (value) {
-                ::setenv(name.c_str(), value->c_str(), 1);
-            } else {
-                ::unsetenv(name.c_str());
-            }
-        }
+        for (const auto& [name, value] : saved_) value ? ::setenv(name.c_str(), value->c_str(), 1) : ::unsetenv(name.c_str());
     }
     ScopedEnvironment(const ScopedEnvironment&) = delete;
     ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
@@ -76,9 +70,8 @@ public:
 
 private:
     void save(const std::string& name) {
-        if (saved_.contains(name)) return;
         const char* value = ::getenv(name.c_str());
-        saved_[name] = value ? std::optional<std::string>(value) : std::nullopt;
+        saved_.try_emplace(name, value ? std::optional<std::string>(value) : std::nullopt);
     }
 
     std::map<std::string, std::optional<std::string>> saved_;
