@@ -1,5 +1,5 @@
-// The day pipeline: the published Makkah timetable, time zones, summer time, overrides,
-// Qiyam, and several calculators at once.
+// The day pipeline: the published Makkah timetable, summer time, offset overrides, and
+// several calculators at once.
 #include <cmath>
 #include <cstring>
 #include <fstream>
@@ -50,17 +50,6 @@ TEST(DayPipeline, MatchesThePublishedMakkahTimetableWithinTwoMinutes) {
         }
     }
     EXPECT_EQ(compared, 72);
-}
-
-TEST(DayPipeline, QiyamIsTheLastThirdOfTheNightAndExtraMinutesFollowTheShift) {
-    PrayerCalculator c;
-    c.setCalcMethod(4);
-    const auto t = dayAt(c, noonOn(2016, 1, 5), 21.4225, 39.8262, "Asia/Riyadh");
-    const double night = (24 - t[PrayerCalculator::Maghrib] + t[PrayerCalculator::TomorrowFajr]) / 3;
-    EXPECT_DOUBLE_EQ(t[PrayerCalculator::Qiyam], std::fmod(t[PrayerCalculator::Maghrib] + 2 * night, 24));
-    c.setDhuhrMinutes(3);
-    EXPECT_NEAR(dayAt(c, noonOn(2016, 1, 5), 21.4225, 39.8262, "Asia/Riyadh")[PrayerCalculator::Dhuhr],
-                t[PrayerCalculator::Dhuhr] + 0.05, 1e-12);
 }
 
 TEST(DayPipeline, TomorrowsEntriesFollowTomorrowsSummerTimeOnTheChangeDay) {

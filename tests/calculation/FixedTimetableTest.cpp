@@ -106,8 +106,7 @@ TEST_F(FixedTimetableMerge, KualaLumpurMatchesLooselyByNameAndKeepsMinuteFajr) {
     // Fajr in minutes keeps the computed Fajr; the rest, and tomorrow's Fajr, come from the table.
     PrayerCalculator custom;
     custom.setFajrMinutes(80);
-    const auto u = custom.getDatePrayerTimesAsDoubles(noonOn(2019, 6, 1), std::nullopt, std::nullopt, 3.14, 101.69,
-                                                      std::string("Asia/Kuala_Lumpur"));
+    const auto u = day(custom, noonOn(2019, 6, 1), 6, 0, std::nullopt, 3.14, 101.69, "Asia/Kuala_Lumpur");
     EXPECT_NE(u[PrayerCalculator::Fajr], 5.8);
     EXPECT_EQ(u[PrayerCalculator::Sunrise], 7.05);
     EXPECT_EQ(u[PrayerCalculator::TomorrowFajr], 5.81);

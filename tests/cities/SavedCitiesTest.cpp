@@ -117,7 +117,7 @@ TEST_F(SavedCitiesTest, EachReaderFillsARowInItsOwnWay) {
     EXPECT_EQ((std::array{listed[1]->prayerMethod(), listed[1]->asrMethod(), listed[1]->adjustHighLatitude()}),
               (std::array<int64_t, 3>{0, 0, 2}));
     EXPECT_EQ(listed[0]->stateName(), "Texas");
-    EXPECT_TRUE(log_.startingWith("DIRTY").empty());
+    EXPECT_TRUE(log_.lines("DIRTY").empty());
     // The selection reader fills a missing zone with London's.
     EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(db())->TimeZone(), "Europe/London");
 
@@ -144,7 +144,7 @@ TEST_F(SavedCitiesTest, StatementsAreCachedPerStatementAndFinalisedOnesFailUntil
     TarvoCity::finalizeStatements();
     log_.clear();
     EXPECT_TRUE(TarvoCity::initWithCurrentSelectionUsingDB(db())->isDefaultCity());
-    EXPECT_EQ(log_.startingWith("[DB] Error: statement used after finalizeStatements").size(), 1u);
+    EXPECT_EQ(log_.lines("[DB] Error: statement used after finalizeStatements").size(), 1u);
     EXPECT_EQ(TarvoCity::saveNewCity(makeCity("Agadir", 30.42), db())->primaryKey(), -1);
     EXPECT_EQ(queryText(db(), "SELECT count(*) FROM savedcities"), "1");
     TarvoCity::resetStatementCache();
@@ -176,7 +176,7 @@ TEST_F(SavedCitiesTest, OldDatabaseIsUpgradedInPlaceOnceWithoutLosingRowsUnlessI
     auto cities = TarvoCity::GetSavedCities(db());
     EXPECT_EQ(user_->schemaVersion(), UserDatabase::kSchemaVersion);
     EXPECT_EQ(log_.count("[DB] UPDATE Schema"), 3u);
-    EXPECT_TRUE(log_.startingWith("[DB] [1] Schema ERROR").empty());
+    EXPECT_TRUE(log_.lines("[DB] [1] Schema ERROR").empty());
     ASSERT_EQ(cities.size(), 3u);
     EXPECT_EQ(cities[2]->description(), "Calgary, Canada");
     EXPECT_EQ(cities[2]->customFajrAngle(), 15.0);
@@ -201,7 +201,7 @@ TEST_F(SavedCitiesTest, RerunUpgradesLogEveryStepTheyCannotRedoAndUnversionedLay
         // Again: the last step of the second upgrade reports as [3] a second time and still runs.
         log_.clear();
         TarvoCity::updateSchemav3_2(old, nullptr);
-        EXPECT_EQ(log_.startingWith("[DB]"),
+        EXPECT_EQ(log_.lines("[DB]"),
                   (std::vector<std::string>{"[DB] UPDATE Schema",
                                             "[DB] [1] Schema ERROR: message 'table cachedcities already exists'.",
                                             "[DB] [2] Schema ERROR: message 'index cacedcities_name already exists'.",

@@ -72,13 +72,11 @@ TEST_F(PrayerConfigurationTest, SavesEverySettingSoThatALoadReadsItBack) {
     // The flags loaded from integers are saved as integers 1/0; the rest keep their kinds.
     EXPECT_EQ(shared()->objectForKey("UsePrayerAdjustments"), Value(1));
     EXPECT_EQ(shared()->objectForKey("SoundAlertsDisabled"), Value(1));
-    EXPECT_EQ(shared()->objectForKey("TimerStyleExactTime"), Value(false));
     EXPECT_EQ(shared()->objectForKey("20HourAfterMaghrib"), Value(true));
     // The 29 stored settings and nothing else: the locale flags are never stored.
     EXPECT_EQ(shared()->persistentDomain().size(), 29u);
     EXPECT_FALSE(shared()->objectForKey("ar").has_value());
     EXPECT_EQ(UserDefaults(shared()->path()).integerForKey("IshaAdj"), 12) << "durable";
-    EXPECT_TRUE(PrayerConfiguration().SoundAlertsDisabled());
 }
 
 TEST_F(PrayerConfigurationTest, LegacyArabicLabelsFlagIsTakenOverOnce) {

@@ -78,24 +78,6 @@ TEST(UserDefaultsReading, EveryStoredKindReadsByTheRulesWhetherSetReopenedOrRegi
     }
 }
 
-TEST(UserDefaultsStore, RegisteredDefaultsAnswerForAbsentKeysAndAreNeverWritten) {
-    ScopedDataFolder folder;
-    UserDefaults store(folder / "suite.sqlite");
-    store.registerDefaults({{"AutoCityGMT", 50.0}, {"UseSunrise", true}});
-    store.setBool("UseSunrise", false);
-    EXPECT_FALSE(store.boolForKey("UseSunrise")) << "a stored value wins over the registered one";
-    store.removeObjectForKey("UseSunrise");
-    EXPECT_TRUE(store.boolForKey("UseSunrise")) << "removing the stored value uncovers the registered one";
-    store.registerDefaults({{"AutoCityGMT", nullptr}});  // withdrawn
-    test::LogCapture log;
-    store.registerDefaults(json::array({"FajrAdj", 1}));
-    EXPECT_TRUE(log.hasError("must be a dictionary"));
-    store.setInteger("FajrAdj", 2);
-    EXPECT_EQ(store.dictionaryRepresentation(), (json{{"FajrAdj", 2}, {"UseSunrise", true}}));
-    EXPECT_EQ(store.persistentDomain(), (json{{"FajrAdj", 2}}));
-    EXPECT_EQ(UserDefaults(folder / "suite.sqlite").dictionaryRepresentation(), (json{{"FajrAdj", 2}}));
-}
-
 TEST(UserDefaultsStore, WritesAreSeenAtOnceAndDurableAndUnreadableValuesReadAsAbsent) {
     ScopedDataFolder folder;
     const auto file = folder / "suite.sqlite";

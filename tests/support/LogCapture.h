@@ -28,13 +28,12 @@ public:
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    /// The lines, in order: all of them, the error-level ones, those beginning with `prefix`.
-    std::vector<std::string> lines() const { return select([](Log::Level, const std::string&) { return true; }); }
+    /// The lines that begin with `prefix` (all of them by default), in order.
+    std::vector<std::string> lines(std::string_view prefix = {}) const {
+        return select([&](Log::Level, const std::string& text) { return text.starts_with(prefix); });
+    }
     std::vector<std::string> errors() const {
         return select([](Log::Level level, const std::string&) { return level == Log::Level::error; });
-    }
-    std::vector<std::string> startingWith(std::string_view prefix) const {
-        return select([&](Log::Level, const std::string& text) { return text.starts_with(prefix); });
     }
     /// How many lines read exactly `text`.
     size_t count(std::string_view text) const {
