@@ -6,6 +6,7 @@
 
 #include "support/Dates.h"
 #include "support/LogCapture.h"
+#include "support/RunProcess.h"
 #include "tarvo/calculation/DubaiFixedTimes.h"
 #include "tarvo/calculation/KLFixedTimes.h"
 #include "tarvo/calculation/PrayerCalculator.h"
@@ -36,7 +37,7 @@ protected:
 
 }  // namespace
 
-TEST(FixedTimetable, LooksUpOnlyExactDayKeysAndTheParserRejectsBadRowsWithTheirLine) {
+TEST(FixedTimetable, LooksUpOnlyExactDayKeysAndRejectsBadRowsWithTheirLine) {
     const std::array<double, 6> missing{-1, -1, -1, -1, -1, -1};
     EXPECT_EQ(DubaiFixedTimes::getTimingsForEpoch(1514764800)[0], 5.7);  // 2018-01-01
     EXPECT_EQ(DubaiFixedTimes::getTimingsForEpoch(1514764800 + 3600), missing);
@@ -60,6 +61,13 @@ TEST(FixedTimetable, LooksUpOnlyExactDayKeysAndTheParserRejectsBadRowsWithTheirL
         EXPECT_FALSE(parser.parse(text)) << text;
         EXPECT_EQ(parser.error().rfind(message, 0), 0u) << parser.error();
     }
+    // The build step refuses a bad file, naming file and line.
+    tarvo::test::TempFolder folder;
+    tarvo::test::writeBytes(folder / "bad.csv", "date,fajr,sunrise,dhuhr,asr,maghrib,isha\n2018-01-01,5,7,12,15,17\n");
+    const auto built = tarvo::test::runProcess(TARVO_TABLEGEN_PATH, {(folder / "bad.csv").string(),
+                                                                     (folder / "out.cpp").string(), "kTable", "2018-01-01", "2020-12-31"});
+    EXPECT_NE(built.status, 0);
+    EXPECT_NE(built.err.find((folder / "bad.csv").string() + ":2: expected 7 columns"), std::string::npos) << built.err;
 }
 
 TEST_F(FixedTimetableMerge, InvalidReplacementKeepsTheCompiledTable) {

@@ -1,4 +1,4 @@
-// The preferences store: the reading rules of every stored kind, registration, persistence,
+// The preferences store: the reading rules of every stored kind, persistence,
 // the data folder, and files it must not use.
 #include <cmath>
 #include <limits>
@@ -29,7 +29,7 @@ struct ReadingRow {
     std::optional<std::string> asString;
 };
 
-TEST(UserDefaultsReading, EveryStoredKindReadsByTheRulesWhetherSetReopenedOrRegistered) {
+TEST(UserDefaultsReading, EveryStoredKindReadsByTheRulesWhetherReopenedOrRegistered) {
     const ReadingRow rows[] = {
         {nullptr, false, 0, 0.0, std::nullopt},
         {-7, true, -7, -7.0, "-7"},
