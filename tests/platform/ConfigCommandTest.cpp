@@ -3,37 +3,20 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/ChildProcess.h"
-#include "platform/ParamName.h"
-#include "platform/ScopedDataFolder.h"
+#include "support/RunProcess.h"
 #include "tarvo/platform/UserDefaults.h"
 
 namespace tarvo {
 namespace {
 
 using json = nlohmann::json;
-
-struct ToolRun {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-ToolRun tarvo(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), TARVO_TOOL_PATH);
-    test::ChildProcess child(arguments);
-    const int status = child.wait();
-    return {status, child.out(), child.err()};
-}
-
-size_t lineCount(const std::string& text) { return static_cast<size_t>(std::count(text.begin(), text.end(), '\n')); }
+using test::runTarvo;
 
 class ConfigCommand : public ::testing::Test {
 protected:
-    json getJson(const std::string& key = {}) {
-        const ToolRun r = key.empty() ? tarvo({"config", "get", "--json"}) : tarvo({"config", "get", key, "--json"});
-        EXPECT_EQ(r.status, 0) << r.err;
-        return json::parse(r.out);
+    static test::ProcessResult config(std::vector<std::string> args) {
+        args.insert(args.begin(), "config");
+        return runTarvo(args);
     }
     // What is in the file, read by the library rather than by the tool.
     json storedInFile() const { return UserDefaults(folder / "shared.sqlite").persistentDomain(); }
@@ -41,128 +24,48 @@ protected:
     test::ScopedDataFolder folder;
 };
 
-TEST_F(ConfigCommand, HostDefaultsAnswerButAreNeverWritten) {
-    EXPECT_EQ(getJson(), (json{{"AutoCityGMT", 50.0}, {"UseSunrise", true}}));
-    EXPECT_TRUE(getJson("AutoCityGMT").is_number_float());
+TEST_F(ConfigCommand, SetGetAndUnsetAroundTheHostDefaultsWhichAreNeverWritten) {
+    EXPECT_EQ(config({"get"}).out, "AutoCityGMT = 50.0 (default)\nUseSunrise = true (default)\n");
+    EXPECT_EQ(config({"get", "AutoCityGMT", "--json"}).out, "50.0\n");
     EXPECT_TRUE(storedInFile().empty());
-
-    const ToolRun list = tarvo({"config", "get"});
-    EXPECT_EQ(list.status, 0);
-    EXPECT_EQ(list.out, "AutoCityGMT = 50.0 (default)\nUseSunrise = true (default)\n");
-}
-
-TEST_F(ConfigCommand, SetStoresTheKindTheTypeNames) {
-    ASSERT_EQ(tarvo({"config", "set", "FajrAdj", "-3", "--type", "int"}).status, 0);
-    ASSERT_EQ(tarvo({"config", "set", "ShowQiyam", "YES", "--type", "bool"}).status, 0);
-    ASSERT_EQ(tarvo({"config", "set", "AutoCityFajrAngle", "18.5", "--type", "double"}).status, 0);
-    ASSERT_EQ(tarvo({"config", "set", "SharedActiveCity", "Makkah"}).status, 0);
-    ASSERT_EQ(tarvo({"config", "set", "QiyamAdj", "4"}).status, 0);
-
-    const json stored = storedInFile();
-    EXPECT_EQ(stored, (json{{"FajrAdj", -3},
-                            {"ShowQiyam", true},
-                            {"AutoCityFajrAngle", 18.5},
-                            {"SharedActiveCity", "Makkah"},
-                            {"QiyamAdj", "4"}}));
-    EXPECT_TRUE(stored["AutoCityFajrAngle"].is_number_float());
+    ASSERT_EQ(config({"set", "FajrAdj", "-3", "--type", "int"}).status, 0);
+    ASSERT_EQ(config({"set", "UseSunrise", "NO", "--type", "bool"}).status, 0);
+    ASSERT_EQ(config({"set", "AutoCityFajrAngle", "18.5", "--type", "double"}).status, 0);
+    ASSERT_EQ(config({"set", "QiyamAdj", "4"}).status, 0);
+    EXPECT_EQ(storedInFile(), (json{{"FajrAdj", -3}, {"UseSunrise", false}, {"AutoCityFajrAngle", 18.5}, {"QiyamAdj", "4"}}));
     // Text is the default kind, and the library still reads the text "4" as 4.
     EXPECT_EQ(UserDefaults(folder / "shared.sqlite").integerForKey("QiyamAdj"), 4);
-
-    EXPECT_EQ(getJson("QiyamAdj"), json("4"));
-    EXPECT_EQ(tarvo({"config", "get", "SharedActiveCity"}).out, "Makkah\n");
-    EXPECT_EQ(tarvo({"config", "get", "ShowQiyam"}).out, "true\n");
+    EXPECT_EQ(config({"get", "QiyamAdj"}).out, "4\n");
+    EXPECT_EQ(config({"get", "UseSunrise", "--json"}).out, "false\n");
+    ASSERT_EQ(config({"unset", "UseSunrise"}).status, 0);
+    EXPECT_EQ(config({"get", "UseSunrise", "--json"}).out, "true\n") << "the default shows again";
+    EXPECT_EQ(config({"unset", "NeverSet"}).status, 0) << "removing nothing is no error";
+    EXPECT_EQ(config({"path"}).out, (folder / "shared.sqlite").string() + "\n");
 }
 
-TEST_F(ConfigCommand, StoredValueHidesTheDefaultUntilUnset) {
-    ASSERT_EQ(tarvo({"config", "set", "UseSunrise", "false", "--type", "bool"}).status, 0);
-    EXPECT_EQ(getJson("UseSunrise"), json(false));
-    EXPECT_NE(tarvo({"config", "get"}).out.find("UseSunrise = false\n"), std::string::npos);
-
-    ASSERT_EQ(tarvo({"config", "unset", "UseSunrise"}).status, 0);
-    EXPECT_EQ(getJson("UseSunrise"), json(true));
-    EXPECT_TRUE(storedInFile().empty());
-    EXPECT_EQ(tarvo({"config", "unset", "NeverSet"}).status, 0) << "removing nothing is no error";
-}
-
-TEST_F(ConfigCommand, MissingKeyExitsWithOne) {
-    for (const auto& arguments : {std::vector<std::string>{"config", "get", "FajrAdj"},
-                                  std::vector<std::string>{"config", "get", "FajrAdj", "--json"}}) {
-        const ToolRun r = tarvo(arguments);
-        EXPECT_EQ(r.status, 1);
+TEST_F(ConfigCommand, BadInputIsAOneLineErrorAndChangesNothing) {
+    ASSERT_EQ(config({"set", "FajrAdj", "1", "--type", "int"}).status, 0);
+    const std::vector<std::vector<std::string>> bad = {
+        {"set", "FajrAdj", "4.5", "--type", "int"},  {"set", "FajrAdj", " 4", "--type", "int"},
+        {"set", "FajrAdj", "9223372036854775808", "--type", "int"}, {"set", "FajrAdj", "", "--type", "int"},
+        {"set", "FajrAdj", "maybe", "--type", "bool"}, {"set", "FajrAdj", "nan", "--type", "double"},
+        {"set", "FajrAdj", "4", "--type", "long"},   {"set", "FajrAdj"}, {"set", "", "4"},
+        {"get", "QiyamAdj", "--json"}};  // a missing key: status 1
+    for (const auto& args : bad) {
+        const auto r = config(args);
+        EXPECT_EQ(r.status, args[0] == "get" ? 1 : 2) << r.err;
         EXPECT_EQ(r.out, "");
-        EXPECT_NE(r.err.find("FajrAdj"), std::string::npos) << r.err;
-        EXPECT_EQ(lineCount(r.err), 1U) << r.err;
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
     }
-}
-
-struct BadSet {
-    const char* name;
-    std::vector<std::string> arguments;
-};
-
-void PrintTo(const BadSet& bad, std::ostream* out) { *out << bad.name; }
-
-class ConfigCommandBadSet : public ConfigCommand, public ::testing::WithParamInterface<BadSet> {};
-
-TEST_P(ConfigCommandBadSet, IsAUsageErrorAndChangesNothing) {
-    ASSERT_EQ(tarvo({"config", "set", "FajrAdj", "1", "--type", "int"}).status, 0);
-    std::vector<std::string> arguments = {"config", "set"};
-    arguments.insert(arguments.end(), GetParam().arguments.begin(), GetParam().arguments.end());
-    const ToolRun r = tarvo(arguments);
-    EXPECT_EQ(r.status, 2) << r.err;
-    EXPECT_EQ(r.out, "");
-    EXPECT_FALSE(r.err.empty());
     EXPECT_EQ(storedInFile(), (json{{"FajrAdj", 1}}));
-}
 
-INSTANTIATE_TEST_SUITE_P(
-    Values, ConfigCommandBadSet,
-    ::testing::Values(BadSet{"IntWithFraction", {"FajrAdj", "4.5", "--type", "int"}},
-                      BadSet{"IntWithText", {"FajrAdj", "four", "--type", "int"}},
-                      BadSet{"IntWithSpace", {"FajrAdj", " 4", "--type", "int"}},
-                      BadSet{"IntTooLarge", {"FajrAdj", "9223372036854775808", "--type", "int"}},
-                      BadSet{"BoolWord", {"FajrAdj", "maybe", "--type", "bool"}},
-                      BadSet{"DoubleText", {"FajrAdj", "abc", "--type", "double"}},
-                      BadSet{"DoubleNaN", {"FajrAdj", "nan", "--type", "double"}},
-                      BadSet{"EmptyInt", {"FajrAdj", "", "--type", "int"}},
-                      BadSet{"UnknownType", {"FajrAdj", "4", "--type", "long"}},
-                      BadSet{"NoValue", {"FajrAdj"}}, BadSet{"EmptyKey", {"", "4"}}),
-    test::ParamName());
-
-TEST_F(ConfigCommand, UnusablePreferencesFileIsNeitherWrittenNorReplaced) {
-    const auto file = folder / "shared.sqlite";
-    test::TempFolder::writeFile(file, "FajrAdj=3\n");
-    const ToolRun set = tarvo({"config", "set", "FajrAdj", "4", "--type", "int"});
+    // An unusable preferences file is neither written nor replaced; reading still answers.
+    test::writeBytes(folder / "shared.sqlite", "FajrAdj=3\n");
+    const auto set = config({"set", "FajrAdj", "4", "--type", "int"});
     EXPECT_EQ(set.status, 1);
     EXPECT_NE(set.err.find("cannot be written"), std::string::npos) << set.err;
-    EXPECT_EQ(test::TempFolder::readFile(file), std::vector<char>({'F', 'a', 'j', 'r', 'A', 'd', 'j', '=', '3', '\n'}));
-    // Reading still answers the tool's defaults.
-    EXPECT_EQ(getJson("UseSunrise"), json(true));
-}
-
-TEST_F(ConfigCommand, PathNamesTheSharedSuite) {
-    const ToolRun r = tarvo({"config", "path"});
-    EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.out, (folder / "shared.sqlite").string() + "\n");
-}
-
-TEST(ConfigCommandConcurrent, ParallelInvocationsLoseNoWrite) {
-    test::ScopedDataFolder folder;
-    constexpr int kProcesses = 12;
-    std::vector<std::unique_ptr<test::ChildProcess>> children;
-    for (int i = 0; i < kProcesses; ++i) {
-        children.push_back(std::make_unique<test::ChildProcess>(std::vector<std::string>{
-            TARVO_TOOL_PATH, "config", "set", "key" + std::to_string(i), std::to_string(i), "--type", "int"}));
-        children.push_back(std::make_unique<test::ChildProcess>(std::vector<std::string>{
-            TARVO_TOOL_PATH, "config", "set", "SharedActiveCity", "city" + std::to_string(i)}));
-    }
-    for (auto& child : children) ASSERT_EQ(child->wait(), 0) << child->err();
-    const UserDefaults store(folder / "shared.sqlite");
-    for (int i = 0; i < kProcesses; ++i) EXPECT_EQ(store.integerForKey("key" + std::to_string(i)), i);
-    const auto city = store.stringForKey("SharedActiveCity");
-    ASSERT_TRUE(city.has_value());
-    EXPECT_EQ(city->rfind("city", 0), 0U) << *city;
-    EXPECT_EQ(store.persistentDomain().size(), static_cast<size_t>(kProcesses + 1));
+    EXPECT_EQ(test::readBytes(folder / "shared.sqlite"), "FajrAdj=3\n");
+    EXPECT_EQ(config({"get", "UseSunrise"}).out, "true\n");
 }
 
 }  // namespace

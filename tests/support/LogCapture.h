@@ -1,8 +1,9 @@
 #pragma once
 
-#include <algorithm>
+#include <functional>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tarvo/platform/Log.h"
@@ -17,7 +18,7 @@ public:
         Log::setLevel(Log::Level::off);
         Log::setObserver([this](Log::Level level, const std::string& message) {
             std::lock_guard lock(mutex_);
-            lines_.push_back({level, message});
+            lines_.emplace_back(level, message);
         });
     }
     ~LogCapture() {
@@ -27,41 +28,41 @@ public:
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    /// Every line, in order.
-    std::vector<std::string> lines() const { return select([](const Line&) { return true; }); }
-    /// The error-level lines, in order.
+    /// The lines that begin with `prefix` (all of them by default), in order.
+    std::vector<std::string> lines(std::string_view prefix = {}) const {
+        return select([&](Log::Level, const std::string& text) { return text.starts_with(prefix); });
+    }
     std::vector<std::string> errors() const {
-        return select([](const Line& l) { return l.level == Log::Level::error; });
+        return select([](Log::Level level, const std::string&) { return level == Log::Level::error; });
     }
     /// How many lines read exactly `text`.
-    size_t count(const std::string& text) const {
-        return select([&](const Line& l) { return l.message == text; }).size();
+    size_t count(std::string_view text) const {
+        return select([&](Log::Level, const std::string& line) { return line == text; }).size();
     }
     /// Whether some error line contains `text`.
-    bool hasError(const std::string& text) const {
-        return !select([&](const Line& l) {
-                    return l.level == Log::Level::error && l.message.find(text) != std::string::npos;
+    bool hasError(std::string_view text) const {
+        return !select([&](Log::Level level, const std::string& line) {
+                    return level == Log::Level::error && line.find(text) != std::string::npos;
                 }).empty();
+    }
+    void clear() {
+        std::lock_guard lock(mutex_);
+        lines_.clear();
     }
 
 private:
-    struct Line {
-        Log::Level level;
-        std::string message;
-    };
-    template <typename Predicate>
-    std::vector<std::string> select(Predicate keep) const {
+    std::vector<std::string> select(const std::function<bool(Log::Level, const std::string&)>& keep) const {
         std::lock_guard lock(mutex_);
         std::vector<std::string> out;
-        for (const auto& line : lines_) {
-            if (keep(line)) out.push_back(line.message);
+        for (const auto& [level, text] : lines_) {
+            if (keep(level, text)) out.push_back(text);
         }
         return out;
     }
 
     Log::Level previousLevel_;
     mutable std::mutex mutex_;
-    std::vector<Line> lines_;
+    std::vector<std::pair<Log::Level, std::string>> lines_;
 };
 
 }  // namespace tarvo::test

@@ -1,0 +1,266 @@
+// The saved-cities store and the user database: selection, the three row readers, deleting,
+// syncing, the statement cache, schema upgrades in place, and several threads at once.
+#include <sys/stat.h>
+
+#include <atomic>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include "support/DataFolder.h"
+#include "support/LogCapture.h"
+#include "support/SqliteScript.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/cities/UserDatabase.h"
+
+namespace tarvo {
+namespace {
+
+using test::queryText;
+using test::readBytes;
+
+class SavedCitiesTest : public ::testing::Test {
+protected:
+    // The statement slots are process-wide: every test starts and ends with them empty, so
+    // no statement outlives the database it was prepared on.
+    SavedCitiesTest() { TarvoCity::resetStatementCache(); }
+    ~SavedCitiesTest() override { TarvoCity::resetStatementCache(); }
+
+    /// The user database in the fresh data folder, opened (and upgraded) on first use.
+    SqliteDatabase& db() {
+        std::string error;
+        if (!user_ && !(user_ = UserDatabase::openDefault(error))) throw std::runtime_error(error);
+        return user_->database();
+    }
+
+    /// The user database file at the layout before any upgrade, with three rows.
+    static void createOldDatabase() {
+        ASSERT_TRUE(test::runSql(
+            UserDatabase::defaultPath(),
+            "CREATE TABLE savedcities (pk INTEGER PRIMARY KEY, current_city INTEGER, country_name VARCHAR(100), "
+            "city_name VARCHAR(200), latitude DOUBLE, longitude DOUBLE, gmt DOUBLE, uses_dst INTEGER, "
+            "prayermethod INTEGER, asrmethod INTEGER, custom_fajrangle DOUBLE, custom_ishaangle DOUBLE);"
+            "INSERT INTO savedcities (current_city, country_name, city_name, gmt, prayermethod, asrmethod, "
+            "custom_fajrangle) VALUES (0, 'Jordan', 'Amman', 2.0, 1, 1, NULL), (1, 'Malaysia', 'Kuala Lumpur', 8.0, "
+            "3, 1, NULL), (0, 'Canada', 'Calgary', -7.0, 6, 2, 15.0)"));
+    }
+
+    static std::shared_ptr<TarvoCity> makeCity(const std::string& name, double latitude, int64_t method = 1) {
+        auto city = std::make_shared<TarvoCity>();
+        city->setIsLoadingFromDB(true);
+        city->setCityName(name);
+        city->setCountryName("Testland");
+        city->setLatitude(latitude);
+        city->setTimeZone("UTC");
+        city->setPrayerMethod(method);
+        city->setCustomFajrAngle(18.5);  // the insert carries no custom angles
+        city->setIsLoadingFromDB(false);
+        return city;
+    }
+
+    test::ScopedDataFolder folder_;
+    test::LogCapture log_;
+    std::shared_ptr<UserDatabase> user_;
+};
+
+TEST_F(SavedCitiesTest, SavingMarksEachNewCityCurrentSyncNeverWritesAndDeleteAnswersLondon) {
+    EXPECT_TRUE(TarvoCity::initWithCurrentSelectionUsingDB(db())->isDefaultCity()) << "none saved: London";
+    auto makkah = makeCity("Makkah", 21.4225, 4);
+    EXPECT_EQ(TarvoCity::saveNewCity(makkah, db()), makkah);
+    EXPECT_EQ(makkah->primaryKey(), TarvoCity::getLastSessionID(db()));
+    EXPECT_EQ(log_.count("DIRTY: SETTING STATE NAME: "), 1u) << "the missing state name is set, tracked";
+    auto current = TarvoCity::initWithCurrentSelectionUsingDB(db());
+    EXPECT_EQ(current->primaryKey(), makkah->primaryKey());
+    EXPECT_EQ(current->description(), "Makkah, Testland");
+    EXPECT_EQ(current->prayerMethod(), 4);
+    EXPECT_EQ(current->customFajrAngle(), 0.0);
+    // A second city is current too: keeping one selection is the host's job (selectCity).
+    auto oslo = TarvoCity::saveNewCity(makeCity("Oslo", 59.91), db());
+    EXPECT_EQ(queryText(db(), "SELECT count(*) FROM savedcities WHERE current_city = 1"), "2");
+    ASSERT_TRUE(user_->selectCity(oslo->primaryKey()));
+    EXPECT_FALSE(user_->selectCity(oslo->primaryKey() + 10));
+    auto all = TarvoCity::GetSavedCities(db());
+    ASSERT_EQ(all.size(), 2u);
+    EXPECT_FALSE(all[0]->isSelectedCity());
+    EXPECT_TRUE(all[1]->isSelectedCity());
+
+    // dbSync of an edited saved city logs and writes nothing: every city counts as automatic.
+    all[0]->setCityName("Mecca");
+    log_.clear();
+    all[0]->dbSync(db());
+    EXPECT_EQ(log_.lines(), std::vector<std::string>{"[DB] [DB] DB Sync"});
+    EXPECT_TRUE(all[0]->isDirty());
+    EXPECT_EQ(TarvoCity::GetSavedCities(db()).front()->cityName(), "Makkah");
+    // A reverse-geocoded city returns before the lock and logs nothing.
+    all[0]->setIsReverseGeocoded(true);
+    log_.clear();
+    all[0]->dbSync(db());
+    EXPECT_TRUE(log_.lines().empty());
+    for (int round = 0; round < 2; ++round) {  // deleting a key that is gone is no error either
+        EXPECT_TRUE(TarvoCity::DeleteCity(db(), makkah->primaryKey())->isDefaultCity());
+    }
+    EXPECT_FALSE(user_->containsCity(makkah->primaryKey()));
+}
+
+TEST_F(SavedCitiesTest, EachReaderFillsARowInItsOwnWay) {
+    ASSERT_EQ(db().exec("INSERT INTO savedcities (pk, current_city, gmt, prayermethod, asrmethod, adjusthighlat) "
+                        "VALUES (5, 1, 3.0, 9, 3, 2); INSERT INTO savedcities VALUES (3, 0, 'United States of "
+                        "America', 'Houston', 29.76, -95.37, -6.0, 1, 5, 2, 15.0, 15.5, 'America/Chicago', 'Texas', "
+                        "1700000000.25, 1600000000.5, 3)"),
+              SQLITE_OK);
+    // The list reader: bad methods become 0, missing names London's, a missing zone stays empty.
+    auto listed = TarvoCity::GetSavedCities(db());
+    ASSERT_EQ(listed.size(), 2u);
+    EXPECT_EQ(listed[1]->description(), "London, United Kingdom");
+    EXPECT_EQ(listed[1]->TimeZone(), "");
+    EXPECT_EQ((std::array{listed[1]->prayerMethod(), listed[1]->asrMethod(), listed[1]->adjustHighLatitude()}),
+              (std::array<int64_t, 3>{0, 0, 2}));
+    EXPECT_EQ(listed[0]->stateName(), "Texas");
+    EXPECT_TRUE(log_.lines("DIRTY").empty());
+    // The selection reader fills a missing zone with London's.
+    EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(db())->TimeZone(), "Europe/London");
+
+    // The primary-key reader replaces bad methods with 1 instead...
+    EXPECT_EQ(TarvoCity::initWithPrimaryKey(5, db())->prayerMethod(), 1);
+    // ...reads its last columns one place off, by design: the state name gets lastmoddate's
+    // text, LastModDate gets lastsyncdate, LastSyncDate a column past the end...
+    auto houston = TarvoCity::initWithPrimaryKey(3, db());
+    EXPECT_EQ(houston->stateName(), queryText(db(), "SELECT CAST(lastmoddate AS TEXT) FROM savedcities WHERE pk = 3"));
+    EXPECT_EQ(houston->LastModDate(), Date(1600000000.5));
+    EXPECT_EQ(houston->LastSyncDate(), Date(0));
+    EXPECT_EQ(houston->countryName(), "United States");
+    EXPECT_EQ(houston->customIshaAngle(), 15.5);
+    // ...and goes through the tracked setters: logged and mirrored, then marked clean.
+    EXPECT_FALSE(houston->isDirty());
+    EXPECT_EQ(log_.count("DIRTY: SETTING LATITUTE: 29.760000"), 1u);
+    EXPECT_EQ(UserDefaults::sharedUserDefaultsObj()->integerForKey("AutoCityPrayerMethod"), 5);
+    EXPECT_TRUE(TarvoCity::initWithPrimaryKey(99, db())->isDefaultCity());
+}
+
+TEST_F(SavedCitiesTest, StatementsAreCachedPerStatementAndFinalisedOnesFailUntilTheCacheIsEmptied) {
+    TarvoCity::saveNewCity(makeCity("Rabat", 34.02), db());
+    TarvoCity::initWithCurrentSelectionUsingDB(db());
+    TarvoCity::finalizeStatements();
+    log_.clear();
+    EXPECT_TRUE(TarvoCity::initWithCurrentSelectionUsingDB(db())->isDefaultCity());
+    EXPECT_EQ(log_.lines("[DB] Error: statement used after finalizeStatements").size(), 1u);
+    EXPECT_EQ(TarvoCity::saveNewCity(makeCity("Agadir", 30.42), db())->primaryKey(), -1);
+    EXPECT_EQ(queryText(db(), "SELECT count(*) FROM savedcities"), "1");
+    TarvoCity::resetStatementCache();
+    EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(db())->cityName(), "Rabat");
+
+    // The list statement prepared on the first database is reused whatever handle comes in:
+    // another, empty database "lists" the first one's city until the cache is emptied.
+    ASSERT_EQ(TarvoCity::GetSavedCities(db()).size(), 1u);
+    std::string error;
+    auto other = UserDatabase::open(folder_ / "other.sqlite", error);
+    ASSERT_TRUE(other) << error;
+    EXPECT_EQ(TarvoCity::GetSavedCities(other->database()).size(), 1u);
+    TarvoCity::resetStatementCache();
+    EXPECT_TRUE(TarvoCity::GetSavedCities(other->database()).empty());
+}
+
+TEST_F(SavedCitiesTest, OldDatabaseIsUpgradedInPlaceOnceWithoutLosingRowsUnlessItIsReadOnly) {
+    createOldDatabase();
+    const auto path = UserDatabase::defaultPath();
+    const std::string before = readBytes(path);
+    ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
+    std::string error;
+    EXPECT_FALSE(UserDatabase::openDefault(error));
+    EXPECT_NE(error.find("read-only"), std::string::npos) << error;
+    EXPECT_EQ(readBytes(path), before);
+    ASSERT_EQ(::chmod(path.c_str(), 0644), 0);
+    EXPECT_EQ(log_.count("[DB] UPDATE Schema"), 0u);
+
+    auto cities = TarvoCity::GetSavedCities(db());
+    EXPECT_EQ(user_->schemaVersion(), UserDatabase::kSchemaVersion);
+    EXPECT_EQ(log_.count("[DB] UPDATE Schema"), 3u);
+    EXPECT_TRUE(log_.lines("[DB] [1] Schema ERROR").empty());
+    ASSERT_EQ(cities.size(), 3u);
+    EXPECT_EQ(cities[2]->description(), "Calgary, Canada");
+    EXPECT_EQ(cities[2]->customFajrAngle(), 15.0);
+    // Every saved city now takes its offset from its zone, with the default high-latitude rule.
+    for (const auto& city : cities) EXPECT_EQ(std::pair(city->GMT(), city->adjustHighLatitude()), std::pair(50.0, int64_t{0}));
+    EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(db())->cityName(), "Kuala Lumpur");
+    EXPECT_EQ(queryText(db(), "SELECT count(*) FROM sqlite_master WHERE name = 'cacedcities_name'"), "1");
+    user_.reset();
+    TarvoCity::resetStatementCache();
+    EXPECT_EQ(TarvoCity::GetSavedCities(db()).size(), 3u);
+    EXPECT_EQ(log_.count("[DB] UPDATE Schema"), 3u) << "opening again runs nothing";
+}
+
+TEST_F(SavedCitiesTest, RerunUpgradesLogEveryStepTheyCannotRedoAndUnversionedLayoutsAreRecognised) {
+    createOldDatabase();
+    {
+        SqliteDatabase old;
+        ASSERT_TRUE(old.open(UserDatabase::defaultPath()));
+        TarvoCity::updateSchemav3_1(old, nullptr);
+        TarvoCity::updateSchemav3_2(old, nullptr);
+        TarvoCity::updateSchemav3_3(old, nullptr);
+        // Again: the last step of the second upgrade reports as [3] a second time and still runs.
+        log_.clear();
+        TarvoCity::updateSchemav3_2(old, nullptr);
+        EXPECT_EQ(log_.lines("[DB]"),
+                  (std::vector<std::string>{"[DB] UPDATE Schema",
+                                            "[DB] [1] Schema ERROR: message 'table cachedcities already exists'.",
+                                            "[DB] [2] Schema ERROR: message 'index cacedcities_name already exists'.",
+                                            "[DB] [3] Schema ERROR: message 'index cachedcities_soundex already exists'.",
+                                            "[DB] [4] Schema ERROR: message 'table lastused already exists'.",
+                                            "[DB] [3] Schema Updated", "[DB] Done updating."}));
+        ASSERT_EQ(old.exec("UPDATE savedcities SET adjusthighlat = 4"), SQLITE_OK);
+    }
+    // Fully upgraded by a host that kept its own record of the layout (user_version 0): left alone.
+    const std::string before = readBytes(UserDatabase::defaultPath());
+    log_.clear();
+    EXPECT_EQ(TarvoCity::GetSavedCities(db())[0]->adjustHighLatitude(), 4);
+    EXPECT_EQ(log_.count("[DB] UPDATE Schema"), 0u);
+    EXPECT_EQ(readBytes(UserDatabase::defaultPath()), before);
+}
+
+using SavedCitiesConcurrent = SavedCitiesTest;
+
+TEST_F(SavedCitiesConcurrent, SaversReadersAndDeletersShareTheCachedStatements) {
+    SqliteDatabase& database = db();
+    constexpr int kSavers = 3;
+    constexpr int kCitiesEach = 12;
+    std::vector<std::vector<std::shared_ptr<TarvoCity>>> savedBy(kSavers);
+    std::atomic<bool> saving{true};
+    std::atomic<int> wrongReads{0};
+    std::vector<std::thread> savers;
+    std::vector<std::thread> readers;
+    for (int t = 0; t < kSavers; ++t) {
+        savers.emplace_back([&, t] {
+            for (int i = 0; i < kCitiesEach; ++i) {
+                auto city = makeCity("City " + std::to_string(t) + "-" + std::to_string(i), t, 1 + i % 7);
+                savedBy[static_cast<size_t>(t)].push_back(TarvoCity::saveNewCity(city, database));
+                TarvoCity::DeleteCity(database, 100000 + i);  // a row nobody has: changes nothing
+            }
+        });
+    }
+    // Readers: every listed city must be complete, the selection must be a saved city.
+    for (int r = 0; r < 2; ++r) {
+        readers.emplace_back([&] {
+            while (saving) {
+                for (const auto& city : TarvoCity::GetSavedCities(database)) {
+                    if (city->countryName() != "Testland" || city->prayerMethod() < 1) ++wrongReads;
+                }
+                const auto current = TarvoCity::initWithCurrentSelectionUsingDB(database);
+                if (current->cityName() != "London" && current->countryName() != "Testland") ++wrongReads;
+            }
+        });
+    }
+    for (auto& thread : savers) thread.join();
+    saving = false;
+    for (auto& thread : readers) thread.join();
+    EXPECT_EQ(wrongReads.load(), 0);
+    for (const auto& cities : savedBy) {  // each save got the key of its own row
+        for (const auto& city : cities) {
+            EXPECT_EQ(TarvoCity::initWithPrimaryKey(city->primaryKey(), database)->cityName(), city->cityName());
+        }
+    }
+    EXPECT_EQ(queryText(database, "SELECT count(*) FROM savedcities"), std::to_string(kSavers * kCitiesEach));
+}
+
+}  // namespace
+}  // namespace tarvo

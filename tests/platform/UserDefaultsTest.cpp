@@ -1,0 +1,158 @@
+// The preferences store: the reading rules of every stored kind, persistence,
+// the data folder, and files it must not use.
+#include <cmath>
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "support/DataFolder.h"
+#include "support/LogCapture.h"
+#include "support/SqliteScript.h"
+#include "tarvo/platform/UserDefaults.h"
+
+namespace tarvo {
+namespace {
+
+using json = nlohmann::json;
+using test::readBytes;
+using test::ScopedDataFolder;
+using test::TempFolder;
+
+constexpr int64_t kMax = std::numeric_limits<int64_t>::max();
+constexpr int64_t kMin = std::numeric_limits<int64_t>::min();
+
+struct ReadingRow {
+    json stored;  // null: the key is absent
+    bool asBool;
+    int64_t asInteger;
+    double asDouble;
+    std::optional<std::string> asString;
+};
+
+TEST(UserDefaultsReading, EveryStoredKindReadsByTheRulesWhetherReopenedOrRegistered) {
+    const ReadingRow rows[] = {
+        {nullptr, false, 0, 0.0, std::nullopt},
+        {-7, true, -7, -7.0, "-7"},
+        {0, false, 0, 0.0, "0"},
+        {std::numeric_limits<uint64_t>::max(), true, kMax, 18446744073709551615.0, "18446744073709551615"},
+        {-3.9, true, -3, -3.9, "-3.9"},  // truncated toward zero
+        {50.0, true, 50, 50.0, "50"},
+        {0.25, true, 0, 0.25, "0.25"},
+        {1e300, true, kMax, 1e300, "1e+300"},
+        {-1e300, true, kMin, -1e300, "-1e+300"},
+        {true, true, 1, 1.0, "1"},
+        {" 12\t", true, 12, 12.0, " 12\t"},
+        {"+5", true, 5, 5.0, "+5"},
+        {"4.7", true, 4, 4.7, "4.7"},
+        {"1e3", true, 1000, 1000.0, "1e3"},
+        {"0", false, 0, 0.0, "0"},
+        {"YES", true, 0, 0.0, "YES"},
+        {"TrUe", true, 0, 0.0, "TrUe"},
+        {"NO", false, 0, 0.0, "NO"},
+        {"4abc", false, 0, 0.0, "4abc"},
+        {"", false, 0, 0.0, ""},
+        {"nan", false, 0, 0.0, "nan"},
+        {"9223372036854775808", true, kMax, 9223372036854775808.0, "9223372036854775808"},
+        {json::array({1, 2}), false, 0, 0.0, std::nullopt},
+        {json{{"a", 1}}, false, 0, 0.0, std::nullopt},
+        {json::binary({1, 2, 3}), false, 0, 0.0, std::nullopt},
+    };
+    ScopedDataFolder folder;
+    for (const ReadingRow& row : rows) {
+        SCOPED_TRACE(row.stored.dump());
+        UserDefaults registered(folder / "registered.sqlite");
+        if (!row.stored.is_null()) registered.registerDefaults(json{{"key", row.stored}});
+        UserDefaults(folder / "suite.sqlite").setObject("key", row.stored);
+        const UserDefaults reopened(folder / "suite.sqlite");
+        for (const UserDefaults* store : {&reopened, static_cast<const UserDefaults*>(&registered)}) {
+            EXPECT_EQ(store->boolForKey("key"), row.asBool);
+            EXPECT_EQ(store->integerForKey("key"), row.asInteger);
+            EXPECT_EQ(store->doubleForKey("key"), row.asDouble);
+            EXPECT_EQ(store->stringForKey("key"), row.asString);
+            EXPECT_EQ(store->dataForKey("key").has_value(), row.stored.is_binary());
+            EXPECT_EQ(store->arrayForKey("key").has_value(), row.stored.is_array());
+            EXPECT_EQ(store->dictionaryForKey("key").has_value(), row.stored.is_object());
+            EXPECT_EQ(store->objectForKey("key").value_or(nullptr), row.stored);
+            EXPECT_EQ(store->objectForKey("key").value_or(nullptr).is_number_float(), row.stored.is_number_float());
+        }
+    }
+}
+
+TEST(UserDefaultsStore, WritesAreSeenAtOnceAndDurableAndUnreadableValuesReadAsAbsent) {
+    ScopedDataFolder folder;
+    const auto file = folder / "suite.sqlite";
+    UserDefaults store(file);
+    const UserDefaults other(file);
+    const json nested = {{"alerts", json::array({json::binary({7}), 1.5})}};
+    store.setObject("nested", nested);
+    store.setString("gone", "x");
+    store.setObject("gone", nullptr);
+    EXPECT_EQ(other.persistentDomain(), (json{{"nested", nested}}));
+    // After synchronize the main file alone, without the write-ahead log, holds the values.
+    ASSERT_TRUE(store.synchronize());
+    std::filesystem::copy_file(file, folder / "copy.sqlite");
+    EXPECT_EQ(test::queryText(folder / "copy.sqlite", "SELECT count(*) FROM preferences"), "1");
+
+    // Bytes that do not decode read as absent, with a logged error.
+    store.registerDefaults({{"UseSunrise", true}});
+    ASSERT_TRUE(test::runSql(file, "INSERT INTO preferences(key, value) VALUES('UseSunrise', x'9f01'), ('FajrAdj', x'ff')"));
+    test::LogCapture log;
+    EXPECT_TRUE(store.boolForKey("UseSunrise")) << "the registered default answers instead";
+    EXPECT_EQ(store.integerForKey("FajrAdj"), 0);
+    EXPECT_TRUE(log.hasError("unreadable"));
+    EXPECT_FALSE(store.persistentDomain().contains("FajrAdj"));
+}
+
+TEST(UserDefaultsStore, ProcessWideSuitesLiveInTheDataFolderFoundByPrecedence) {
+    {
+        ScopedDataFolder folder;
+        EXPECT_EQ(UserDefaults::sharedUserDefaultsObj()->path(), folder / "shared.sqlite");
+        EXPECT_EQ(UserDefaults::standardUserDefaults()->path(), folder / "standard.sqlite");
+        ScopedDataFolder elsewhere;  // after a reset the suites reopen wherever the folder now is
+        EXPECT_EQ(UserDefaults::sharedUserDefaultsObj()->path(), elsewhere / "shared.sqlite");
+    }
+    TempFolder temp;
+    test::ScopedEnvironment environment;
+    environment.unset("TARVO_HOME");
+    environment.unset("XDG_DATA_HOME");
+    environment.set("HOME", (temp / "home").string());
+    EXPECT_EQ(UserDefaults::dataDirectory(), temp / "home/.local/share/tarvo");
+    EXPECT_TRUE(std::filesystem::is_directory(temp / "home/.local/share/tarvo")) << "created when missing";
+    environment.set("XDG_DATA_HOME", "relative/data");
+    EXPECT_EQ(UserDefaults::dataDirectory(), temp / "home/.local/share/tarvo") << "a relative XDG path is ignored";
+    environment.set("XDG_DATA_HOME", (temp / "xdg").string());
+    EXPECT_EQ(UserDefaults::dataDirectory(), temp / "xdg/tarvo");
+    environment.set("TARVO_HOME", (temp / "tarvo-home").string());
+    EXPECT_EQ(UserDefaults::dataDirectory(), temp / "tarvo-home");
+}
+
+TEST(UserDefaultsFiles, UnusableFilesAreLeftUntouchedAndTheStoreWorksInMemory) {
+    TempFolder temp;
+    ASSERT_TRUE(test::runSql(temp / "ours.sqlite", "CREATE TABLE preferences(key TEXT PRIMARY KEY, value BLOB) "
+                                                   "WITHOUT ROWID; INSERT INTO preferences VALUES('FajrAdj', x'03')"));
+    ASSERT_TRUE(test::runSql(temp / "foreign.sqlite", "CREATE TABLE preferences(name TEXT, setting INTEGER)"));
+    const std::pair<std::string, bool> cases[] = {{"FajrAdj=3\nUseSunrise=YES\n", false},
+                                                  {readBytes(temp / "ours.sqlite"), true},  // read-only
+                                                  {readBytes(temp / "foreign.sqlite"), false}};
+    for (const auto& [bytes, readOnly] : cases) {
+        TempFolder folder;
+        const auto file = folder / "shared.sqlite";
+        test::writeBytes(file, bytes);
+        if (readOnly) std::filesystem::permissions(file, std::filesystem::perms::owner_read);
+        test::LogCapture log;
+        {
+            UserDefaults store(file);
+            EXPECT_FALSE(store.isPersistent());
+            EXPECT_TRUE(log.hasError(file.string())) << "the error names the file";
+            store.setInteger("FajrAdj", 5);
+            EXPECT_EQ(store.integerForKey("FajrAdj"), 5);
+            EXPECT_FALSE(store.synchronize()) << "nothing could be made durable";
+        }
+        EXPECT_EQ(readBytes(file), bytes);
+        EXPECT_FALSE(std::filesystem::exists(folder / "shared.sqlite-wal"));
+        EXPECT_FALSE(std::filesystem::exists(folder / "shared.sqlite-journal"));
+    }
+}
+
+}  // namespace
+}  // namespace tarvo
