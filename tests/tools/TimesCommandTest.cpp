@@ -1,4 +1,6 @@
 // The tarvo tool's times and qibla commands, run as a person would.
+#include <filesystem>
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -65,4 +67,12 @@ TEST(TarvoTimes, UnknownZoneWarnsAndUsesGMT) {
     EXPECT_NE(verbose.err.find("[info] [PrayerCalculator.cpp:"), std::string::npos) << verbose.err;
     EXPECT_NE(verbose.err.find("setTimeZone] Timezone Could Not Be Found: Mars/Base"), std::string::npos);
     EXPECT_EQ(json::parse(runTarvo({"qibla", "--lat", "51.5", "--lon", "-0.1167", "--json"}).out)["bearing"], 118);
+}
+
+TEST(TarvoTimes, CommandsWithoutPreferencesLeaveNoDataFolder) {
+    const std::string home = testing::TempDir() + "tarvo-untouched-home";
+    std::filesystem::remove_all(home);
+    EXPECT_EQ(runTarvo({"times", "--lat", "10", "--lon", "0", "--tz", "UTC"}, {"TARVO_HOME=" + home}).status, 0);
+    EXPECT_EQ(runTarvo({"qibla", "--lat", "10", "--lon", "0"}, {"TARVO_HOME=" + home}).status, 0);
+    EXPECT_FALSE(std::filesystem::exists(home));
 }

@@ -168,6 +168,9 @@ ordered_json cityJson(const TarvoCity& city) {
 }
 
 std::shared_ptr<UserDatabase> openUserDatabase() {
+    // The saved cities read the automatic-city preferences (a new London city, say), so the
+    // host's defaults must answer from here on.
+    registerHostDefaults();
     std::string error;
     auto user = UserDatabase::openDefault(error);
     if (!user) throw UsageError("cannot use the user database: " + error);

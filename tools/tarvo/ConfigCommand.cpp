@@ -24,7 +24,10 @@ struct ConfigOptions {
     bool json = false;
 };
 
-std::shared_ptr<UserDefaults> store() { return UserDefaults::sharedUserDefaultsObj(); }
+std::shared_ptr<UserDefaults> store() {
+    registerHostDefaults();
+    return UserDefaults::sharedUserDefaultsObj();
+}
 
 // Text that may hold bytes that are not UTF-8 is still printed, with replacement characters.
 std::string dumpJson(const json& value) { return value.dump(-1, ' ', false, json::error_handler_t::replace); }

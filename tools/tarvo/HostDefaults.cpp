@@ -1,4 +1,6 @@
 // The tool's own defaults, registered as the host application's.
+#include <mutex>
+
 #include "Commands.h"
 #include "tarvo/platform/UserDefaults.h"
 
@@ -16,8 +18,11 @@ const nlohmann::json& hostDefaults() {
 
 void registerHostDefaults() {
     // The library registers no defaults of its own; the host does, in the registration
-    // domain, so they answer for unset keys without ever being written to the file.
-    UserDefaults::sharedUserDefaultsObj()->registerDefaults(hostDefaults());
+    // domain, so they answer for unset keys without ever being written to the file. Only
+    // the commands that use preferences call this, so that commands such as qibla never
+    // create the data folder.
+    static std::once_flag once;
+    std::call_once(once, [] { UserDefaults::sharedUserDefaultsObj()->registerDefaults(hostDefaults()); });
 }
 
 }  // namespace tarvo::cli

@@ -23,7 +23,6 @@ int main(int argc, char** argv) {
 
     int status = 0;
     try {
-        tarvo::cli::registerHostDefaults();
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp& e) {
         status = app.exit(e);
