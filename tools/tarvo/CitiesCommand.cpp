@@ -24,11 +24,7 @@ struct CitiesOptions {
     double latitude = 0;
     double longitude = 0;
     std::string timeZone;
-    int64_t method = 0;
-    int64_t asr = 0;
-    int64_t highLatitude = 0;
-    std::optional<int64_t> dst;
-    std::optional<double> gmt;
+    CalculationOptions calculation;
     int64_t primaryKey = 0;
     bool json = false;
 };
@@ -97,11 +93,11 @@ void add(const CitiesOptions& o) {
     city->setLatitude(o.latitude);
     city->setLongitude(o.longitude);
     city->setTimeZone(o.timeZone);
-    city->setGMT(o.gmt.value_or(TarvoCity::kGMTFromTimeZone));
-    city->setDSTPreference(o.dst.value_or(0));
-    city->setPrayerMethod(o.method);
-    city->setAsrMethod(o.asr);
-    city->setAdjustHighLatitude(o.highLatitude);
+    city->setGMT(o.calculation.gmt.value_or(TarvoCity::kGMTFromTimeZone));
+    city->setDSTPreference(o.calculation.dst.value_or(0));
+    city->setPrayerMethod(o.calculation.method);
+    city->setAsrMethod(o.calculation.asr);
+    city->setAdjustHighLatitude(o.calculation.highLatitude);
     city->setIsLoadingFromDB(false);
 
     auto saved = TarvoCity::saveNewCity(city, user->database());
@@ -199,11 +195,8 @@ void registerCitiesCommand(CLI::App& app) {
     addLatitudeOption(*addCommand, options->latitude, true);
     addLongitudeOption(*addCommand, options->longitude, true);
     addCommand->add_option("--tz", options->timeZone, "Time zone of the city, e.g. Europe/London")->required();
-    addCalculationOptions(*addCommand, options->method, options->asr, options->highLatitude);
-    addDaylightSavingOption(*addCommand, options->dst);
-    addCommand->add_option("--gmt", options->gmt,
-                           "Fixed offset from GMT in hours (default: the time zone's offset, stored as 50)")
-        ->check(numberBetween(-14, 14));
+    addCalculationOptions(*addCommand, options->calculation,
+                          "Fixed offset from GMT in hours (default: the time zone's offset, stored as 50)");
     addCommand->add_flag("--json", options->json, "Print the saved city as a JSON object");
     addCommand->callback([options] { add(*options); });
 

@@ -37,7 +37,7 @@ nlohmann::ordered_json cityJson(const TarvoCity& city);
 
 /// The defaults the tool, as the host application, registers in the shared preferences.
 const nlohmann::json& hostDefaults();
-/// Registers hostDefaults() in the shared preferences (at start-up, before any command).
+/// Registers hostDefaults() in the shared preferences, once, before a command first uses them.
 void registerHostDefaults();
 
 /// Shared option helpers. numberBetween checks a number within inclusive bounds, with a
@@ -45,10 +45,17 @@ void registerHostDefaults();
 CLI::Validator numberBetween(double min, double max);
 void addLatitudeOption(CLI::App& command, double& latitude, bool required);
 void addLongitudeOption(CLI::App& command, double& longitude, bool required);
-/// --method, --asr and --highlat with their value ranges (0 is automatic in each).
-void addCalculationOptions(CLI::App& command, int64_t& method, int64_t& asr, int64_t& highLatitude);
-/// --dst: 0 follow the zone, 1 force on, 2 force off.
-void addDaylightSavingOption(CLI::App& command, std::optional<int64_t>& dst);
+/// The calculation choices a place can carry, shared by `times` and `cities add`.
+struct CalculationOptions {
+    int64_t method = 0;        ///< 0 automatic
+    int64_t asr = 0;           ///< 0 automatic
+    int64_t highLatitude = 0;  ///< 0 automatic
+    std::optional<int64_t> dst;  ///< 0 follow the zone, 1 force on, 2 force off
+    std::optional<double> gmt;   ///< fixed offset in hours
+};
+/// --method, --asr, --highlat, --dst and --gmt with their value ranges; `gmtHelp` says what
+/// leaving out --gmt means for the command.
+void addCalculationOptions(CLI::App& command, CalculationOptions& options, const std::string& gmtHelp);
 
 /// "YYYY-MM-DD" as year, month and day, or a UsageError naming the option.
 struct CivilDate {

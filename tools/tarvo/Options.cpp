@@ -33,23 +33,21 @@ void addLongitudeOption(CLI::App& command, double& longitude, bool required) {
     if (required) option->required();
 }
 
-void addCalculationOptions(CLI::App& command, int64_t& method, int64_t& asr, int64_t& highLatitude) {
+void addCalculationOptions(CLI::App& command, CalculationOptions& options, const std::string& gmtHelp) {
     command
-        .add_option("--method", method,
+        .add_option("--method", options.method,
                     "Calculation method: 0 automatic, 1 Muslim League, 2 Egyptian, 3 Karachi, 4 Umm Al-Qura, "
                     "5 ISNA, 6 custom, 7 UAE")
         ->check(numberBetween(0, 7));
-    command.add_option("--asr", asr, "Asr school: 0 automatic, 1 Shafi, 2 Hanafi")->check(numberBetween(0, 2));
+    command.add_option("--asr", options.asr, "Asr school: 0 automatic, 1 Shafi, 2 Hanafi")->check(numberBetween(0, 2));
     command
-        .add_option("--highlat", highLatitude,
+        .add_option("--highlat", options.highLatitude,
                     "High-latitude rule: 0 automatic, 1 1/7th of the night, 2 1/7th median, 3 angle based, "
                     "4 middle of the night")
         ->check(numberBetween(0, 4));
-}
-
-void addDaylightSavingOption(CLI::App& command, std::optional<int64_t>& dst) {
-    command.add_option("--dst", dst, "Daylight saving: 0 follow the zone, 1 force on, 2 force off")
+    command.add_option("--dst", options.dst, "Daylight saving: 0 follow the zone, 1 force on, 2 force off")
         ->check(numberBetween(0, 2));
+    command.add_option("--gmt", options.gmt, gmtHelp)->check(numberBetween(-14, 14));
 }
 
 CivilDate parseDate(std::string_view text, std::string_view option) {

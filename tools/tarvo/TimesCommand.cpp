@@ -21,11 +21,7 @@ struct TimesOptions {
     double longitude = 0;
     std::string timeZone;
     std::string date;
-    int64_t method = 0;
-    int64_t asr = 0;
-    int64_t highLatitude = 0;
-    std::optional<int64_t> dst;
-    std::optional<double> gmt;
+    CalculationOptions calculation;
     std::optional<std::string> city;
     std::optional<std::string> country;
     std::optional<double> fajrAngle;
@@ -105,11 +101,11 @@ void configureFromOptions(PrayerCalculator& calculator, const TimesOptions& o) {
     // depends on it), then the method choices, overrides, and custom angles last.
     calculator.setLat(o.latitude);
     calculator.setLng(o.longitude);
-    calculator.setCalcMethod(o.method);
-    calculator.setAsrJuristic(o.asr);
-    calculator.setAdjustHighLats(o.highLatitude);
-    if (o.dst) calculator.setOverrideDST(*o.dst);
-    if (o.gmt) calculator.setOverrideTimeZoneOffset(*o.gmt);
+    calculator.setCalcMethod(o.calculation.method);
+    calculator.setAsrJuristic(o.calculation.asr);
+    calculator.setAdjustHighLats(o.calculation.highLatitude);
+    if (o.calculation.dst) calculator.setOverrideDST(*o.calculation.dst);
+    if (o.calculation.gmt) calculator.setOverrideTimeZoneOffset(*o.calculation.gmt);
     if (o.fajrAngle) calculator.setFajrAngle(*o.fajrAngle);
     if (o.ishaAngle) calculator.setIshaAngle(*o.ishaAngle);
 }
@@ -192,10 +188,7 @@ void registerTimesCommand(CLI::App& app) {
                   "high-latitude rule, daylight-saving rule, offset and custom angles, instead of "
                   "--lat/--lon/--tz and the calculation options");
     cmd->add_option("--date", options->date, "Date as YYYY-MM-DD (default: today)");
-    addCalculationOptions(*cmd, options->method, options->asr, options->highLatitude);
-    addDaylightSavingOption(*cmd, options->dst);
-    cmd->add_option("--gmt", options->gmt, "Fixed offset from GMT in hours instead of the zone's")
-        ->check(numberBetween(-14, 14));
+    addCalculationOptions(*cmd, options->calculation, "Fixed offset from GMT in hours instead of the zone's");
     cmd->add_option("--city", options->city, "City name (Dubai and Kuala Lumpur use their official timetables)");
     cmd->add_option("--country", options->country, "Country name (chooses the automatic Asr school)");
     cmd->add_option("--fajr-angle", options->fajrAngle, "Custom Fajr sun depression in degrees")
