@@ -61,4 +61,17 @@ Date Calendar::dateByAddingDays(int64_t days, DateComponents c) const {
     return dateFromComponents(c);
 }
 
+Date Calendar::dateByAddingComponents(const DateComponents& amount, Date date) const {
+    if (amount.year != 0 || amount.month != 0 || amount.day != 0) {
+        DateComponents c = components(date);
+        c.year += amount.year;
+        c.month += amount.month;
+        c.day += amount.day;
+        date = dateFromComponents(c);
+    }
+    const double elapsed = static_cast<double>(amount.hour * 3600 + amount.minute * 60 + amount.second) +
+                           static_cast<double>(amount.nanosecond) / 1e9;
+    return date.addingTimeInterval(elapsed);
+}
+
 }  // namespace tarvo

@@ -30,6 +30,11 @@ public:
     /// components(date) of this calendar. Saves splitting the moment a second time.
     Date dateByAddingDays(int64_t days, DateComponents componentsOfDate) const;
 
+    /// Adds the fields of `amount` to the moment: years, months and days on the wall clock
+    /// (the time of day kept), then hours, minutes, seconds and nanoseconds as elapsed time.
+    /// Negative fields move earlier; the weekday is ignored.
+    Date dateByAddingComponents(const DateComponents& amount, Date date) const;
+
 private:
     TimeZone zone_;
 };

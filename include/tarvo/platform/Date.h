@@ -11,7 +11,7 @@ public:
     constexpr Date() = default;
     constexpr explicit Date(double secondsSince1970) : seconds_(secondsSince1970) {}
 
-    /// The current moment, read afresh from the system clock.
+    /// The current moment, read afresh from Clock (the system clock unless a source is installed).
     static Date now();
 
     constexpr double timeIntervalSince1970() const { return seconds_; }

@@ -1,0 +1,150 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "tarvo/platform/Date.h"
+
+namespace tarvo {
+
+class Calendar;
+class DispatchQueue;
+class IslamicCalendar;
+class Prayer;
+class PrayerConfiguration;
+class SmartPrayerInfo;
+class TarvoCity;
+class TarvoDAODelegate;
+
+/// The one object through which host applications reach the library's state: the global
+/// configuration, the active city, the generated timetables, the current and next prayer,
+/// and the delegate that hears of changes. A process-wide singleton (getSharedInstance).
+///
+/// Field accessors are safe from any thread (each takes the object's field lock). The
+/// timetable and current/next operations serialise on globalStateLockObject(), so readers
+/// never see half a day. Failures never throw: they answer nil, an empty list or ten
+/// time-less records, and log.
+class TarvoDAO : public std::enable_shared_from_this<TarvoDAO> {
+public:
+    using DayList = std::vector<std::shared_ptr<Prayer>>;
+
+    static constexpr std::string_view kConfigurationUpdatedNotification = "NOTIFICATION_CONFIGURATION_UPDATED";
+    static constexpr std::string_view kSharedActiveCityKey = "SharedActiveCity";
+    static constexpr std::string_view kHasUpdatedSharedCopyKey = "HasUpdatedSharedCopy";
+
+    // ---- Lifecycle and shared state (TarvoDAO.cpp) ------------------------------------
+    /// The singleton, made on the first call (thread-safe).
+    static std::shared_ptr<TarvoDAO> getSharedInstance();
+    /// A facade of its own (hosts use the singleton; tests make fresh ones): lastDayOfDate
+    /// -1, the database queue made and the configuration loaded, without broadcast.
+    TarvoDAO();
+    ~TarvoDAO();
+    TarvoDAO(const TarvoDAO&) = delete;
+    TarvoDAO& operator=(const TarvoDAO&) = delete;
+
+    /// Makes the serial database queue (replacing any previous one) and reloads the
+    /// configuration.
+    void initSingletons();
+    void reloadConfiguration();
+    /// Replaces the configuration with one freshly loaded from the shared preferences; with
+    /// `broadcast`, posts "NOTIFICATION_CONFIGURATION_UPDATED" on the default centre.
+    void reloadConfigurationAndBroadcast(bool broadcast);
+    void saveConfigurationInSharedPreferences();
+    /// Archives the active city under "SharedActiveCity" in the shared suite (nothing when
+    /// there is no active city).
+    void saveActiveCityInSharedPreferences();
+    /// The city archived under "SharedActiveCity", or nil (missing or foreign data). Does not
+    /// set ActiveCity.
+    std::shared_ptr<TarvoCity> getActiveCityFromSharedPreferences() const;
+    /// Copies every standard-defaults value into the shared suite, once per installation.
+    void updateSharedValues();
+
+    // ---- Fields ------------------------------------------------------------------------
+    std::shared_ptr<DispatchQueue> dbaccessQueue() const;
+    std::shared_ptr<Calendar> gregorianCalendar() const;
+    std::shared_ptr<IslamicCalendar> islamicCal() const;
+    int64_t lastDayOfDate() const;
+    void setLastDayOfDate(int64_t day);
+    /// Reserved for the host; the library never reads or writes it.
+    int64_t testDateIncrementalHour() const;
+    void setTestDateIncrementalHour(int64_t value);
+    /// A flag for the host; the library never reads it.
+    bool useSharedUserDefaults() const;
+    void setUseSharedUserDefaults(bool value);
+    std::shared_ptr<TarvoDAODelegate> daodelegate() const;
+    void setDaodelegate(const std::weak_ptr<TarvoDAODelegate>& delegate);
+    std::shared_ptr<PrayerConfiguration> globalPrayerConfiguration() const;
+    void setGlobalPrayerConfiguration(std::shared_ptr<PrayerConfiguration> configuration);
+    std::shared_ptr<TarvoCity> ActiveCity() const;
+    void setActiveCity(std::shared_ptr<TarvoCity> city);
+    std::optional<Date> DateAndTimeForLastGeneratedPrayerTimes() const;
+    void setDateAndTimeForLastGeneratedPrayerTimes(std::optional<Date> date);
+    DayList LastGeneratedPrayerTimes() const;
+    void setLastGeneratedPrayerTimes(DayList list);
+    DayList TodayAndTomorrowGeneratedPrayerTimes() const;
+    void setTodayAndTomorrowGeneratedPrayerTimes(DayList list);
+    std::shared_ptr<Prayer> CurrentPrayer() const;
+    void setCurrentPrayer(std::shared_ptr<Prayer> prayer);
+    std::shared_ptr<Prayer> PrevCurrPrayer() const;
+    void setPrevCurrPrayer(std::shared_ptr<Prayer> prayer);
+    std::shared_ptr<Prayer> NextPrayer() const;
+    void setNextPrayer(std::shared_ptr<Prayer> prayer);
+
+    // ---- Day timetables (TarvoDAOCalculation.cpp) --------------------------------------
+    /// The day's ten records for the city, index = type, with the user's adjustments; ten
+    /// time-less records when the engine cannot compute the day. Safe from any thread.
+    static DayList getPrayerTimesForDate(Date date, const std::shared_ptr<TarvoCity>& city,
+                                         const Calendar& gregorianCalendar, const IslamicCalendar& islamicCalendar);
+    /// The user's adjustment in minutes for a type (0 when adjustments are off, unless forced).
+    static int64_t getAdjustmentMinutesForPrayer(int64_t type, bool force);
+    /// 28 to 31; month 1 is January (month 0, negative and above 12 give 31).
+    static int64_t getDaysInMonth(int64_t year, int64_t month);
+    /// Generates today + `dayOffset` and the `toDateOffset` following days under the global
+    /// lock; answers LastGeneratedPrayerTimes (the first day).
+    DayList getPrayerTimesForCurrentDateWithDayOffset(int64_t dayOffset, int64_t toDateOffset,
+                                                      const std::shared_ptr<TarvoCity>& city);
+    DayList getPrayerTimesForCurrentDateWithDayOffset(int64_t dayOffset, const std::shared_ptr<TarvoCity>& city);
+    /// Now, from the library's clock.
+    Date getTodaysDate() const;
+
+    // ---- Current and next prayer (TarvoDAOCurrentPrayer.cpp) ----------------------------
+    /// Sets CurrentPrayer from LastGeneratedPrayerTimes for `now` and answers the first
+    /// considered prayer at or after now (informational). Call it under the global lock.
+    std::shared_ptr<Prayer> determineCurrentPrayer(Date now);
+    /// Decides CurrentPrayer, PrevCurrPrayer and NextPrayer for now, regenerating the list
+    /// when it does not cover now, and informs the delegate. False when there was no usable
+    /// day list (nothing changed).
+    bool determineCurrentAndNextPrayerTimeForCity(const std::shared_ptr<TarvoCity>& city, bool canInformDelegate);
+
+    // ---- Summary -----------------------------------------------------------------------
+    /// A summary of CurrentPrayer and NextPrayer, or nil without an active city or before
+    /// the first current-prayer check.
+    std::shared_ptr<SmartPrayerInfo> getLatestSmartInfoForCountdownToNextPrayer(bool forCountdown) const;
+
+private:
+    // Makes the two calendars on first use (before the global lock is taken).
+    void ensureCalendars();
+
+    mutable std::mutex fieldsMutex_;
+    std::shared_ptr<DispatchQueue> dbaccessQueue_;
+    std::shared_ptr<Calendar> gregorianCalendar_;
+    std::shared_ptr<IslamicCalendar> islamicCal_;
+    int64_t lastDayOfDate_ = -1;
+    int64_t testDateIncrementalHour_ = 0;
+    bool useSharedUserDefaults_ = false;
+    std::weak_ptr<TarvoDAODelegate> daodelegate_;
+    std::shared_ptr<PrayerConfiguration> globalPrayerConfiguration_;
+    std::shared_ptr<TarvoCity> ActiveCity_;
+    std::optional<Date> DateAndTimeForLastGeneratedPrayerTimes_;
+    DayList LastGeneratedPrayerTimes_;
+    DayList TodayAndTomorrowGeneratedPrayerTimes_;
+    std::shared_ptr<Prayer> CurrentPrayer_;
+    std::shared_ptr<Prayer> PrevCurrPrayer_;
+    std::shared_ptr<Prayer> NextPrayer_;
+};
+
+}  // namespace tarvo

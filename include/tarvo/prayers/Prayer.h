@@ -1,0 +1,95 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "tarvo/platform/Calendar.h"
+#include "tarvo/platform/Date.h"
+#include "tarvo/platform/DateComponents.h"
+
+namespace tarvo {
+
+class PrayerConfiguration;
+
+/// One prayer of one day: its type, its moment (adjustment included), whether it came from an
+/// official fixed timetable, and the minutes the user shifted it by. Answers its display names
+/// in English and Arabic, the Friday (Jumua) rule and the identifier of its alert.
+///
+/// Types (the index in every day list): 0 Fajr, 1 Sunrise (the forenoon prayer Doha when
+/// UseSunrise is off), 2 Dhuhr (Jumua on Fridays), 3 Asr, 4 Sunset, 5 Maghrib, 6 Isha,
+/// 7 Qiyam, 8 tomorrow's Fajr, 9 tomorrow's sunrise. Other values are legal and have no names.
+///
+/// The name properties read UseSunrise and ShowPrayerNamesInArabic afresh at every call from
+/// the shared facade's configuration; the Friday tests read the clock's weekday, not the
+/// weekday of the record's own time. A record belongs to one thread at a time.
+class Prayer {
+public:
+    enum PrayerType : int64_t {
+        Fajr = 0, Sunrise, Dhuhr, Asr, Sunset, Maghrib, Isha, Qiyam, TomorrowFajr, TomorrowSunrise
+    };
+
+    /// A record of the given type; no time, no adjustment, not fixed.
+    static std::shared_ptr<Prayer> CreatePrayerOfType(int64_t type);
+    explicit Prayer(int64_t type = 0) { initWithPrayerType(type); }
+    void initWithPrayerType(int64_t type);
+
+    /// Sets year, month, day, hour and minute on `components` (its other fields stay as the
+    /// caller set them), makes PrayerTime from them with `calendar`, stores the adjustment and,
+    /// when it is not 0, adds that many minutes (negative minutes move earlier, across midnight
+    /// if need be). `components` is left holding the added amount.
+    void setPrayerYear(int64_t year, int64_t month, int64_t day, int64_t hour, int64_t mins, int64_t adjustMins,
+                       const Calendar& calendar, DateComponents& components);
+    /// Adds `minutes` to PrayerTime (nothing when 0, or when there is no time); the
+    /// adjustment is unchanged.
+    void addArbitraryMinutesToPrayerTime(int64_t minutes, const Calendar& calendar, DateComponents& components);
+
+    // ---- Properties ------------------------------------------------------------------
+    bool isFixedTimings() const { return isFixedTimings_; }
+    void setIsFixedTimings(bool value) { isFixedTimings_ = value; }
+    int64_t Type() const { return Type_; }
+    void setType(int64_t type) { Type_ = type; }
+    const std::optional<Date>& PrayerTime() const { return PrayerTime_; }
+    void setPrayerTime(const std::optional<Date>& time) { PrayerTime_ = time; }
+    int64_t AdjustmentMinutes() const { return AdjustmentMinutes_; }
+    void setAdjustmentMinutes(int64_t minutes) { AdjustmentMinutes_ = minutes; }
+
+    // ---- Names -----------------------------------------------------------------------
+    /// The display name: Arabic with ShowPrayerNamesInArabic, else the English name through
+    /// the host's localisation.
+    std::string PrayerName() const;
+    /// "Fajr", "Sunrise"/"Doha", "Duhr"/"Jumua", "Asr", "Sunset", "Maghrib", "Isha", "Qiyam";
+    /// "-" for other types. Never localised.
+    std::string PrayerNameEnglish() const;
+    /// The Arabic name ("-" for other types).
+    std::string PrayerNameArabic() const;
+    /// One or two letters, English or Arabic by ShowPrayerNamesInArabic. Never localised.
+    std::string ShortName() const;
+    /// The Arabic short name with ShowPrayerNamesInArabic, else the localised three-letter key.
+    std::string ShortThreeLetterName() const;
+    /// The three-letter key as it stands ("Fjr", "AsrSMALL", ...).
+    std::string ShortThreeLetterNameEnglish() const;
+    std::string ShortTwoLetterNameEnglish() const;
+    /// Type 2 on a day whose current weekday (by the clock) is Friday.
+    bool isJumua() const;
+    /// The preference key prefix of this prayer's alert settings; "" for Sunset and others.
+    std::string alertID() const;
+    /// "Asr: 2016-01-05 12:31:00 +0000"; "Unknown" for other types.
+    std::string description() const;
+
+    /// Records are equal when their types are (time, adjustment and flags are ignored).
+    bool isEqualToPrayer(const std::shared_ptr<const Prayer>& other) const;
+    bool operator==(const Prayer& other) const { return Type_ == other.Type_; }
+    /// The hash of PrayerName (types with the same name share it).
+    size_t hash() const;
+
+private:
+    bool isFixedTimings_ = false;
+    int64_t Type_ = 0;
+    std::optional<Date> PrayerTime_;
+    int64_t AdjustmentMinutes_ = 0;
+};
+
+}  // namespace tarvo

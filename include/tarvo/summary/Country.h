@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace tarvo {
+
+/// A country's number and name.
+class Country {
+public:
+    Country() = default;
+
+    int64_t countryID() const { return countryID_; }
+    void setCountryID(int64_t id) { countryID_ = id; }
+    const std::string& countryName() const { return countryName_; }
+    void setCountryName(std::string name) { countryName_ = std::move(name); }
+
+private:
+    int64_t countryID_ = 0;
+    std::string countryName_;
+};
+
+}  // namespace tarvo

@@ -1,0 +1,196 @@
+// The facade's day timetables: one city and one date become ten prayer records with the
+// user's adjustments, and runs of days relative to today fill the facade's shared lists.
+#include <mutex>
+
+#include "platform/LogMacros.h"
+#include "tarvo/calculation/PrayerCalculator.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/configuration/PrayerConfiguration.h"
+#include "tarvo/facade/TarvoDAO.h"
+#include "tarvo/platform/Calendar.h"
+#include "tarvo/platform/Clock.h"
+#include "tarvo/platform/GlobalStateLock.h"
+#include "tarvo/platform/IslamicCalendar.h"
+#include "tarvo/prayers/Prayer.h"
+
+namespace tarvo {
+
+namespace {
+
+constexpr size_t kDaySize = 10;
+// Sunrise read as the forenoon prayer Doha starts this many minutes after the sun is up.
+constexpr int64_t kDohaDelayMinutes = 10;
+
+std::shared_ptr<PrayerConfiguration> configuration() {
+    return TarvoDAO::getSharedInstance()->globalPrayerConfiguration();
+}
+
+TarvoDAO::DayList timelessDay() {
+    TarvoDAO::DayList day;
+    for (size_t i = 0; i < kDaySize; ++i) day.push_back(Prayer::CreatePrayerOfType(static_cast<int64_t>(i)));
+    return day;
+}
+
+// Configures the calculator from the city the way the day timetable always has: position,
+// method choices, the city's daylight-saving rule and offset, then its own angles when it
+// uses the custom method.
+void configureFromCity(PrayerCalculator& calculator, const TarvoCity& city) {
+    calculator.setLat(city.latitude());
+    calculator.setLng(city.longitude());
+    calculator.setTimeFormat(0);
+    calculator.setCalcMethod(city.prayerMethod());
+    calculator.setAsrJuristic(city.asrMethod());
+    calculator.setAdjustHighLats(city.adjustHighLatitude());
+    if (city.DSTPreference() == 1) {
+        calculator.setOverrideDST(1);
+    } else if (city.DSTPreference() == 2) {
+        calculator.setOverrideDST(2);
+    }
+    calculator.setOverrideTimeZoneOffset(city.GMT() == TarvoCity::kGMTFromTimeZoneLegacy ? TarvoCity::kGMTFromTimeZone
+                                                                                          : city.GMT());
+    if (calculator.calcMethod() == 6) {
+        calculator.setFajrAngle(city.customFajrAngle());
+        calculator.setIshaAngle(city.customIshaAngle());
+    }
+}
+
+}  // namespace
+
+int64_t TarvoDAO::getAdjustmentMinutesForPrayer(int64_t type, bool force) {
+    const auto config = configuration();
+    if (!config) return 0;
+    if (!config->UsePrayerAdjustments() && !force) return 0;
+    switch (type) {
+    case Prayer::Fajr:
+    case Prayer::TomorrowFajr: return config->FajrAdj();
+    case Prayer::Sunrise:
+    case Prayer::TomorrowSunrise: return config->SunriseAdj();
+    case Prayer::Dhuhr: return config->DhuhrAdj();
+    case Prayer::Asr: return config->AsrAdj();
+    // Sunset moves with Maghrib: the two are the same moment unless a method delays Maghrib.
+    case Prayer::Sunset:
+    case Prayer::Maghrib: return config->MaghribAdj();
+    case Prayer::Isha: return config->IshaAdj();
+    case Prayer::Qiyam: return config->QiyamAdj();
+    default: return 0;
+    }
+}
+
+int64_t TarvoDAO::getDaysInMonth(int64_t year, int64_t month) {
+    if (month > 11) return 31;
+    if (month == 4 || month == 6 || month == 9 || month == 11) return 30;
+    // Month 0 and negative months read as 31 days, as they always have.
+    if (month != 2) return 31;
+    const bool leap = year % 400 == 0 || (year % 4 == 0 && year % 100 != 0);
+    return leap ? 29 : 28;
+}
+
+TarvoDAO::DayList TarvoDAO::getPrayerTimesForDate(Date date, const std::shared_ptr<TarvoCity>& city,
+                                                  const Calendar& gregorianCalendar,
+                                                  const IslamicCalendar& islamicCalendar) {
+    if (!city) return timelessDay();
+    const auto config = configuration();
+    PrayerCalculator calculator;
+    configureFromCity(calculator, *city);
+
+    const bool ramadan = config && config->TwoHourAfterMaghribAuto() && city->isCountrySaudiArabia() &&
+                         isDateInRamdan(date, islamicCalendar, config->HijriCorrection());
+    if (config && config->OneHalfHourBeforeSunrise()) {
+        calculator.setFajrMinutes(static_cast<double>(90 - getAdjustmentMinutesForPrayer(Prayer::Sunrise, false)));
+    }
+    // In a Saudi Ramadan the two-hour interval wins over the 90-minute option on purpose:
+    // that is the official Ramadan rule there.
+    if (config && !ramadan && config->OneHalfHourAfterMaghrib()) {
+        calculator.setIshaMinutes(static_cast<double>(getAdjustmentMinutesForPrayer(Prayer::Maghrib, false) + 90));
+    } else if (ramadan || (config && config->TwoHourAfterMaghrib())) {
+        calculator.setIshaMinutes(static_cast<double>(getAdjustmentMinutesForPrayer(Prayer::Maghrib, false) + 120));
+    }
+
+    DateComponents addOneDay;
+    addOneDay.day = 1;
+    const Date tomorrow = gregorianCalendar.dateByAddingComponents(addOneDay, date);
+    const DateComponents today = gregorianCalendar.components(date);
+    const DateComponents next = gregorianCalendar.components(tomorrow);
+
+    TARVO_LOG_VERBOSE("Get Prayer Times for City {} Timezone: {}, {}", city->cityName().value_or("(null)"),
+                      city->TimeZone().value_or("(null)"), date.description());
+    std::vector<double> times = calculator.getDatePrayerTimesAsDoubles(date, city->cityName(), city->countryName(),
+                                                                       city->latitude(), city->longitude(),
+                                                                       city->TimeZone());
+    if (times.size() < kDaySize) {
+        TARVO_LOG_ERROR("PRAYERS ARE NULL");
+        return timelessDay();
+    }
+    // The same calculator, so the Fajr and Isha rules decided for the requested day apply.
+    const std::vector<double> tomorrowTimes = calculator.getDatePrayerTimesAsDoubles(
+        tomorrow, city->cityName(), city->countryName(), city->latitude(), city->longitude(), city->TimeZone());
+    if (tomorrowTimes.size() >= 2) {
+        times[Prayer::TomorrowFajr] = tomorrowTimes[Prayer::Fajr];
+        times[Prayer::TomorrowSunrise] = tomorrowTimes[Prayer::Sunrise];
+    }
+
+    // Which day Isha and Qiyam belong to is decided on whole hours only, so an Isha at 00:40
+    // after a Maghrib at 00:10 stays on the requested day.
+    const int64_t maghribHour = PrayerCalculator::floatToHour(times[Prayer::Maghrib]);
+    const int64_t ishaHour = PrayerCalculator::floatToHour(times[Prayer::Isha]);
+    const int64_t qiyamHour = PrayerCalculator::floatToHour(times[Prayer::Qiyam]);
+    const bool qiyamTomorrow = qiyamHour < ishaHour || (qiyamHour > ishaHour && ishaHour < maghribHour);
+    const bool ishaTomorrow = ishaHour < maghribHour;
+
+    const bool useSunrise = config && config->UseSunrise();
+    const bool fixed = calculator.isUsingFixedTimings();
+    DateComponents scratch;
+    TarvoDAO::DayList day;
+    day.reserve(kDaySize);
+    for (size_t i = 0; i < kDaySize; ++i) {
+        const auto type = static_cast<int64_t>(i);
+        auto prayer = Prayer::CreatePrayerOfType(type);
+        const DateComponents* stamp = &today;
+        if (type == Prayer::Qiyam) stamp = qiyamTomorrow ? &next : &today;
+        if (type == Prayer::Isha) stamp = ishaTomorrow ? &next : &today;
+        if (type == Prayer::TomorrowFajr || type == Prayer::TomorrowSunrise) stamp = &next;
+        prayer->setPrayerYear(stamp->year, stamp->month, stamp->day, PrayerCalculator::floatToHour(times[i]),
+                              PrayerCalculator::floatToMin(times[i]), getAdjustmentMinutesForPrayer(type, false),
+                              gregorianCalendar, scratch);
+        if ((prayer->Type() == Prayer::Sunrise || prayer->Type() == Prayer::TomorrowSunrise) && !useSunrise) {
+            prayer->addArbitraryMinutesToPrayerTime(kDohaDelayMinutes, gregorianCalendar, scratch);
+        }
+        prayer->setIsFixedTimings(fixed);
+        day.push_back(std::move(prayer));
+    }
+    return day;
+}
+
+Date TarvoDAO::getTodaysDate() const { return Clock::now(); }
+
+TarvoDAO::DayList TarvoDAO::getPrayerTimesForCurrentDateWithDayOffset(int64_t dayOffset, int64_t toDateOffset,
+                                                                      const std::shared_ptr<TarvoCity>& city) {
+    ensureCalendars();
+    const auto gregorian = gregorianCalendar();
+    const auto islamic = islamicCal();
+    std::lock_guard lock(globalStateLockObject());
+    DayList first;
+    DayList all;
+    // At least the first day always runs, even for a negative count of further days.
+    for (int64_t k = 0;; ++k) {
+        DateComponents offset;
+        offset.day = dayOffset + k;
+        const Date date = gregorian->dateByAddingComponents(offset, getTodaysDate());
+        DayList day = getPrayerTimesForDate(date, city, *gregorian, *islamic);
+        if (!day.empty()) {
+            if (k == 0) first.insert(first.end(), day.begin(), day.end());
+            all.insert(all.end(), day.begin(), day.end());
+        }
+        if (k >= toDateOffset) break;
+    }
+    setLastGeneratedPrayerTimes(first);
+    setTodayAndTomorrowGeneratedPrayerTimes(all);
+    return first;
+}
+
+TarvoDAO::DayList TarvoDAO::getPrayerTimesForCurrentDateWithDayOffset(int64_t dayOffset,
+                                                                      const std::shared_ptr<TarvoCity>& city) {
+    return getPrayerTimesForCurrentDateWithDayOffset(dayOffset, 0, city);
+}
+
+}  // namespace tarvo

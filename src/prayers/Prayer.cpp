@@ -1,0 +1,215 @@
+#include "tarvo/prayers/Prayer.h"
+
+#include <array>
+#include <functional>
+#include <string_view>
+
+#include <fmt/format.h>
+
+#include "tarvo/configuration/PrayerConfiguration.h"
+#include "tarvo/facade/TarvoDAO.h"
+#include "tarvo/platform/Bundle.h"
+#include "tarvo/platform/Calendar.h"
+#include "tarvo/platform/Clock.h"
+
+namespace tarvo {
+
+namespace {
+
+constexpr int64_t kFriday = 6;
+
+// One row per type 0..9: the names that do not depend on a setting or the weekday.
+struct Names {
+    std::string_view english;
+    std::string_view arabic;
+    std::string_view alertID;
+    std::string_view descriptionFormat;
+};
+
+// Arabic texts spelled by code point, so no editor or encoding can change them.
+constexpr std::string_view kArabicFajr = "\u0627\u0644\u0641\u062C\u0631";
+constexpr std::string_view kArabicSunrise = "\u0627\u0644\u0625\u0634\u0631\u0627\u0642";
+constexpr std::string_view kArabicDoha = "\u0627\u0644\u0636\u062D\u0649";
+constexpr std::string_view kArabicDhuhr = "\u0627\u0644\u0638\u0647\u0631";
+constexpr std::string_view kArabicJumua = "\u0627\u0644\u062C\u0645\u0639\u0629";
+constexpr std::string_view kArabicAsr = "\u0627\u0644\u0639\u0635\u0631";
+// Sunset and Maghrib share one Arabic name on purpose: both are the sunset prayer's time.
+constexpr std::string_view kArabicMaghrib = "\u0627\u0644\u0645\u063A\u0631\u0628";
+constexpr std::string_view kArabicIsha = "\u0627\u0644\u0639\u0634\u0627\u0621";
+constexpr std::string_view kArabicQiyam = "\u0627\u0644\u0642\u064A\u0627\u0645";
+
+constexpr std::array<Names, 10> kNames{{
+    {"Fajr", kArabicFajr, "FajrAlert", "Fajr: {}"},
+    {"Sunrise", kArabicSunrise, "SunriseAlert", "Sunrise: {}"},
+    {"Duhr", kArabicDhuhr, "DhuhrAlert", "Duhr: {}"},
+    {"Asr", kArabicAsr, "AsrAlert", "Asr: {}"},
+    {"Sunset", kArabicMaghrib, "", "Sunset: {}"},
+    {"Maghrib", kArabicMaghrib, "MaghribAlert", "Maghrib: {}"},
+    {"Isha", kArabicIsha, "IshaAlert", "Isha: {}"},
+    {"Qiyam", kArabicQiyam, "QiyamAlert", "Qiyam: {}"},
+    {"Fajr", kArabicFajr, "FajrAlert", "Tom. Fajr: {}"},
+    {"Sunrise", kArabicSunrise, "SunriseAlert", "Tom. Sunrise: {}"},
+}};
+
+const Names* namesOf(int64_t type) {
+    return type >= 0 && type < static_cast<int64_t>(kNames.size()) ? &kNames[static_cast<size_t>(type)] : nullptr;
+}
+
+std::shared_ptr<PrayerConfiguration> configuration() {
+    return TarvoDAO::getSharedInstance()->globalPrayerConfiguration();
+}
+
+bool useSunrise() {
+    const auto config = configuration();
+    return config && config->UseSunrise();
+}
+
+bool namesInArabic() {
+    const auto config = configuration();
+    return config && config->ShowPrayerNamesInArabic();
+}
+
+// The weekday of the current moment in the device's calendar.
+bool todayIsFriday() { return Calendar().components(Clock::now()).weekday == kFriday; }
+
+bool isSunriseType(int64_t type) { return type == Prayer::Sunrise || type == Prayer::TomorrowSunrise; }
+
+}  // namespace
+
+std::shared_ptr<Prayer> Prayer::CreatePrayerOfType(int64_t type) { return std::make_shared<Prayer>(type); }
+
+void Prayer::initWithPrayerType(int64_t type) {
+    isFixedTimings_ = false;
+    Type_ = type;
+    PrayerTime_.reset();
+    AdjustmentMinutes_ = 0;
+}
+
+void Prayer::setPrayerYear(int64_t year, int64_t month, int64_t day, int64_t hour, int64_t mins, int64_t adjustMins,
+                           const Calendar& calendar, DateComponents& components) {
+    components.year = year;
+    components.month = month;
+    components.day = day;
+    components.hour = hour;
+    components.minute = mins;
+    PrayerTime_ = calendar.dateFromComponents(components);
+    AdjustmentMinutes_ = adjustMins;
+    if (adjustMins != 0) {
+        components.year = components.month = components.day = components.hour = 0;
+        components.minute = adjustMins;
+        PrayerTime_ = calendar.dateByAddingComponents(components, *PrayerTime_);
+    }
+}
+
+void Prayer::addArbitraryMinutesToPrayerTime(int64_t minutes, const Calendar& calendar, DateComponents& components) {
+    if (minutes == 0) return;
+    components.year = components.month = components.day = components.hour = 0;
+    components.minute = minutes;
+    if (PrayerTime_) PrayerTime_ = calendar.dateByAddingComponents(components, *PrayerTime_);
+}
+
+bool Prayer::isJumua() const { return Type_ == Dhuhr && todayIsFriday(); }
+
+std::string Prayer::PrayerNameEnglish() const {
+    const Names* names = namesOf(Type_);
+    if (!names) return "-";
+    if (isSunriseType(Type_)) return useSunrise() ? "Sunrise" : "Doha";
+    if (Type_ == Dhuhr) return isJumua() ? "Jumua" : "Duhr";
+    return std::string(names->english);
+}
+
+std::string Prayer::PrayerNameArabic() const {
+    const Names* names = namesOf(Type_);
+    if (!names) return "-";
+    if (isSunriseType(Type_)) return std::string(useSunrise() ? kArabicSunrise : kArabicDoha);
+    if (Type_ == Dhuhr) return std::string(isJumua() ? kArabicJumua : kArabicDhuhr);
+    return std::string(names->arabic);
+}
+
+std::string Prayer::PrayerName() const {
+    if (namesInArabic()) return PrayerNameArabic();
+    const std::string english = PrayerNameEnglish();
+    return english == "-" ? english : Bundle::main().localizedString(english);
+}
+
+std::string Prayer::ShortName() const {
+    const bool arabic = namesInArabic();
+    auto pick = [arabic](std::string_view en, std::string_view ar) { return std::string(arabic ? ar : en); };
+    switch (Type_) {
+    case Fajr:
+    case TomorrowFajr: return pick("F", "\u0641");
+    case Sunrise:
+    case TomorrowSunrise: return useSunrise() ? pick("S", "\u0634") : pick("Du", "\u0636");
+    case Dhuhr: return todayIsFriday() ? pick("J", "\u062C") : pick("D", "\u0638");
+    case Asr: return pick("A", "\u0639");
+    case Sunset: return pick("S", "\u0645");
+    case Maghrib: return pick("M", "\u0645");
+    case Isha: return pick("I", "\u0639\u0634");
+    case Qiyam: return pick("Q", "\u0642");
+    default: return "-";
+    }
+}
+
+std::string Prayer::ShortThreeLetterNameEnglish() const {
+    switch (Type_) {
+    case Fajr:
+    case TomorrowFajr: return "Fjr";
+    case Sunrise:
+    case TomorrowSunrise: return useSunrise() ? "Sun" : "Duh";
+    case Dhuhr: return isJumua() ? "Jum" : "Dhr";
+    // The key for Asr carries a suffix so that translators can tell it from the full name;
+    // only the localised variant turns it into display text.
+    case Asr: return "AsrSMALL";
+    case Sunset: return "Set";
+    case Maghrib: return "Mgr";
+    case Isha: return "Ish";
+    case Qiyam: return "Qya";
+    default: return "-";
+    }
+}
+
+std::string Prayer::ShortThreeLetterName() const {
+    if (namesInArabic()) return ShortName();
+    const std::string key = ShortThreeLetterNameEnglish();
+    return key == "-" ? key : Bundle::main().localizedString(key);
+}
+
+std::string Prayer::ShortTwoLetterNameEnglish() const {
+    switch (Type_) {
+    case Fajr:
+    case TomorrowFajr: return "FJ";
+    case Sunrise: return useSunrise() ? "SU" : "DU";
+    case Dhuhr: return todayIsFriday() ? "JU" : "DH";
+    case Asr: return "AS";
+    case Sunset: return "SE";
+    case Maghrib: return "MG";
+    case Isha: return "IS";
+    case Qiyam: return "QY";
+    // Tomorrow's sunrise keeps its own pair of codes ("SH"/"SU"), unlike today's, because
+    // stored widget layouts were made with these exact codes.
+    case TomorrowSunrise: return useSunrise() ? "SH" : "SU";
+    default: return "-";
+    }
+}
+
+std::string Prayer::alertID() const {
+    const Names* names = namesOf(Type_);
+    return names ? std::string(names->alertID) : std::string();
+}
+
+std::string Prayer::description() const {
+    const Names* names = namesOf(Type_);
+    if (!names) return "Unknown";
+    const std::string time = PrayerTime_ ? PrayerTime_->description() : "(null)";
+    return fmt::format(fmt::runtime(names->descriptionFormat), time);
+}
+
+bool Prayer::isEqualToPrayer(const std::shared_ptr<const Prayer>& other) const {
+    if (!other) return false;
+    if (other.get() == this) return true;
+    return Type_ == other->Type_;
+}
+
+size_t Prayer::hash() const { return std::hash<std::string>{}(PrayerName()); }
+
+}  // namespace tarvo
