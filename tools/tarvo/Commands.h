@@ -28,6 +28,8 @@ void registerTimesCommand(CLI::App& app);
 void registerQiblaCommand(CLI::App& app);
 void registerConfigCommand(CLI::App& app);
 void registerCitiesCommand(CLI::App& app);
+void registerDayCommand(CLI::App& app);
+void registerNowCommand(CLI::App& app);
 
 /// The user database in the data folder, opened (created and upgraded when needed), or a
 /// UsageError saying why it cannot be used.

@@ -20,6 +20,8 @@ int main(int argc, char** argv) {
     tarvo::cli::registerQiblaCommand(app);
     tarvo::cli::registerConfigCommand(app);
     tarvo::cli::registerCitiesCommand(app);
+    tarvo::cli::registerDayCommand(app);
+    tarvo::cli::registerNowCommand(app);
 
     int status = 0;
     try {

@@ -1,0 +1,169 @@
+// tarvo now: what a host app does once a minute: the current and next prayer, the
+// delegate's reports and the watch summary, for a place at a moment.
+#include <iostream>
+#include <memory>
+#include <regex>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "Commands.h"
+#include "Place.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/facade/TarvoDAO.h"
+#include "tarvo/facade/TarvoDAODelegate.h"
+#include "tarvo/platform/Calendar.h"
+#include "tarvo/platform/Clock.h"
+#include "tarvo/platform/DispatchQueue.h"
+#include "tarvo/prayers/Prayer.h"
+#include "tarvo/summary/SmartPrayerInfo.h"
+
+namespace tarvo::cli {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+constexpr const char* kStateNames[] = {"started", "soon", "quarter passed", "half passed", "ending", "upcoming"};
+
+struct NowOptions {
+    PlaceOptions place;
+    std::string at;
+    bool countdown = false;
+    bool json = false;
+};
+
+// Writes down the delegate's calls in the order they arrive.
+class RecordingDelegate : public TarvoDAODelegate {
+public:
+    void tarvoDAOCurrentPrayerChanged() override { calls.emplace_back("tarvoDAOCurrentPrayerChanged"); }
+    void tarvoDAOPrayerTimesShouldRefreshAsDateChanged() override {
+        calls.emplace_back("tarvoDAOPrayerTimesShouldRefreshAsDateChanged");
+    }
+    std::vector<std::string> calls;
+};
+
+// "YYYY-MM-DDTHH:MM[:SS]" on the place's clock.
+Date parseMoment(const std::string& text, const Place& place) {
+    static const std::regex pattern(R"((\d{4}-\d{2}-\d{2})T(\d{2}):(\d{2})(?::(\d{2}))?)");
+    std::smatch m;
+    const auto bad = [&] { return UsageError("--at: '" + text + "' is not a local time of the form YYYY-MM-DDTHH:MM[:SS]"); };
+    if (!std::regex_match(text, m, pattern)) throw bad();
+    CivilDate d{};
+    try {
+        d = parseDate(m[1].str(), "--at");
+    } catch (const UsageError&) {
+        throw bad();
+    }
+    DateComponents c;
+    c.year = d.year;
+    c.month = d.month;
+    c.day = d.day;
+    c.hour = std::stoi(m[2].str());
+    c.minute = std::stoi(m[3].str());
+    c.second = m[4].matched ? std::stoi(m[4].str()) : 0;
+    if (c.hour > 23 || c.minute > 59 || c.second > 59) throw bad();
+    return Calendar(place.zone).dateFromComponents(c);
+}
+
+ordered_json prayerJson(const std::shared_ptr<Prayer>& prayer, const Place& place) {
+    if (!prayer) return nullptr;
+    return {{"type", prayer->Type()},
+            {"name", prayer->PrayerName()},
+            {"time", prayer->PrayerTime() ? ordered_json(place.iso(*prayer->PrayerTime())) : ordered_json(nullptr)}};
+}
+
+std::string prayerText(const std::shared_ptr<Prayer>& prayer, const Place& place) {
+    if (!prayer) return "none";
+    return prayer->PrayerName() + " " + (prayer->PrayerTime() ? place.iso(*prayer->PrayerTime()) : "(no time)");
+}
+
+ordered_json summaryJson(SmartPrayerInfo& info, const Place& place) {
+    const auto complication = info.getInfoForGraphicalComplication();
+    const Date refresh = info.getBestTimeToRefreshComplication();
+    const Color color = SmartPrayerInfo::colorForPrayerState(info.prayerState());
+    const auto ends = info.inPrayerEndingTime();
+    return {{"focus", prayerJson(info.prayerToFocus(), place)},
+            {"state", info.prayerState()},
+            {"isInPrayer", info.isInPrayer()},
+            {"inPrayerEnds", ends ? ordered_json(place.iso(*ends)) : ordered_json(nullptr)},
+            {"totalSeconds", info.totalTimeBetweenPrayers()},
+            {"secondsSinceCurrent", info.secondsSinceCurrentPrayer()},
+            {"secondsToNext", info.secondsToNextPrayer()},
+            {"percentElapsed", info.percentOfTimeElapsedBeforeNext()},
+            {"color", {color.red, color.green, color.blue, color.alpha}},
+            {"complication", {complication[0], complication[1]}},
+            {"refreshAt", place.iso(refresh)},
+            {"stale", info.isInfoStale()}};
+}
+
+void printText(const ordered_json& summary, const TarvoDAO& facade, const RecordingDelegate& delegate,
+               const Place& place, Date now) {
+    std::cout << "Now:      " << place.iso(now) << " (" << place.city->description() << ", time zone "
+              << place.zone.name() << ")\n";
+    std::cout << "Current:  " << prayerText(facade.CurrentPrayer(), place) << "\n";
+    std::cout << "Next:     " << prayerText(facade.NextPrayer(), place) << "\n";
+    std::cout << "Delegate: " << (delegate.calls.empty() ? "no calls" : fmt::format("{}", fmt::join(delegate.calls, ", ")))
+              << "\n";
+    if (summary.is_null()) {
+        std::cout << "Summary:  none\n";
+        return;
+    }
+    const auto state = summary["state"].get<int64_t>();
+    std::cout << "Focus:    " << summary["focus"]["name"].get<std::string>() << "\n";
+    std::cout << "State:    " << state << " (" << (state >= 0 && state <= 5 ? kStateNames[state] : "unknown") << ")"
+              << (summary["isInPrayer"].get<bool>()
+                      ? ", in prayer until " + summary["inPrayerEnds"].get<std::string>()
+                      : std::string(", not in prayer"))
+              << "\n";
+    std::cout << "Watch:    " << summary["complication"][0].get<std::string>() << " / "
+              << summary["complication"][1].get<std::string>() << "\n";
+    std::cout << "Refresh:  " << summary["refreshAt"].get<std::string>()
+              << (summary["stale"].get<bool>() ? " (stale)" : "") << "\n";
+}
+
+void run(const CLI::App& cmd, const NowOptions& o) {
+    const Place place = resolvePlace(cmd, o.place);
+    if (!o.at.empty()) Clock::installFixed(parseMoment(o.at, place));
+    const Date now = Clock::now();
+
+    auto facade = TarvoDAO::getSharedInstance();
+    auto delegate = std::make_shared<RecordingDelegate>();
+    facade->setDaodelegate(delegate);
+    facade->setActiveCity(place.city);
+    facade->getPrayerTimesForCurrentDateWithDayOffset(0, place.city);
+    facade->determineCurrentAndNextPrayerTimeForCity(place.city, true);
+    DispatchQueue::main().drain();
+
+    const auto info = facade->getLatestSmartInfoForCountdownToNextPrayer(o.countdown);
+    const ordered_json summary = info ? summaryJson(*info, place) : ordered_json(nullptr);
+    if (o.json) {
+        const ordered_json out{{"now", place.iso(now)},
+                               {"timeZone", place.zone.name()},
+                               {"current", prayerJson(facade->CurrentPrayer(), place)},
+                               {"next", prayerJson(facade->NextPrayer(), place)},
+                               {"delegateCalls", delegate->calls},
+                               {"summary", summary}};
+        std::cout << out.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
+    } else {
+        printText(summary, *facade, *delegate, place, now);
+    }
+}
+
+}  // namespace
+
+void registerNowCommand(CLI::App& app) {
+    auto options = std::make_shared<NowOptions>();
+    CLI::App* cmd = app.add_subcommand("now", "Show the current and next prayer and the watch summary for a place");
+    addPlaceOptions(*cmd, options->place);
+    cmd->add_option("--at", options->at, "The moment as a local time YYYY-MM-DDTHH:MM[:SS] on the place's clock "
+                                         "(default: now)");
+    cmd->add_flag("--countdown", options->countdown,
+                  "Summary for a countdown: the focus moves to the next prayer 40 minutes after the current one");
+    cmd->add_flag("--json", options->json, "Print one JSON object instead of text");
+    cmd->footer("Give either --lat, --lon and --tz (all three), or --saved. ShowQiyam and the other settings in the "
+                "shared preferences (tarvo config) apply.");
+    cmd->callback([options, cmd] { run(*cmd, *options); });
+}
+
+}  // namespace tarvo::cli

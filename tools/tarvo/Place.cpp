@@ -1,0 +1,136 @@
+// The place of the facade commands: a saved city or a position, made into a city.
+#include "Place.h"
+
+#include <cmath>
+#include <cstdlib>
+
+#include <fmt/format.h>
+
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/cities/UserDatabase.h"
+#include "tarvo/platform/Calendar.h"
+
+namespace tarvo::cli {
+
+namespace {
+
+constexpr const char* kPositionOptions[] = {"--lat",     "--lon", "--tz",  "--city", "--country",    "--method",
+                                            "--highlat", "--asr", "--dst", "--gmt",  "--fajr-angle", "--isha-angle"};
+
+void checkCombination(const CLI::App& cmd, const PlaceOptions& o) {
+    std::string given;
+    for (const char* name : kPositionOptions) {
+        if (cmd.get_option(name)->count() > 0) given += (given.empty() ? "" : ", ") + std::string(name);
+    }
+    if (o.saved && !given.empty()) {
+        throw UsageError("--saved takes the place and its settings from the selected city; leave out " + given);
+    }
+    if (o.saved) return;
+    for (const char* name : {"--lat", "--lon", "--tz"}) {
+        if (cmd.get_option(name)->count() == 0) {
+            throw UsageError(std::string(name) + " is required (or use --saved for the selected city)");
+        }
+    }
+    // Custom angles belong to a city that uses the custom method; any other method ignores them.
+    if ((o.fajrAngle || o.ishaAngle) && o.calculation.method != 6) {
+        throw UsageError("--fajr-angle and --isha-angle need --method 6 (the custom method)");
+    }
+}
+
+std::shared_ptr<TarvoCity> cityAt(const PlaceOptions& o) {
+    // Filled silently: the command's place is not the user's edit of the automatic city, so
+    // nothing is mirrored into the automatic-city preferences.
+    auto city = std::make_shared<TarvoCity>();
+    city->setIsLoadingFromDB(true);
+    city->setCityName(o.city.value_or(fmt::format("{:.4f}, {:.4f}", o.latitude, o.longitude)));
+    city->setCountryName(o.country.value_or(""));
+    city->setStateName(std::string());
+    city->setLatitude(o.latitude);
+    city->setLongitude(o.longitude);
+    city->setTimeZone(o.timeZone);
+    city->setGMT(o.calculation.gmt.value_or(TarvoCity::kGMTFromTimeZone));
+    city->setDSTPreference(o.calculation.dst.value_or(0));
+    city->setPrayerMethod(o.calculation.method);
+    city->setAsrMethod(o.calculation.asr);
+    city->setAdjustHighLatitude(o.calculation.highLatitude);
+    city->setCustomFajrAngle(o.fajrAngle.value_or(0));
+    city->setCustomIshaAngle(o.ishaAngle.value_or(0));
+    city->setIsLoadingFromDB(false);
+    return city;
+}
+
+}  // namespace
+
+void addPlaceOptions(CLI::App& cmd, PlaceOptions& o) {
+    cmd.add_flag("--saved", o.saved,
+                 "Use the selected saved city (London when none is selected) with all its settings, instead of "
+                 "--lat/--lon/--tz and the calculation options");
+    addLatitudeOption(cmd, o.latitude, false);
+    addLongitudeOption(cmd, o.longitude, false);
+    cmd.add_option("--tz", o.timeZone, "Time zone of the place, e.g. Asia/Riyadh (the run uses its clock)");
+    addCalculationOptions(cmd, o.calculation, "Fixed offset from GMT in hours instead of the zone's");
+    cmd.add_option("--city", o.city, "City name (Dubai and Kuala Lumpur use their official timetables)");
+    cmd.add_option("--country", o.country, "Country name (chooses the automatic Asr school)");
+    cmd.add_option("--fajr-angle", o.fajrAngle, "Custom Fajr sun depression in degrees (with --method 6)")
+        ->check(numberBetween(0, 90));
+    cmd.add_option("--isha-angle", o.ishaAngle, "Custom Isha sun depression in degrees (with --method 6)")
+        ->check(numberBetween(0, 90));
+}
+
+Place resolvePlace(const CLI::App& cmd, const PlaceOptions& o) {
+    checkCombination(cmd, o);
+    std::shared_ptr<TarvoCity> city;
+    if (o.saved) {
+        auto user = openUserDatabase();
+        city = TarvoCity::initWithCurrentSelectionUsingDB(user->database());
+    } else {
+        registerHostDefaults();
+        city = cityAt(o);
+    }
+    const std::string zoneName = city->TimeZone().value_or("");
+    auto zone = TimeZone::withName(zoneName);
+    if (!zone) {
+        warn("unknown time zone '" + zoneName + "'; using GMT");
+        zone = TimeZone::gmt();
+    }
+    // The library stamps records in the device's zone; someone asking about a place wants
+    // its clock, so the place's zone is the device's for this run.
+    TimeZone::setSystemDefault(*zone);
+    return Place{city, *zone};
+}
+
+std::string Place::iso(Date moment) const {
+    const DateComponents c = Calendar(zone).components(moment);
+    const int64_t offset = zone.secondsFromGMT(moment);
+    const int64_t magnitude = std::llabs(offset);
+    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}{}{:02}:{:02}", c.year, c.month, c.day, c.hour, c.minute,
+                       c.second, offset < 0 ? '-' : '+', magnitude / 3600, (magnitude % 3600) / 60);
+}
+
+std::string Place::clock(Date moment) const {
+    const DateComponents c = Calendar(zone).components(moment);
+    return fmt::format("{:02}:{:02}", c.hour, c.minute);
+}
+
+std::string Place::day(Date moment) const {
+    const DateComponents c = Calendar(zone).components(moment);
+    return fmt::format("{:04}-{:02}-{:02}", c.year, c.month, c.day);
+}
+
+Date Place::noonOf(const std::string& date, std::string_view option) const {
+    const Calendar calendar(zone);
+    DateComponents noon;
+    if (date.empty()) {
+        noon = calendar.components(Date::now());
+    } else {
+        const CivilDate d = parseDate(date, option);
+        noon.year = d.year;
+        noon.month = d.month;
+        noon.day = d.day;
+    }
+    noon.hour = 12;
+    noon.minute = noon.second = noon.nanosecond = 0;
+    return calendar.dateFromComponents(noon);
+}
+
+}  // namespace tarvo::cli
