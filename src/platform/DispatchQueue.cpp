@@ -42,7 +42,8 @@ void workerLoop(DispatchQueue::Impl* impl) {
     std::unique_lock lock(impl->mutex);
     for (;;) {
         impl->wake.wait(lock, [impl] { return impl->stopping || !impl->blocks.empty(); });
-        if (impl->stopping) return;
+        // A queue going away still runs what it was given.
+        if (impl->blocks.empty()) return;
         DispatchQueue::Block block = std::move(impl->blocks.front());
         impl->blocks.pop_front();
         lock.unlock();
@@ -131,10 +132,16 @@ bool DispatchQueue::runUntil(const std::function<bool()>& predicate, std::chrono
         Block block;
         {
             std::unique_lock lock(impl_->mutex);
-            const bool ready = impl_->wake.wait_until(lock, deadline, [this] {
+            // Wakes for new blocks, and looks at the predicate now and then for work that
+            // finishes elsewhere without queueing anything here.
+            const auto until = std::min(deadline, std::chrono::steady_clock::now() + std::chrono::milliseconds(5));
+            const bool ready = impl_->wake.wait_until(lock, until, [this] {
                 return impl_->mode == Mode::hostDriven && !impl_->blocks.empty();
             });
-            if (!ready) return predicate();
+            if (!ready) {
+                if (std::chrono::steady_clock::now() >= deadline) return predicate();
+                continue;
+            }
             block = std::move(impl_->blocks.front());
             impl_->blocks.pop_front();
         }

@@ -1,0 +1,101 @@
+// The clock, notifications, queues and the Islamic calendar that stand in for the platform.
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tarvo/platform/Calendar.h"
+#include "tarvo/platform/Clock.h"
+#include "tarvo/platform/DispatchQueue.h"
+#include "tarvo/platform/IslamicCalendar.h"
+#include "tarvo/platform/NotificationCenter.h"
+
+using namespace tarvo;
+
+TEST(HostClock, InstalledSourcesAnswerForNow) {
+    Clock::installFixed(Date(1e9));
+    EXPECT_EQ(Clock::now(), Date(1e9));
+    EXPECT_EQ(Date::now(), Date(1e9));  // every reading of now goes through the clock
+    double t = 100;
+    Clock::install([&t] { return Date(t += 1); });
+    EXPECT_EQ(Clock::now(), Date(101));
+    EXPECT_EQ(Clock::now(), Date(102));
+    Clock::remove();
+    EXPECT_FALSE(Clock::hasSource());
+    EXPECT_GT(Clock::now().timeIntervalSince1970(), 1.7e9);  // the system clock again (after 2023)
+}
+
+TEST(HostNotifications, DeliveredByNameOnThePostingThread) {
+    NotificationCenter center;
+    std::vector<std::string> seen;
+    const auto token = center.addObserver("A", [&](const std::string& name, const std::any& object) {
+        seen.push_back(name + (object.has_value() ? ":" + std::to_string(std::any_cast<int>(object)) : ""));
+    });
+    center.addObserver("B", [&](const std::string& name, const std::any&) { seen.push_back(name); });
+    center.post("A");
+    center.post("A", 7);
+    center.post("C");
+    center.post("B");
+    center.removeObserver(token);
+    center.post("A");
+    EXPECT_EQ(seen, (std::vector<std::string>{"A", "A:7", "B"}));
+}
+
+TEST(HostQueues, ConcurrentMainBackgroundAndSerialQueues) {
+    DispatchQueue& main = DispatchQueue::main();
+    main.drain();
+    std::vector<int> order;
+    runAsyncOnMainQueue([&] {
+        order.push_back(1);
+        // Already on the main queue: runs at once instead of waiting for itself.
+        runAsyncOnMainQueueWithoutDeadlocking([&] { order.push_back(2); });
+        runAsyncOnMainQueue([&] { order.push_back(4); });
+        order.push_back(3);
+    });
+    EXPECT_TRUE(order.empty());  // nothing runs until the host drives the queue
+    EXPECT_FALSE(main.isCurrent());
+    EXPECT_EQ(main.drain(), 2u);
+    EXPECT_EQ(order, (std::vector<int>{1, 2, 3, 4}));
+
+    // Work from the background pool reaches the main queue while the host waits for it.
+    std::atomic<bool> done{false};
+    runAsyncInBackgroundQueue([&] { runAsyncOnMainQueueWithoutDeadlocking([&] { done = true; }); });
+    EXPECT_TRUE(main.runUntil([&] { return done.load(); }, std::chrono::seconds(10)));
+    EXPECT_FALSE(main.runUntil([] { return false; }, std::chrono::milliseconds(20)));
+
+    // A serial queue of its own runs blocks in order on one thread.
+    auto serial = std::make_unique<DispatchQueue>("test.serial");
+    std::vector<int> serialOrder;
+    std::atomic<int> count{0};
+    for (int i = 0; i < 50; ++i) serial->async([&, i] { serialOrder.push_back(i); ++count; });
+    EXPECT_TRUE(main.runUntil([&] { return count.load() == 50; }, std::chrono::seconds(10)));
+    serial.reset();
+    for (int i = 0; i < 50; ++i) EXPECT_EQ(serialOrder[static_cast<size_t>(i)], i);
+}
+
+TEST(HostIslamicCalendar, CivilCalendarAndRamadan) {
+    const IslamicCalendar islamic(*TimeZone::withName("Asia/Riyadh"));
+    const Calendar gregorian(*TimeZone::withName("Asia/Riyadh"));
+    auto noon = [&](int64_t y, int64_t m, int64_t d) {
+        DateComponents c;
+        c.year = y;
+        c.month = m;
+        c.day = d;
+        c.hour = 12;
+        return gregorian.dateFromComponents(c);
+    };
+    // 1 Ramadan 1445 of the arithmetical calendar is Monday 11 March 2024; Ramadan, the
+    // ninth month, has 30 days, so the 30th is 9 April.
+    const DateComponents first = islamic.components(noon(2024, 3, 11));
+    EXPECT_EQ(first.year, 1445);
+    EXPECT_EQ(first.month, 9);
+    EXPECT_EQ(first.day, 1);
+    EXPECT_EQ(first.weekday, 2);
+    EXPECT_FALSE(isDateInRamdan(noon(2024, 3, 10), islamic, 0));
+    EXPECT_TRUE(isDateInRamdan(noon(2024, 3, 10), islamic, 1));
+    EXPECT_TRUE(isDateInRamdan(noon(2024, 4, 9), islamic, 0));
+    EXPECT_FALSE(isDateInRamdan(noon(2024, 4, 10), islamic, 0));
+    EXPECT_FALSE(isDateInRamdan(noon(2024, 4, 9), islamic, 1));
+    EXPECT_EQ(gregorian.components(islamic.dateFromComponents({1445, 9, 1, 12})).day, 11);
+}

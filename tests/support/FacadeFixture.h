@@ -1,0 +1,81 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "support/DataFolder.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/facade/TarvoDAO.h"
+#include "tarvo/platform/Calendar.h"
+#include "tarvo/platform/Clock.h"
+#include "tarvo/platform/TimeZone.h"
+#include "tarvo/platform/UserDefaults.h"
+#include "tarvo/prayers/Prayer.h"
+
+namespace tarvo::test {
+
+/// A fresh data folder, the device's zone set to Makkah's, and the shared facade's
+/// configuration reloaded from the settings the test writes; the clock and the zone are
+/// put back afterwards.
+class FacadeTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        TimeZone::setSystemDefault(*TimeZone::withName("Asia/Riyadh"));
+        TarvoDAO::getSharedInstance()->reloadConfiguration();
+    }
+    void TearDown() override {
+        Clock::remove();
+        data_.reset();
+        TarvoDAO::getSharedInstance()->reloadConfiguration();
+        TimeZone::setSystemDefault(*TimeZone::withName("UTC"));
+    }
+
+    /// Stores the settings (a JSON object) in the shared preferences and reloads.
+    static void setPreferences(const nlohmann::json& values) {
+        const auto shared = UserDefaults::sharedUserDefaultsObj();
+        for (auto it = values.begin(); it != values.end(); ++it) shared->setObject(it.key(), it.value());
+        TarvoDAO::getSharedInstance()->reloadConfiguration();
+    }
+
+    /// A moment on the device's clock.
+    static Date at(int64_t year, int64_t month, int64_t day, int64_t hour, int64_t minute) {
+        DateComponents c;
+        c.year = year;
+        c.month = month;
+        c.day = day;
+        c.hour = hour;
+        c.minute = minute;
+        return Calendar().dateFromComponents(c);
+    }
+
+    /// "2016-01-05 05:38" on the device's clock; "none" for a record without a time.
+    static std::string local(const std::shared_ptr<Prayer>& prayer) {
+        if (!prayer || !prayer->PrayerTime()) return "none";
+        const DateComponents c = Calendar().components(*prayer->PrayerTime());
+        return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}", c.year, c.month, c.day, c.hour, c.minute);
+    }
+
+    /// Makkah with Umm al-Qura, its offset from the zone.
+    static std::shared_ptr<TarvoCity> makkah(const std::string& country = "Saudi Arabia") {
+        auto city = std::make_shared<TarvoCity>();
+        city->setIsLoadingFromDB(true);
+        city->setCityName("Makkah");
+        city->setCountryName(country);
+        city->setLatitude(21.4225);
+        city->setLongitude(39.8262);
+        city->setTimeZone("Asia/Riyadh");
+        city->setGMT(TarvoCity::kGMTFromTimeZone);
+        city->setPrayerMethod(4);
+        city->setIsLoadingFromDB(false);
+        return city;
+    }
+
+private:
+    std::unique_ptr<ScopedDataFolder> data_ = std::make_unique<ScopedDataFolder>();
+};
+
+}  // namespace tarvo::test
