@@ -3,11 +3,12 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 #include <fmt/format.h>
-#include <unicode/unistr.h>
 
 #include "platform/LogMacros.h"
+#include "platform/Text.h"
 #include "tarvo/astronomy/QiblaCalculator.h"
 #include "tarvo/calculation/DubaiFixedTimes.h"
 #include "tarvo/calculation/KLFixedTimes.h"
@@ -16,8 +17,6 @@
 namespace tarvo {
 
 namespace {
-
-constexpr double kPi = 3.141592653589793;
 
 // Reference points of the two cities with official timetables, and the radius (nautical
 // miles) within which a place counts as that city.
@@ -30,36 +29,7 @@ constexpr double kFixedTimetableRadius = 14.0;
 // Half a minute in hours, added before cutting a time down to its minute.
 constexpr double kHalfMinute = 0.008333333333333333;
 
-std::string lowercased(std::string_view text) {
-    std::string out;
-    icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())))
-        .toLower()
-        .toUTF8String(out);
-    return out;
-}
-
 std::string localized(const char* english) { return Bundle::main().localizedString(english, "", ""); }
-
-// Integer value of leading text the way the platform reads it: leading blanks, an optional
-// sign, then digits up to the first non-digit; no digits gives 0.
-int64_t integerValue(std::string_view text) {
-    size_t i = 0;
-    while (i < text.size() && (text[i] == ' ' || text[i] == '\t' || text[i] == '\n' || text[i] == '\r')) ++i;
-    bool negative = false;
-    if (i < text.size() && (text[i] == '+' || text[i] == '-')) negative = text[i++] == '-';
-    int64_t value = 0;
-    for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i) {
-        if (value > (std::numeric_limits<int64_t>::max() - 9) / 10) break;
-        value = value * 10 + (text[i] - '0');
-    }
-    return negative ? -value : value;
-}
-
-std::string_view trimmed(std::string_view s) {
-    const auto first = s.find_first_not_of(" \t\r\n");
-    if (first == std::string_view::npos) return {};
-    return s.substr(first, s.find_last_not_of(" \t\r\n") - first + 1);
-}
 
 std::string removingAll(std::string text, std::string_view what) {
     for (auto pos = text.find(what); pos != std::string::npos; pos = text.find(what, pos)) text.erase(pos, what.size());
@@ -75,8 +45,8 @@ struct Time12Parts {
 std::optional<Time12Parts> splitTime12(std::string_view text) {
     const auto colon = text.find(':');
     if (colon == std::string_view::npos) return std::nullopt;
-    std::string cleaned(trimmed(removingAll(lowercased(text), "pm")));
-    cleaned = std::string(trimmed(removingAll(cleaned, "am")));
+    std::string cleaned = text::trimmed(removingAll(text::lowercased(text), "pm"));
+    cleaned = text::trimmed(removingAll(cleaned, "am"));
     // The split uses the colon's place in the original text, not in the cleaned one, so
     // leading blanks shift it; kept so because stored settings were read this way.
     Time12Parts parts;
@@ -150,8 +120,8 @@ double PrayerCalculator::fixangle(double a) const {
     return a < 0 ? a + 360.0 : a;
 }
 
-double PrayerCalculator::radiansToDegrees(double r) const { return r * 180.0 / kPi; }
-double PrayerCalculator::DegreesToRadians(double d) const { return d * kPi / 180.0; }
+double PrayerCalculator::radiansToDegrees(double r) const { return r * 180.0 / std::numbers::pi; }
+double PrayerCalculator::DegreesToRadians(double d) const { return d * std::numbers::pi / 180.0; }
 double PrayerCalculator::dsin(double d) const { return std::sin(DegreesToRadians(d)); }
 double PrayerCalculator::dcos(double d) const { return std::cos(DegreesToRadians(d)); }
 double PrayerCalculator::dtan(double d) const { return std::tan(DegreesToRadians(d)); }
@@ -276,7 +246,7 @@ int64_t PrayerCalculator::getAutoAsrMethodFromCountry(const std::optional<std::s
         "kazakhstan", "turkmenistan", "kirgizstan", "afghanistan", "pakistan",
         "bangladesh", "azerbaijan",   "turkey",     "egypt",       "tajikistan",
         "maldives",   "syria",        "jordan",     "uzbekistan",  "india"};
-    const std::string name = lowercased(*country);
+    const std::string name = text::lowercased(*country);
     for (auto hanafi : kHanafi) {
         if (name == hanafi) return 2;
     }
@@ -648,23 +618,23 @@ std::string PrayerCalculator::floatToTime12NS(double hours) const { return float
 int64_t PrayerCalculator::time24ToHour(std::string_view text) {
     const auto colon = text.find(':');
     if (colon == std::string_view::npos) return 0;
-    return integerValue(text.substr(0, colon));
+    return text::integerValue(text.substr(0, colon));
 }
 
 int64_t PrayerCalculator::time24ToMinute(std::string_view text) {
     const auto colon = text.find(':');
     if (colon == std::string_view::npos) return 0;
-    return integerValue(text.substr(colon + 1));
+    return text::integerValue(text.substr(colon + 1));
 }
 
 int64_t PrayerCalculator::time12ToHour(std::string_view text) {
     const auto parts = splitTime12(text);
-    return parts ? integerValue(parts->before) : 0;
+    return parts ? text::integerValue(parts->before) : 0;
 }
 
 int64_t PrayerCalculator::time12ToMinute(std::string_view text) {
     const auto parts = splitTime12(text);
-    return parts ? integerValue(parts->after) : 0;
+    return parts ? text::integerValue(parts->after) : 0;
 }
 
 std::array<int64_t, 3> PrayerCalculator::splitToComponentTimes(int64_t seconds) {
