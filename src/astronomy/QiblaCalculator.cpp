@@ -1,11 +1,11 @@
 #include "tarvo/astronomy/QiblaCalculator.h"
 
 #include <cmath>
+#include <numbers>
 
 namespace tarvo {
 
 namespace {
-constexpr double kPi = 3.141592653589793;
 constexpr double kKaabaLongitude = 39.8262;
 // The Kaaba's latitude (21.4225) enters only through these two precomputed values.
 constexpr double kSinKaabaLatitude = 0.36524238095782907;
@@ -27,9 +27,9 @@ double arcToDistance(double cosine, bool miles) {
 double QiblaCalculator::myatan2(double y, double x) {
     if (y == 0 && x == 0) return 0;
     if (x > 0) return std::atan(y / x);
-    if (!(x < 0)) return y < 0 ? -kPi / 2 : kPi / 2;  // x zero or not a number
-    if (y < 0) return -(kPi - std::atan(y / x));
-    return kPi - std::atan(-(y / x));
+    if (!(x < 0)) return y < 0 ? -std::numbers::pi / 2 : std::numbers::pi / 2;  // x zero or not a number
+    if (y < 0) return -(std::numbers::pi - std::atan(y / x));
+    return std::numbers::pi - std::atan(-(y / x));
 }
 
 int64_t QiblaCalculator::getQiblaDirection(double latitude, double longitude) {

@@ -6,16 +6,11 @@
 #include <cmath>
 #include <initializer_list>
 
+#include "platform/Text.h"
+
 namespace tarvo {
 
 namespace {
-
-std::string_view trim(std::string_view s) {
-    const auto first = s.find_first_not_of(" \t\r");
-    if (first == std::string_view::npos) return {};
-    const auto last = s.find_last_not_of(" \t\r");
-    return s.substr(first, last - first + 1);
-}
 
 // Joins pieces of a message (appending avoids a GCC 12 false -Wrestrict warning that
 // "literal" + std::string triggers at -O3).
@@ -25,12 +20,12 @@ std::string concat(std::initializer_list<std::string_view> pieces) {
     return out;
 }
 
-std::vector<std::string_view> splitFields(std::string_view line) {
-    std::vector<std::string_view> fields;
+std::vector<std::string> splitFields(std::string_view line) {
+    std::vector<std::string> fields;
     size_t start = 0;
     while (true) {
         const auto comma = line.find(',', start);
-        fields.push_back(trim(line.substr(start, comma == std::string_view::npos ? std::string_view::npos : comma - start)));
+        fields.push_back(text::trimmed(line.substr(start, comma == std::string_view::npos ? std::string_view::npos : comma - start)));
         if (comma == std::string_view::npos) break;
         start = comma + 1;
     }
@@ -60,14 +55,10 @@ std::string dateText(double key) {
 TimetableCsvParser::TimetableCsvParser(double firstKey, double lastKey) : firstKey_(firstKey), lastKey_(lastKey) {}
 
 std::optional<double> TimetableCsvParser::keyForDate(std::string_view date) {
-    if (date.size() != 10 || date[4] != '-' || date[7] != '-') return std::nullopt;
-    const auto y = parseNumber<int>(date.substr(0, 4));
-    const auto m = parseNumber<unsigned>(date.substr(5, 2));
-    const auto d = parseNumber<unsigned>(date.substr(8, 2));
-    if (!y || !m || !d) return std::nullopt;
+    const auto civil = text::parseIsoDate(date);
+    if (!civil) return std::nullopt;
     using namespace std::chrono;
-    const year_month_day ymd{year{*y}, month{*m}, day{*d}};
-    if (!ymd.ok()) return std::nullopt;
+    const year_month_day ymd{year{civil->year}, month{civil->month}, day{civil->day}};
     return static_cast<double>(sys_days{ymd}.time_since_epoch().count()) * 86400.0;
 }
 
@@ -79,8 +70,8 @@ std::optional<std::vector<TimetableRow>> TimetableCsvParser::parse(std::string_v
     size_t pos = 0;
     while (pos <= text.size()) {
         const auto newline = text.find('\n', pos);
-        const std::string_view line =
-            trim(text.substr(pos, newline == std::string_view::npos ? std::string_view::npos : newline - pos));
+        const std::string line =
+            text::trimmed(text.substr(pos, newline == std::string_view::npos ? std::string_view::npos : newline - pos));
         pos = newline == std::string_view::npos ? text.size() + 1 : newline + 1;
         ++lineNumber;
         if (line.empty() || line.front() == '#' || line.starts_with("date")) continue;

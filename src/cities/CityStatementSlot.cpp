@@ -4,6 +4,8 @@
 
 #include <sqlite3.h>
 
+#include <fmt/format.h>
+
 #include "platform/LogMacros.h"
 #include "tarvo/platform/SqliteDatabase.h"
 
@@ -36,10 +38,30 @@ void CityStatementSlot::emptyAll() {
     for (CityStatementSlot& each : slots()) each.empty();
 }
 
-int CityStatementSlot::prepare(const SqliteDatabase& database, std::string_view sql) {
+Result<void> CityStatementSlot::prepare(const SqliteDatabase& database, std::string_view sql) {
     finalised_ = false;
     sql_ = sql;
-    return statement_.prepare(database, sql);
+    const int rc = statement_.prepare(database, sql);
+    if (sqlitePrimaryCode(rc) != SQLITE_OK) return Error{database.errorMessage(), sqlitePrimaryCode(rc)};
+    return {};
+}
+
+Result<void> CityStatementSlot::prepareOnce(const SqliteDatabase& database, std::string_view sql) {
+    if (!isEmpty()) return {};
+    return prepare(database, sql);
+}
+
+void CityStatementSlot::log(Log::Level level, const std::source_location& where, const std::string& message) {
+    if (!Log::isEnabled(level)) return;
+    // The bare function name, as the logging macros give it, not the full signature.
+    std::string_view function = where.function_name();
+    function = function.substr(0, function.find('('));
+    if (const auto cut = function.find_last_of(": "); cut != std::string_view::npos) function.remove_prefix(cut + 1);
+    Log::write(level, where.file_name(), std::string(function).c_str(), static_cast<int>(where.line()), message);
+}
+
+std::string CityStatementSlot::failureMessage(std::string_view failureLine, const SqliteDatabase& database) {
+    return fmt::format(fmt::runtime(failureLine), database.errorMessage());
 }
 
 int CityStatementSlot::step() {

@@ -1,9 +1,15 @@
 #pragma once
 
 #include <cstddef>
+#include <mutex>
+#include <source_location>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
+#include "platform/Result.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/platform/Log.h"
 #include "tarvo/platform/SqliteStatement.h"
 
 namespace tarvo {
@@ -52,8 +58,11 @@ public:
 
     /// Nothing prepared here (or the slot was emptied).
     bool isEmpty() const { return !statement_.isPrepared() && !finalised_; }
-    /// Prepares `sql` into the slot; SQLite's result code (the statement stays empty on failure).
-    int prepare(const SqliteDatabase& database, std::string_view sql);
+    /// Prepares `sql` into the slot (the statement stays empty on failure).
+    Result<void> prepare(const SqliteDatabase& database, std::string_view sql);
+    /// Prepares `sql` only when the slot is empty; a taken slot is reused whatever handle
+    /// prepared it.
+    Result<void> prepareOnce(const SqliteDatabase& database, std::string_view sql);
     /// Binding and column reading; an empty or finalised slot answers SQLITE_MISUSE / 0 / "".
     SqliteStatement& statement() { return statement_; }
     /// Steps the statement. A finalised slot logs an error and answers SQLITE_MISUSE.
@@ -64,7 +73,40 @@ public:
     /// Finalises the statement and empties the slot.
     void empty();
 
+    /// The store's statement sequence, written once: under TarvoCity::syncObj(), writes
+    /// `traceLine` (debug level; none when empty), prepares the slot's statement on first
+    /// use, hands the slot to `use` (bind, step, read) and resets the statement afterwards.
+    /// When the statement cannot be prepared, `failureLine` is logged at error level with
+    /// its "{}" replaced by the database's message, `use` is not called, and the Error
+    /// comes back for the caller to turn into its documented answer. The log lines name
+    /// the caller's file, function and line.
+    template <typename Use>
+    static auto run(Id id, const SqliteDatabase& database, std::string_view sql, std::string_view traceLine,
+                    std::string_view failureLine, Use&& use,
+                    std::source_location where = std::source_location::current())
+        -> Result<std::invoke_result_t<Use, CityStatementSlot&>> {
+        std::lock_guard lock(TarvoCity::syncObj());
+        if (!traceLine.empty()) log(Log::Level::debug, where, std::string(traceLine));
+        CityStatementSlot& s = slot(id);
+        if (auto prepared = s.prepareOnce(database, sql); !prepared) {
+            log(Log::Level::error, where, failureMessage(failureLine, database));
+            return prepared.error();
+        }
+        if constexpr (std::is_void_v<std::invoke_result_t<Use, CityStatementSlot&>>) {
+            use(s);
+            s.reset();
+            return {};
+        } else {
+            auto value = use(s);
+            s.reset();
+            return value;
+        }
+    }
+
 private:
+    static void log(Log::Level level, const std::source_location& where, const std::string& message);
+    static std::string failureMessage(std::string_view failureLine, const SqliteDatabase& database);
+
     SqliteStatement statement_;
     bool finalised_ = false;
     std::string sql_;

@@ -5,10 +5,8 @@
 #include <type_traits>
 
 #include <fmt/format.h>
-#include <unicode/locid.h>
-#include <unicode/unistr.h>
-
 #include "platform/LogMacros.h"
+#include "platform/Text.h"
 #include "tarvo/platform/KeyedArchiver.h"
 #include "tarvo/platform/KeyedUnarchiver.h"
 #include "tarvo/platform/TimeZone.h"
@@ -302,11 +300,7 @@ bool TarvoCity::isInDST() const {
 
 bool TarvoCity::isCountrySaudiArabia() const {
     if (!countryName_) return false;
-    std::string lower;
-    icu::UnicodeString::fromUTF8(icu::StringPiece(countryName_->data(), static_cast<int32_t>(countryName_->size())))
-        .toLower(icu::Locale::getRoot())
-        .toUTF8String(lower);
-    return lower == "saudi arabia";
+    return text::lowercased(*countryName_) == "saudi arabia";
 }
 
 std::string TarvoCity::getLatLongString() const {

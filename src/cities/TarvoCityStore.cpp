@@ -71,11 +71,6 @@ constexpr std::array<SchemaStep, 2> kSchemaV3_3 = {{
     {2, "UPDATE savedcities SET adjusthighlat = 0"},
 }};
 
-// Prepares the slot's statement on first use; later calls reuse it, whatever handle they pass.
-int prepareOnce(Slot& slot, const SqliteDatabase& database, const char* sql) {
-    return slot.isEmpty() ? slot.prepare(database, sql) : SQLITE_OK;
-}
-
 std::string textOr(const SqliteStatement& statement, int column, const char* fallback) {
     return statement.columnIsNull(column) ? std::string(fallback) : statement.columnText(column);
 }
@@ -148,7 +143,7 @@ void runSchemaSteps(SqliteDatabase& database, std::span<const SchemaStep> steps)
             // is not logged by itself: the empty slot then fails to step, and the step's
             // ERROR line carries the database's message about the prepare. So an upgrade run
             // a second time reports every step it could not redo, and carries on.
-            if (slot.isEmpty() && slot.prepare(database, step.sql) != SQLITE_OK) slot.empty();
+            if (slot.isEmpty() && !slot.prepare(database, step.sql)) slot.empty();
             const int result = slot.step();
             if (result == SQLITE_ROW || result == SQLITE_DONE) {
                 TARVO_LOG_DEBUG("[DB] [{}] Schema Updated", step.number);
@@ -169,37 +164,24 @@ std::recursive_mutex& TarvoCity::syncObj() {
 }
 
 std::shared_ptr<TarvoCity> TarvoCity::initWithCurrentSelectionUsingDB(SqliteDatabase& database) {
-    std::lock_guard lock(syncObj());
-    TARVO_LOG_DEBUG("[DB] [DB] Init With Current Selection");
-    Slot& slot = Slot::slot(SlotId::currentSelection);
-    if (prepareOnce(slot, database, kCurrentSelectionSql) != SQLITE_OK) {
-        TARVO_LOG_ERROR("[DB] Error: failed to init with current selection statement with message '{}'.",
-                        database.errorMessage());
-        return InitWithDefaults();
-    }
-    std::shared_ptr<TarvoCity> city;
-    const int result = slot.step();
-    if (result == SQLITE_ROW) {
-        city = savedCityFromRow(slot.statement(), kSelectionRow);
-    } else {
-        TARVO_LOG_INFO("[DB]   Could not load default city, res: {}", result);
-        city = InitWithDefaults();
-    }
-    slot.reset();
-    return city;
+    auto city = Slot::run(SlotId::currentSelection, database, kCurrentSelectionSql, "[DB] [DB] Init With Current Selection",
+                          "[DB] Error: failed to init with current selection statement with message '{}'.",
+                          [](Slot& slot) {
+                              const int result = slot.step();
+                              if (result == SQLITE_ROW) return savedCityFromRow(slot.statement(), kSelectionRow);
+                              TARVO_LOG_INFO("[DB]   Could not load default city, res: {}", result);
+                              return InitWithDefaults();
+                          });
+    return city ? std::move(city).value() : InitWithDefaults();
 }
 
 int64_t TarvoCity::getLastSessionID(SqliteDatabase& database) {
-    std::lock_guard lock(syncObj());
-    TARVO_LOG_DEBUG("[DB] [DB] Get Last Session");
-    Slot& slot = Slot::slot(SlotId::lastRowId);
-    if (prepareOnce(slot, database, kLastRowIdSql) != SQLITE_OK) {
-        TARVO_LOG_ERROR("[DB] ERROR message '{}'.", database.errorMessage());
-        return -1;
-    }
-    const int64_t rowId = slot.step() == SQLITE_ROW ? slot.statement().columnInt(0) : -1;
-    slot.reset();
-    return rowId;
+    return Slot::run(SlotId::lastRowId, database, kLastRowIdSql, "[DB] [DB] Get Last Session",
+                     "[DB] ERROR message '{}'.",
+                     [](Slot& slot) -> int64_t {
+                         return slot.step() == SQLITE_ROW ? slot.statement().columnInt(0) : -1;
+                     })
+        .valueOr(-1);
 }
 
 std::shared_ptr<TarvoCity> TarvoCity::saveNewCity(const std::shared_ptr<TarvoCity>& city, SqliteDatabase& database) {
@@ -208,34 +190,31 @@ std::shared_ptr<TarvoCity> TarvoCity::saveNewCity(const std::shared_ptr<TarvoCit
         return nullptr;
     }
     std::lock_guard lock(syncObj());
-    TARVO_LOG_DEBUG("[DB] [DB] Save New City");
-    Slot& slot = Slot::slot(SlotId::insertCity);
-    if (prepareOnce(slot, database, kInsertSql) != SQLITE_OK) {
-        TARVO_LOG_ERROR("[DB] Error: failed to save new city statement with message '{}'.", database.errorMessage());
-        return InitWithDefaults();
-    }
-    if (!city->countryName()) city->setCountryName("");
-    if (!city->cityName()) city->setCityName("");
-    if (!city->stateName()) city->setStateName("");
-    if (!city->TimeZone()) city->setTimeZone("");
-
-    SqliteStatement& insert = slot.statement();
-    // Every new city goes in as the current city.
-    insert.bindInt64(1, 1);
-    insert.bindText(2, *city->countryName());
-    insert.bindText(3, *city->cityName());
-    insert.bindDouble(4, city->latitude());
-    insert.bindDouble(5, city->longitude());
-    insert.bindDouble(6, city->GMT());
-    insert.bindInt64(7, city->DSTPreference());
-    insert.bindInt64(8, city->prayerMethod());
-    insert.bindInt64(9, city->asrMethod());
-    insert.bindInt64(10, city->adjustHighLatitude());
-    insert.bindText(11, *city->TimeZone());
-    insert.bindText(12, *city->stateName());
-    const int result = slot.step();
-    slot.reset();
-    if (result == SQLITE_ERROR) return city;
+    const auto inserted = Slot::run(
+        SlotId::insertCity, database, kInsertSql, "[DB] [DB] Save New City",
+        "[DB] Error: failed to save new city statement with message '{}'.", [&city](Slot& slot) {
+            if (!city->countryName()) city->setCountryName("");
+            if (!city->cityName()) city->setCityName("");
+            if (!city->stateName()) city->setStateName("");
+            if (!city->TimeZone()) city->setTimeZone("");
+            SqliteStatement& insert = slot.statement();
+            // Every new city goes in as the current city.
+            insert.bindInt64(1, 1);
+            insert.bindText(2, *city->countryName());
+            insert.bindText(3, *city->cityName());
+            insert.bindDouble(4, city->latitude());
+            insert.bindDouble(5, city->longitude());
+            insert.bindDouble(6, city->GMT());
+            insert.bindInt64(7, city->DSTPreference());
+            insert.bindInt64(8, city->prayerMethod());
+            insert.bindInt64(9, city->asrMethod());
+            insert.bindInt64(10, city->adjustHighLatitude());
+            insert.bindText(11, *city->TimeZone());
+            insert.bindText(12, *city->stateName());
+            return slot.step();
+        });
+    if (!inserted) return InitWithDefaults();
+    if (sqlitePrimaryCode(*inserted) == SQLITE_ERROR) return city;
 
     city->setPrimaryKey(getLastSessionID(database));
     // Re-marks the selection on every saved city. dbSync writes nothing for them (every city
@@ -249,32 +228,28 @@ std::shared_ptr<TarvoCity> TarvoCity::saveNewCity(const std::shared_ptr<TarvoCit
 }
 
 std::shared_ptr<TarvoCity> TarvoCity::DeleteCity(SqliteDatabase& database, int64_t primaryKey) {
-    std::lock_guard lock(syncObj());
-    TARVO_LOG_DEBUG("[DB] [DB] Delete City");
-    Slot& slot = Slot::slot(SlotId::deleteCity);
-    if (prepareOnce(slot, database, kDeleteSql) != SQLITE_OK) {
-        TARVO_LOG_ERROR("[DB] Error: failed to delete city statement with message '{}'.", database.errorMessage());
-        return InitWithDefaults();
-    }
-    slot.statement().bindInt64(1, primaryKey);
-    slot.step();
-    slot.reset();
-    // The host falls back to this city when the deleted one was the selection.
+    // Whether or not the row went, the host falls back to this city when the deleted one
+    // was the selection.
+    (void)Slot::run(SlotId::deleteCity, database, kDeleteSql, "[DB] [DB] Delete City",
+                    "[DB] Error: failed to delete city statement with message '{}'.", [primaryKey](Slot& slot) {
+                        slot.statement().bindInt64(1, primaryKey);
+                        slot.step();
+                    });
     return InitWithDefaults();
 }
 
 std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetSavedCities(SqliteDatabase& database) {
-    std::lock_guard lock(syncObj());
-    TARVO_LOG_DEBUG("[DB] Get Saved Cities");
-    std::vector<std::shared_ptr<TarvoCity>> cities;
-    Slot& slot = Slot::slot(SlotId::allSavedCities);
-    if (prepareOnce(slot, database, kAllSavedSql) != SQLITE_OK) {
-        TARVO_LOG_ERROR("[DB] Error: failed to get saved cities with message '{}'.", database.errorMessage());
-        return cities;
-    }
-    while (slot.step() == SQLITE_ROW) cities.push_back(savedCityFromRow(slot.statement(), kListRow));
-    slot.reset();
-    return cities;
+    using Cities = std::vector<std::shared_ptr<TarvoCity>>;
+    return Slot::run(SlotId::allSavedCities, database, kAllSavedSql, "[DB] Get Saved Cities",
+                     "[DB] Error: failed to get saved cities with message '{}'.",
+                     [](Slot& slot) {
+                         Cities cities;
+                         while (slot.step() == SQLITE_ROW) {
+                             cities.push_back(savedCityFromRow(slot.statement(), kListRow));
+                         }
+                         return cities;
+                     })
+        .valueOr(Cities{});
 }
 
 void TarvoCity::finalizeStatements() {
@@ -288,30 +263,23 @@ void TarvoCity::resetStatementCache() {
 }
 
 std::shared_ptr<TarvoCity> TarvoCity::initWithPrimaryKey(int64_t primaryKey, SqliteDatabase& database) {
-    std::lock_guard lock(syncObj());
-    TARVO_LOG_DEBUG("[DB] [DB] Init With prim ID");
-    auto city = std::make_shared<TarvoCity>();
-    city->dirty_ = false;
-    city->setPrimaryKey(primaryKey);
-    Slot& slot = Slot::slot(SlotId::cityByKey);
-    if (prepareOnce(slot, database, kByKeySql) != SQLITE_OK) {
-        TARVO_LOG_ERROR("[DB] Error: failed to init with prim key statement with message '{}'.",
-                        database.errorMessage());
-        return InitWithDefaults();
-    }
-    SqliteStatement& row = slot.statement();
-    row.bindInt(1, static_cast<int>(primaryKey));
-    if (slot.step() != SQLITE_ROW) {
-        slot.reset();
-        return InitWithDefaults();
-    }
-    // This reader goes through the tracked setters: it logs DIRTY lines and mirrors the
-    // calculation preferences like an edit would, and clears the dirty mark at the end.
-    // Unlike the other readers, a bad method reads as the first valid one.
-    fillFromRow(*city, row, kByKeyRow);
-    slot.reset();
-    city->dirty_ = false;
-    return city;
+    auto city = Slot::run(
+        SlotId::cityByKey, database, kByKeySql, "[DB] [DB] Init With prim ID",
+        "[DB] Error: failed to init with prim key statement with message '{}'.",
+        [primaryKey](Slot& slot) -> std::shared_ptr<TarvoCity> {
+            auto found = std::make_shared<TarvoCity>();
+            found->dirty_ = false;
+            found->setPrimaryKey(primaryKey);
+            slot.statement().bindInt(1, static_cast<int>(primaryKey));
+            if (slot.step() != SQLITE_ROW) return nullptr;
+            // This reader goes through the tracked setters: it logs DIRTY lines and mirrors the
+            // calculation preferences like an edit would, and clears the dirty mark at the end.
+            // Unlike the other readers, a bad method reads as the first valid one.
+            fillFromRow(*found, slot.statement(), kByKeyRow);
+            found->dirty_ = false;
+            return found;
+        });
+    return city && *city ? *city : InitWithDefaults();
 }
 
 void TarvoCity::dbSync(SqliteDatabase& database) {
@@ -323,38 +291,34 @@ void TarvoCity::dbSync(SqliteDatabase& database) {
     // are only changed by inserting and deleting. The update stays defined for a city that
     // is not automatic.
     if (!dirty_ || IsAutomaticGPSLocation_) return;
-    Slot& slot = Slot::slot(SlotId::updateCity);
-    if (prepareOnce(slot, database, kUpdateSql) != SQLITE_OK) {
-        TARVO_LOG_ERROR("[DB] Error: failed to db sync statement with message '{}'.", database.errorMessage());
-        return;
-    }
-    if (!countryName_) setCountryName("");
-    if (!cityName_) setCityName("");
-    if (!stateName_) setStateName("");
-    if (!TimeZone_) setTimeZone("");
-    setPrayerMethod(clampedMethod(prayerMethod_, 0));
-    setAsrMethod(clampedAsr(asrMethod_, 0));
-
-    SqliteStatement& update = slot.statement();
-    update.bindInt64(1, isSelectedCity_ ? 1 : 0);
-    update.bindText(2, *countryName_);
-    update.bindText(3, *cityName_);
-    update.bindDouble(4, latitude_);
-    update.bindDouble(5, longitude_);
-    update.bindDouble(6, GMT_);
-    update.bindInt64(7, DSTPreference_);
-    update.bindInt64(8, prayerMethod_);
-    update.bindInt64(9, asrMethod_);
-    update.bindInt64(10, adjustHighLatitude_);
-    update.bindDouble(11, customFajrAngle_);
-    update.bindDouble(12, customIshaAngle_);
-    update.bindText(13, *TimeZone_);
-    update.bindText(14, *stateName_);
-    update.bindDouble(15, LastModDate_ ? LastModDate_->timeIntervalSince1970() : 0.0);
-    update.bindDouble(16, LastSyncDate_ ? LastSyncDate_->timeIntervalSince1970() : 0.0);
-    update.bindInt64(17, primaryKey_);
-    slot.step();
-    slot.reset();
+    (void)Slot::run(SlotId::updateCity, database, kUpdateSql, "",
+                    "[DB] Error: failed to db sync statement with message '{}'.", [this](Slot& slot) {
+                        if (!countryName_) setCountryName("");
+                        if (!cityName_) setCityName("");
+                        if (!stateName_) setStateName("");
+                        if (!TimeZone_) setTimeZone("");
+                        setPrayerMethod(clampedMethod(prayerMethod_, 0));
+                        setAsrMethod(clampedAsr(asrMethod_, 0));
+                        SqliteStatement& update = slot.statement();
+                        update.bindInt64(1, isSelectedCity_ ? 1 : 0);
+                        update.bindText(2, *countryName_);
+                        update.bindText(3, *cityName_);
+                        update.bindDouble(4, latitude_);
+                        update.bindDouble(5, longitude_);
+                        update.bindDouble(6, GMT_);
+                        update.bindInt64(7, DSTPreference_);
+                        update.bindInt64(8, prayerMethod_);
+                        update.bindInt64(9, asrMethod_);
+                        update.bindInt64(10, adjustHighLatitude_);
+                        update.bindDouble(11, customFajrAngle_);
+                        update.bindDouble(12, customIshaAngle_);
+                        update.bindText(13, *TimeZone_);
+                        update.bindText(14, *stateName_);
+                        update.bindDouble(15, LastModDate_ ? LastModDate_->timeIntervalSince1970() : 0.0);
+                        update.bindDouble(16, LastSyncDate_ ? LastSyncDate_->timeIntervalSince1970() : 0.0);
+                        update.bindInt64(17, primaryKey_);
+                        slot.step();
+                    });
 }
 
 void TarvoCity::updateSchemav3_1(SqliteDatabase& database, SqliteDatabase* /*staticDatabase*/) {

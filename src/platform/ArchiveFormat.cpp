@@ -6,26 +6,22 @@ nlohmann::json ArchiveFormat::wrap(const std::string& className, const nlohmann:
     return {{"archiver", kMarker}, {"version", kVersion}, {"class", className}, {"values", values}};
 }
 
-std::optional<ArchiveFormat::Contents> ArchiveFormat::unwrap(nlohmann::json archive, std::string& error) {
+Result<ArchiveFormat::Contents> ArchiveFormat::unwrap(nlohmann::json archive) {
     if (!archive.is_object()) {
-        error = "not a keyed archive";
-        return std::nullopt;
+        return Error{"not a keyed archive"};
     }
     const auto marker = archive.find("archiver");
     if (marker == archive.end() || *marker != kMarker) {
-        error = "not a keyed archive";
-        return std::nullopt;
+        return Error{"not a keyed archive"};
     }
     const auto version = archive.find("version");
     if (version == archive.end() || !version->is_number_integer() || *version != kVersion) {
-        error = "unknown archive version";
-        return std::nullopt;
+        return Error{"unknown archive version"};
     }
     const auto className = archive.find("class");
     const auto values = archive.find("values");
     if (className == archive.end() || !className->is_string() || values == archive.end() || !values->is_object()) {
-        error = "archive without class name or values";
-        return std::nullopt;
+        return Error{"archive without class name or values"};
     }
     return Contents{className->get<std::string>(), std::move(*values)};
 }

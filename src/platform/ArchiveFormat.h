@@ -5,6 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/Result.h"
+
 namespace tarvo {
 
 /// The layout of a keyed archive inside its CBOR bytes: one map holding a format marker,
@@ -20,9 +22,9 @@ public:
     };
 
     static nlohmann::json wrap(const std::string& className, const nlohmann::json& values);
-    /// The class name and values of a decoded archive; nothing (with the reason in `error`)
-    /// when the value does not have the archive's layout.
-    static std::optional<Contents> unwrap(nlohmann::json archive, std::string& error);
+    /// The class name and values of a decoded archive, or an Error when the value does not
+    /// have the archive's layout.
+    static Result<Contents> unwrap(nlohmann::json archive);
 };
 
 }  // namespace tarvo

@@ -66,19 +66,17 @@ private:
 
 std::vector<uint8_t> CborCodec::encode(const nlohmann::json& value) { return json::to_cbor(value); }
 
-std::optional<nlohmann::json> CborCodec::decode(const uint8_t* data, size_t size, std::string* error) {
+Result<nlohmann::json> CborCodec::decode(const uint8_t* data, size_t size) {
     json result;
     GuardedBuilder builder(result, size);
     bool ok = false;
     try {
         ok = json::sax_parse(data, data + size, &builder, json::input_format_t::cbor, true);
     } catch (const std::exception& e) {
-        if (error) *error = e.what();
-        return std::nullopt;
+        return Error{e.what()};
     }
     if (!ok) {
-        if (error) *error = builder.error().empty() ? std::string("malformed CBOR") : builder.error();
-        return std::nullopt;
+        return Error{builder.error().empty() ? std::string("malformed CBOR") : builder.error()};
     }
     return result;
 }

@@ -8,6 +8,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/Result.h"
+
 namespace tarvo {
 
 /// CBOR bytes to and from JSON values, for the stored preference values and keyed
@@ -20,12 +22,10 @@ public:
     static constexpr size_t kMaxDepth = 128;
 
     static std::vector<uint8_t> encode(const nlohmann::json& value);
-    /// The value, or nothing for truncated, malformed, too deeply nested or trailing bytes;
-    /// `error` (when given) then says why.
-    static std::optional<nlohmann::json> decode(const uint8_t* data, size_t size, std::string* error = nullptr);
-    static std::optional<nlohmann::json> decode(const std::vector<uint8_t>& data, std::string* error = nullptr) {
-        return decode(data.data(), data.size(), error);
-    }
+    /// The value, or an Error saying why the bytes are truncated, malformed, too deeply
+    /// nested or followed by more bytes.
+    static Result<nlohmann::json> decode(const uint8_t* data, size_t size);
+    static Result<nlohmann::json> decode(const std::vector<uint8_t>& data) { return decode(data.data(), data.size()); }
 };
 
 }  // namespace tarvo

@@ -19,12 +19,14 @@ KeyedUnarchiver::KeyedUnarchiver(std::string className, Value values)
 
 std::optional<KeyedUnarchiver> KeyedUnarchiver::forReadingFromData(const std::vector<uint8_t>& data,
                                                                    std::string_view expectedClass) {
-    std::string error;
-    auto decoded = CborCodec::decode(data, &error);
-    std::optional<ArchiveFormat::Contents> contents;
-    if (decoded) contents = ArchiveFormat::unwrap(std::move(*decoded), error);
+    auto decoded = CborCodec::decode(data);
+    if (!decoded) {
+        TARVO_LOG_ERROR("Archive of {} bytes cannot be decoded: {}", data.size(), decoded.error().message);
+        return std::nullopt;
+    }
+    auto contents = ArchiveFormat::unwrap(std::move(decoded).value());
     if (!contents) {
-        TARVO_LOG_ERROR("Archive of {} bytes cannot be decoded: {}", data.size(), error);
+        TARVO_LOG_ERROR("Archive of {} bytes cannot be decoded: {}", data.size(), contents.error().message);
         return std::nullopt;
     }
     // Secure decoding: an archive of another class is refused as a whole.

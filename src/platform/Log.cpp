@@ -9,7 +9,7 @@
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
 
-#include <unicode/unistr.h>
+#include "platform/Text.h"
 
 namespace tarvo {
 
@@ -68,10 +68,7 @@ void Log::setLevel(Level level) { state().threshold = static_cast<int>(level); }
 Log::Level Log::level() { return static_cast<Level>(state().threshold.load()); }
 
 std::optional<Log::Level> Log::levelFromName(std::string_view name) {
-    std::string lower;
-    icu::UnicodeString::fromUTF8(icu::StringPiece(name.data(), static_cast<int32_t>(name.size())))
-        .toLower()
-        .toUTF8String(lower);
+    const std::string lower = text::lowercased(name);
     if (lower == "verbose" || lower == "trace") return Level::verbose;
     if (lower == "debug") return Level::debug;
     if (lower == "info") return Level::info;

@@ -6,26 +6,22 @@
 
 #include <fmt/format.h>
 #include <unicode/uchar.h>
-#include <unicode/unistr.h>
+
+#include "platform/Text.h"
 
 namespace tarvo {
 
 namespace {
 
-icu::UnicodeString unicode(const std::string& text) {
-    return icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
-}
-
 // White space trimmed the Unicode way, and a leading '+' dropped (from_chars takes only '-').
 std::string numericCore(const std::string& text) {
-    std::string trimmed;
-    unicode(text).trim().toUTF8String(trimmed);
+    std::string trimmed = text::trimmed(text);
     if (trimmed.size() > 1 && trimmed[0] == '+' && trimmed[1] != '-') trimmed.erase(0, 1);
     return trimmed;
 }
 
 bool equalsIgnoringCase(const std::string& text, const char* word) {
-    icu::UnicodeString trimmed = unicode(text);
+    icu::UnicodeString trimmed = text::toUnicode(text);
     trimmed.trim();
     return trimmed.caseCompare(icu::UnicodeString(word, -1, US_INV), U_FOLD_CASE_DEFAULT) == 0;
 }

@@ -13,6 +13,8 @@
 #include <unicode/tztrans.h>
 #include <unicode/unistr.h>
 
+#include "platform/Text.h"
+
 namespace tarvo {
 
 struct TimeZone::Impl {
@@ -70,8 +72,7 @@ std::shared_ptr<const TimeZone::Impl> makeImpl(std::unique_ptr<icu::TimeZone> zo
 // Looks a name up; the caller holds the registry lock.
 std::shared_ptr<const TimeZone::Impl> lookUpLocked(Registry& r, std::string_view name) {
     if (auto it = r.byName.find(name); it != r.byName.end()) return it->second;
-    std::unique_ptr<icu::TimeZone> zone(
-        icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(icu::StringPiece(name.data(), static_cast<int32_t>(name.size())))));
+    std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createTimeZone(text::toUnicode(name)));
     if (!zone || *zone == icu::TimeZone::getUnknown()) return nullptr;
     auto impl = makeImpl(std::move(zone));
     r.byName.emplace(std::string(name), impl);

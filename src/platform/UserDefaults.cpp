@@ -144,9 +144,13 @@ std::optional<UserDefaults::Value> UserDefaults::Impl::stored(std::string_view k
     select.bindText(1, key);
     const int rc = select.step();
     if (rc == SQLITE_ROW) {
-        std::string error;
-        result = CborCodec::decode(select.columnBlob(0), &error);
-        if (!result) TARVO_LOG_ERROR("Preferences {}: value of '{}' is unreadable: {}", path.string(), key, error);
+        auto decoded = CborCodec::decode(select.columnBlob(0));
+        if (decoded) {
+            result = std::move(decoded).value();
+        } else {
+            TARVO_LOG_ERROR("Preferences {}: value of '{}' is unreadable: {}", path.string(), key,
+                            decoded.error().message);
+        }
     } else if (rc != SQLITE_DONE) {
         TARVO_LOG_ERROR("Preferences {}: reading '{}' failed: {}", path.string(), key, db.errorMessage());
     }

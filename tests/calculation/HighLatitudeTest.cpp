@@ -10,7 +10,7 @@ using tarvo::PrayerCalculator;
 
 TEST(HighLatitude, EachRuleCapsTimesThatLieTooFarIntoTheNight) {
     constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-    constexpr double s = 0.14286;  // the product's 1/7, not the exact fraction
+    // Expected times worked out by hand with the product's 1/7 of 0.14286 (not the exact fraction).
     struct Case {
         const char* what;
         int64_t method, rule;
@@ -19,13 +19,15 @@ TEST(HighLatitude, EachRuleCapsTimesThatLieTooFarIntoTheNight) {
     };
     const Case cases[] = {
         {"rule 3, 9 h night: a Fajr 2 h before sunrise stays", 1, 3, 20, 5, 3, 21, 20, 3, 21, 20},
-        {"rule 1 caps at a seventh at any latitude", 1, 1, 19.5, 5, 3.2, 21, 19.5, 5 - s * 9.5, 19.5 + s * 9.5, 19.5},
+        // 9.5 h night: a seventh is 1.35717 h.
+        {"rule 1 caps at a seventh at any latitude", 1, 1, 19.5, 5, 3.2, 21, 19.5, 3.64283, 20.85717, 19.5},
         // The mean of the seventh and the angle's share; Maghrib deliberately gets the plain seventh.
-        {"rule 2 takes the mean of both shares", 1, 2, 22, 4, kNaN, kNaN, 23.5, 4 - (s * 6 + (1.8 - s * 6) * 0.5),
-         22 + s * 6 + (6 * 17.0 / 60 - s * 6) * 0.5, 22 + s * 6},
+        // 6 h night: a seventh is 0.85716 h; Fajr's 18 degrees give 1.8 h, the mean 1.32858 h;
+        // Isha's 17 degrees give 1.7 h, the mean 1.27858 h.
+        {"rule 2 takes the mean of both shares", 1, 2, 22, 4, kNaN, kNaN, 23.5, 2.67142, 23.27858, 22.85716},
         {"rule 4 repairs from half the night without wrapping", 1, 4, 21, 2, kNaN, kNaN, kNaN, -0.5, 23.5, 23.5},
         {"an unknown stored rule collapses onto sunrise and sunset", 1, 5, 20, 5, 3, 21.5, 20.2, 5, 20, 20},
-        {"Umm Al-Qura's Isha cap is skipped", 4, 1, 20, 5, 3, kNaN, 20, 5 - s * 9, kNaN, 20},
+        {"Umm Al-Qura's Isha cap is skipped", 4, 1, 20, 5, 3, kNaN, 20, 3.71426, kNaN, 20},  // 9 h: 1.28574 h
     };
     for (const auto& c : cases) {
         PrayerCalculator calculator;

@@ -76,3 +76,21 @@ TEST(TarvoTimes, CommandsWithoutPreferencesLeaveNoDataFolder) {
     EXPECT_EQ(runTarvo({"qibla", "--lat", "10", "--lon", "0"}, {"TARVO_HOME=" + home}).status, 0);
     EXPECT_FALSE(std::filesystem::exists(home));
 }
+
+TEST(TarvoTimes, TurkishDeviceLanguageChangesNoRule) {
+    // Delhi, 1 March 2021: India is a Hanafi country, so Asr is at 16:42 (Shafi would give 15:52).
+    const std::vector<std::string> turkish = {"LANG=tr_TR.UTF-8", "LC_ALL", "LC_MESSAGES"};
+    const std::vector<std::string> delhi = {"times", "--lat", "28.6", "--lon", "77.2", "--tz", "Asia/Kolkata",
+                                            "--country", "India", "--date", "2021-03-01", "--json"};
+    for (const auto& env : {turkish, std::vector<std::string>{"LANG=C.UTF-8", "LC_ALL", "LC_MESSAGES"}}) {
+        const auto r = runTarvo(delhi, env);
+        ASSERT_EQ(r.status, 0) << r.err;
+        const auto j = json::parse(r.out);
+        EXPECT_EQ(j["asr"], 2) << env[0];
+        EXPECT_EQ(j["text"][3], "16:42") << env[0];
+    }
+    auto withLevel = turkish;
+    withLevel.push_back("TARVO_LOG_LEVEL=INFO");
+    const auto logged = runTarvo({"times", "--lat", "10", "--lon", "0", "--tz", "Mars/Base"}, withLevel);
+    EXPECT_NE(logged.err.find("Timezone Could Not Be Found: Mars/Base"), std::string::npos) << logged.err;
+}

@@ -1,10 +1,10 @@
-#include <chrono>
 #include <cmath>
 
 #include <fmt/format.h>
 #include <iostream>
 
 #include "Commands.h"
+#include "platform/Text.h"
 
 namespace tarvo::cli {
 
@@ -54,17 +54,9 @@ CivilDate parseDate(std::string_view text, std::string_view option) {
     auto bad = [&]() {
         return UsageError(std::string(option) + ": '" + std::string(text) + "' is not a date of the form YYYY-MM-DD");
     };
-    if (text.size() != 10 || text[4] != '-' || text[7] != '-') throw bad();
-    for (size_t i : {0, 1, 2, 3, 5, 6, 8, 9}) {
-        if (text[i] < '0' || text[i] > '9') throw bad();
-    }
-    const int year = std::stoi(std::string(text.substr(0, 4)));
-    const auto month = static_cast<unsigned>(std::stoi(std::string(text.substr(5, 2))));
-    const auto day = static_cast<unsigned>(std::stoi(std::string(text.substr(8, 2))));
-    if (!std::chrono::year_month_day{std::chrono::year{year}, std::chrono::month{month}, std::chrono::day{day}}.ok()) {
-        throw bad();
-    }
-    return {year, month, day};
+    const auto date = text::parseIsoDate(text);
+    if (!date) throw bad();
+    return {date->year, date->month, date->day};
 }
 
 void warn(const std::string& message) { std::cerr << "tarvo: warning: " << message << "\n"; }

@@ -8,6 +8,7 @@
 
 #include "Commands.h"
 #include "tarvo/calculation/PrayerCalculator.h"
+#include "tarvo/cities/CityCalculatorSetup.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
 #include "tarvo/platform/Calendar.h"
@@ -70,29 +71,6 @@ void printText(const std::string& date, const TimesOptions& o, const std::vector
     if (calculator.isUsingFixedTimings()) {
         std::cout << "\nTimes from the official " << (calculator.isDubai() ? "Dubai" : "Kuala Lumpur")
                   << " timetable where it covers the date.\n";
-    }
-}
-
-// Configures the calculator from a saved city the way the day timetable generation does:
-// position, method choices, the city's daylight-saving rule and offset, then its own
-// angles when it uses the custom method.
-void configureFromCity(PrayerCalculator& calculator, const TarvoCity& city) {
-    calculator.setLat(city.latitude());
-    calculator.setLng(city.longitude());
-    calculator.setCalcMethod(city.prayerMethod());
-    calculator.setAsrJuristic(city.asrMethod());
-    calculator.setAdjustHighLats(city.adjustHighLatitude());
-    if (city.DSTPreference() == 1) {
-        calculator.setOverrideDST(1);
-    } else if (city.DSTPreference() == 2) {
-        calculator.setOverrideDST(2);
-    }
-    // Both GMT markers mean "from the zone"; the calculator knows only 50 as that marker.
-    calculator.setOverrideTimeZoneOffset(city.GMT() == TarvoCity::kGMTFromTimeZoneLegacy ? TarvoCity::kGMTFromTimeZone
-                                                                                          : city.GMT());
-    if (calculator.calcMethod() == 6) {
-        calculator.setFajrAngle(city.customFajrAngle());
-        calculator.setIshaAngle(city.customIshaAngle());
     }
 }
 
@@ -159,7 +137,7 @@ void run(TimesOptions o) {
 
     PrayerCalculator calculator;
     if (city) {
-        configureFromCity(calculator, *city);
+        configureCalculatorFromCity(calculator, *city);
     } else {
         configureFromOptions(calculator, o);
     }

@@ -1,0 +1,20 @@
+#pragma once
+
+namespace tarvo {
+
+class PrayerCalculator;
+class TarvoCity;
+
+/// Configures `calculator` from `city` in the order the day timetable uses, so the
+/// automatic choices see the city's position before they are read:
+/// latitude and longitude; 24-hour time format; method, Asr school and high-latitude rule
+/// (0 stays "automatic"); the daylight-saving rule when the city forces it on (1) or off
+/// (2), any other value leaving the zone in charge; the offset from GMT, where both of the
+/// city's "from the time zone" markers (50 and -100) become the calculator's 50; and, when
+/// the method then in force is the custom one (6), the city's Fajr and Isha angles.
+///
+/// The place's time zone, name and country are not set here: they are arguments of the
+/// calculator's day computation.
+void configureCalculatorFromCity(PrayerCalculator& calculator, const TarvoCity& city);
+
+}  // namespace tarvo

@@ -1,0 +1,46 @@
+#pragma once
+
+// Text handling shared by the whole library: UTF-8 to and from ICU strings, lower-casing
+// and trimming the platform's way, reading the integer at the start of a text, and the
+// "YYYY-MM-DD" date form.
+//
+// Lower-casing uses ICU's root locale, never the process's: under a Turkish or Azeri
+// locale the default rules turn "I" into a dotless "ı", so "India" would stop matching
+// "india" and settings read from names would change with the device's language.
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <unicode/unistr.h>
+
+namespace tarvo::text {
+
+/// The UTF-8 text as an ICU string (malformed bytes become U+FFFD).
+icu::UnicodeString toUnicode(std::string_view utf8);
+/// The ICU string as UTF-8.
+std::string toUtf8(const icu::UnicodeString& text);
+
+/// Lower case by Unicode's locale-independent rules ("İ" and "I" both give "i").
+std::string lowercased(std::string_view utf8);
+/// The text without leading and trailing white space (Unicode white space, not only ASCII).
+std::string trimmed(std::string_view utf8);
+/// True when the two texts are equal after lower-casing both (locale-independent).
+bool equalsIgnoringCase(std::string_view a, std::string_view b);
+
+/// The integer written at the start of `text`, read as the platform reads it: leading
+/// blanks, an optional sign, then digits up to the first non-digit. No digits gives 0; a
+/// number too long for 64 bits stops growing at the digit that would overflow.
+int64_t integerValue(std::string_view text);
+
+/// A calendar date written as "YYYY-MM-DD".
+struct CivilDate {
+    int year = 0;
+    unsigned month = 0;
+    unsigned day = 0;
+};
+/// The date of a "YYYY-MM-DD" text (exactly ten characters, digits where digits belong),
+/// or nothing when the text has another form or names no real calendar day.
+std::optional<CivilDate> parseIsoDate(std::string_view text);
+
+}  // namespace tarvo::text
