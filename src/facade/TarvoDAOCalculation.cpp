@@ -4,6 +4,7 @@
 
 #include "platform/LogMacros.h"
 #include "tarvo/calculation/PrayerCalculator.h"
+#include "tarvo/cities/CityCalculatorSetup.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
 #include "tarvo/facade/TarvoDAO.h"
@@ -29,29 +30,6 @@ TarvoDAO::DayList timelessDay() {
     TarvoDAO::DayList day;
     for (size_t i = 0; i < kDaySize; ++i) day.push_back(Prayer::CreatePrayerOfType(static_cast<int64_t>(i)));
     return day;
-}
-
-// Configures the calculator from the city the way the day timetable always has: position,
-// method choices, the city's daylight-saving rule and offset, then its own angles when it
-// uses the custom method.
-void configureFromCity(PrayerCalculator& calculator, const TarvoCity& city) {
-    calculator.setLat(city.latitude());
-    calculator.setLng(city.longitude());
-    calculator.setTimeFormat(0);
-    calculator.setCalcMethod(city.prayerMethod());
-    calculator.setAsrJuristic(city.asrMethod());
-    calculator.setAdjustHighLats(city.adjustHighLatitude());
-    if (city.DSTPreference() == 1) {
-        calculator.setOverrideDST(1);
-    } else if (city.DSTPreference() == 2) {
-        calculator.setOverrideDST(2);
-    }
-    calculator.setOverrideTimeZoneOffset(city.GMT() == TarvoCity::kGMTFromTimeZoneLegacy ? TarvoCity::kGMTFromTimeZone
-                                                                                          : city.GMT());
-    if (calculator.calcMethod() == 6) {
-        calculator.setFajrAngle(city.customFajrAngle());
-        calculator.setIshaAngle(city.customIshaAngle());
-    }
 }
 
 }  // namespace
@@ -91,7 +69,7 @@ TarvoDAO::DayList TarvoDAO::getPrayerTimesForDate(Date date, const std::shared_p
     if (!city) return timelessDay();
     const auto config = configuration();
     PrayerCalculator calculator;
-    configureFromCity(calculator, *city);
+    configureCalculatorFromCity(calculator, *city);
 
     const bool ramadan = config && config->TwoHourAfterMaghribAuto() && city->isCountrySaudiArabia() &&
                          isDateInRamdan(date, islamicCalendar, config->HijriCorrection());
