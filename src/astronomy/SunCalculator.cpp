@@ -8,6 +8,7 @@
 #include "astronomy/MeeusSun.h"
 #include "astronomy/Observer.h"
 #include "astronomy/TimeScale.h"
+#include "tarvo/platform/Calendar.h"
 
 namespace tarvo {
 
@@ -21,6 +22,7 @@ constexpr double kSynodicMonthDays = 29.530588861;
 constexpr double kElongationPerDay = 360.0 / kSynodicMonthDays;
 // A principal phase is named for the day around its instant.
 constexpr double kPrincipalPhaseHalfWidth = kElongationPerDay / 2.0;
+constexpr const char* kPrincipalPhases[] = {"new", "first quarter", "full", "last quarter"};
 
 SunCalculator::Position seenFromSite(const EquatorialPosition& place, Date moment, double latitude, double longitude) {
     const Observer::Horizontal h = Observer(latitude, longitude).topocentric(place, moment);
@@ -124,8 +126,28 @@ SunCalculator::MoonPhase SunCalculator::moonPhase(Date moment) {
     return phase;
 }
 
+SunCalculator::MoonPhase SunCalculator::moonPhaseForDay(int64_t year, int64_t month, int64_t day,
+                                                        const TimeZone& zone) {
+    const Calendar calendar(zone);
+    DateComponents c;
+    c.year = year;
+    c.month = month;
+    c.day = day;
+    const Date start = calendar.dateFromComponents(c);
+    c.day = day + 1;
+    const Date end = calendar.dateFromComponents(c);
+    c.day = day;
+    c.hour = 12;
+    MoonPhase phase = moonPhase(calendar.dateFromComponents(c));
+    // The elongation grows 10 to 15 degrees a day: at most one quarter is passed.
+    const double first = std::floor(elongationAt(start) / 90.0);
+    const double last = std::floor(elongationAt(end) / 90.0);
+    if (first != last) phase.name = kPrincipalPhases[static_cast<int>(last) % 4];
+    return phase;
+}
+
 std::string SunCalculator::moonPhaseName(double elongation) {
-    static const char* const kPrincipal[] = {"new", "first quarter", "full", "last quarter"};
+    const auto& kPrincipal = kPrincipalPhases;
     static const char* const kBetween[] = {"waxing crescent", "waxing gibbous", "waning gibbous", "waning crescent"};
     const double e = range(elongation);
     const double quarter = std::floor((e + kPrincipalPhaseHalfWidth) / 90.0);

@@ -104,6 +104,18 @@ TEST(SunCalculator, MoonPhases) {
     EXPECT_NEAR(young.ageDays, 1.5, 0.005);
     EXPECT_LT(young.illuminatedFraction, 0.05);
 
+    // Named for a whole local day: the full moon falls on the 21st in New York, the new moon
+    // (01:28 UTC on the 6th) on the evening of the 5th there but on the 6th in Tokyo.
+    const auto newYork = *tarvo::TimeZone::withName("America/New_York");
+    const auto tokyo = *tarvo::TimeZone::withName("Asia/Tokyo");
+    EXPECT_EQ(SunCalculator::moonPhaseForDay(2019, 1, 20, newYork).name, "waxing gibbous");
+    EXPECT_EQ(SunCalculator::moonPhaseForDay(2019, 1, 21, newYork).name, "full");
+    EXPECT_EQ(SunCalculator::moonPhaseForDay(2019, 1, 22, newYork).name, "waning gibbous");
+    EXPECT_EQ(SunCalculator::moonPhaseForDay(2019, 1, 5, newYork).name, "new");
+    EXPECT_EQ(SunCalculator::moonPhaseForDay(2019, 1, 6, newYork).name, "waxing crescent");
+    EXPECT_EQ(SunCalculator::moonPhaseForDay(2019, 1, 6, tokyo).name, "new");
+    EXPECT_NEAR(SunCalculator::moonPhaseForDay(2019, 1, 21, newYork).ageDays, 15 + (15 + 32 / 60.0) / 24, 0.005);
+
     const std::pair<double, const char*> names[] = {
         {0, "new"},         {6, "new"},          {7, "waxing crescent"}, {90, "first quarter"},
         {97, "waxing gibbous"}, {180, "full"},   {200, "waning gibbous"}, {270, "last quarter"},

@@ -86,6 +86,9 @@ public:
     static Position sunPosition(Date moment, double latitude, double longitude);
     static Position moonPosition(Date moment, double latitude, double longitude);
     static MoonPhase moonPhase(Date moment);
+    /// The phase at local noon of a date, named for the whole day: a day in which new moon,
+    /// first quarter, full moon or last quarter falls carries that name, as calendars print it.
+    static MoonPhase moonPhaseForDay(int64_t year, int64_t month, int64_t day, const TimeZone& zone);
     /// "new", "waxing crescent", "first quarter", "waxing gibbous", "full", "waning gibbous",
     /// "last quarter" or "waning crescent": a principal phase while the elongation is within
     /// half a day's mean motion (6.1 degrees) of 0, 90, 180 or 270.
