@@ -1,5 +1,6 @@
 // The tarvo tool's moon, sky and dish commands, run as a person would.
 #include <cmath>
+#include <filesystem>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -108,4 +109,14 @@ TEST(TarvoAstronomy, BadInputIsAOneLineUsageError) {
         EXPECT_EQ(help.status, 0);
         EXPECT_NE(help.out.find("--json"), std::string::npos) << command;
     }
+}
+
+TEST(TarvoAstronomy, LeavesNoDataFolder) {
+    const std::string home = testing::TempDir() + "tarvo-astronomy-home";
+    std::filesystem::remove_all(home);
+    const std::vector<std::string> env = {"TARVO_HOME=" + home};
+    EXPECT_EQ(runTarvo({"moon", "--lat", "10", "--lon", "0", "--tz", "UTC"}, env).status, 0);
+    EXPECT_EQ(runTarvo({"sky", "--lat", "10", "--lon", "0"}, env).status, 0);
+    EXPECT_EQ(runTarvo({"dish", "--lat", "10", "--lon", "0", "--along", "moon"}, env).status, 0);
+    EXPECT_FALSE(std::filesystem::exists(home));
 }
