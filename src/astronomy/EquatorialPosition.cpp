@@ -4,7 +4,7 @@
 
 namespace tarvo {
 
-EquatorialPosition equatorialFromEcliptic(double longitude, double latitude, double distanceKm, double epsilon) {
+EquatorialPosition EquatorialPosition::fromEcliptic(double longitude, double latitude, double distanceKm, double epsilon) {
     using namespace degmath;
     EquatorialPosition p;
     p.longitude = normalize(longitude);

@@ -10,9 +10,10 @@ struct EquatorialPosition {
     double rightAscension = 0;  ///< apparent, [0, 360)
     double declination = 0;     ///< apparent
     double distanceKm = 0;
-};
 
-/// Equatorial coordinates from ecliptic ones for the obliquity `epsilon` (Meeus 13.3, 13.4).
-EquatorialPosition equatorialFromEcliptic(double longitude, double latitude, double distanceKm, double epsilon);
+    /// The place with the equatorial coordinates of the ecliptic ones for the obliquity
+    /// `epsilon` (Meeus 13.3, 13.4).
+    static EquatorialPosition fromEcliptic(double longitude, double latitude, double distanceKm, double epsilon);
+};
 
 }  // namespace tarvo

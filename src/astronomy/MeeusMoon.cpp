@@ -113,7 +113,7 @@ EquatorialPosition MeeusMoon::position(double jde) {
     const double longitude = s.meanLongitude + s.sumLongitude / 1e6 + nutation.longitude();
     const double latitude = s.sumLatitude / 1e6;
     const double distance = kMeanDistanceKm + s.sumDistance / 1000.0;
-    return equatorialFromEcliptic(longitude, latitude, distance, nutation.trueObliquity());
+    return EquatorialPosition::fromEcliptic(longitude, latitude, distance, nutation.trueObliquity());
 }
 
 }  // namespace tarvo

@@ -22,7 +22,7 @@ EquatorialPosition MeeusSun::position(double jde) {
     const double omega = 125.04 - 1934.136 * t;
     const double apparentLongitude = trueLongitude - 0.00569 - 0.00478 * sin(omega);
     const double epsilon = Nutation(t).meanObliquity() + 0.00256 * cos(omega);
-    return equatorialFromEcliptic(apparentLongitude, 0.0, radiusAU * kKilometresPerAU, epsilon);
+    return EquatorialPosition::fromEcliptic(apparentLongitude, 0.0, radiusAU * kKilometresPerAU, epsilon);
 }
 
 }  // namespace tarvo

@@ -34,7 +34,9 @@ SunCalculator::Position seenFromSite(const EquatorialPosition& place, Date momen
     p.rightAscension = place.rightAscension;
     p.distanceKm = place.distanceKm;
     p.eclipticLatitude = place.latitude;
-    p.hourAngle = -SunCalculator::Rev(-(h.hourAngle + (h.rightAscension - place.rightAscension)));
+    // The site's sidereal time less the geocentric right ascension, in (-180, 180].
+    const double sidereal = h.hourAngle + h.rightAscension;
+    p.hourAngle = -SunCalculator::Rev(place.rightAscension - sidereal);
     return p;
 }
 
@@ -149,6 +151,7 @@ SunCalculator::MoonPhase SunCalculator::moonPhaseForDay(int64_t year, int64_t mo
 std::string SunCalculator::moonPhaseName(double elongation) {
     const auto& kPrincipal = kPrincipalPhases;
     static const char* const kBetween[] = {"waxing crescent", "waxing gibbous", "waning gibbous", "waning crescent"};
+    if (!std::isfinite(elongation)) return {};
     const double e = range(elongation);
     const double quarter = std::floor((e + kPrincipalPhaseHalfWidth) / 90.0);
     if (std::fabs(e - quarter * 90.0) <= kPrincipalPhaseHalfWidth) {

@@ -111,6 +111,8 @@ std::vector<double> SunCalculator::quad(double ym, double yz, double yp) const {
 }
 
 std::string SunCalculator::hrsmin(double hours) const {
+    // No search result is ever outside 0 to 25 hours; other values have no text.
+    if (!(std::fabs(hours) < 1e6)) return "-";
     const double r = std::floor(hours * 60.0 + 0.5) / 60.0;
     const double h = std::floor(r);
     const double m = std::floor((r - h) * 60.0 + 0.5);

@@ -52,6 +52,7 @@ TEST(MoonriseTexts, TimeTextIsHoursTimesAHundred) {
     EXPECT_EQ(c.hrsmin(0), "00 : 00");
     EXPECT_EQ(c.hrsmin(13 + 59.6 / 60), "1400 : 00");
     EXPECT_EQ(c.hrsmin(9 + 7.4 / 60), "900 : 07");
+    EXPECT_EQ(c.hrsmin(NAN), "-");
 }
 
 TEST(MoonriseTexts, AltitudeReusesTheStoredPlaceWithItsDoubleConversion) {

@@ -58,6 +58,12 @@ TEST(SunCalculator, SunAndMoonPositions) {
     EXPECT_NEAR(sun.eclipticLongitude, 90.0, 0.005);
     EXPECT_NEAR(sun.declination, 23.4361, 0.003);
     EXPECT_GT(sun.altitude, 89.9);
+    EXPECT_NEAR(sun.hourAngle, 0, 0.1);
+    // Two hours of longitude further west it is still morning: hour angle -30, sun in the east.
+    const auto morning = SunCalculator::sunPosition(utc(2019, 6, 21, 15.9), 0, -88.07);
+    EXPECT_NEAR(morning.hourAngle, -30, 0.1);
+    EXPECT_LT(morning.azimuth, 90);
+    EXPECT_NEAR(morning.altitude, 90 - std::acos(std::cos(23.4361 * M_PI / 180) * std::cos(M_PI / 6)) * 180 / M_PI, 0.1);
 
     // Meeus 47.a through the public path: 1992 April 12 at 0h TD is 58.3 s earlier in UT.
     const Date moment(((2448724.5 - 2440587.5) * 86400.0) - 58.3);

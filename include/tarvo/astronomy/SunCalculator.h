@@ -91,7 +91,7 @@ public:
     static MoonPhase moonPhaseForDay(int64_t year, int64_t month, int64_t day, const TimeZone& zone);
     /// "new", "waxing crescent", "first quarter", "waxing gibbous", "full", "waning gibbous",
     /// "last quarter" or "waning crescent": a principal phase while the elongation is within
-    /// half a day's mean motion (6.1 degrees) of 0, 90, 180 or 270.
+    /// half a day's mean motion (6.1 degrees) of 0, 90, 180 or 270; empty for NaN.
     static std::string moonPhaseName(double elongation);
 
     /// Stores the sun's and the moon's positions for the moment and site in
@@ -126,7 +126,8 @@ public:
     /// The parabola through (-1, ym), (0, yz), (1, yp): [root count in [-1, 1], first root,
     /// second root, abscissa of the extreme, value at the extreme].
     std::vector<double> quad(double ym, double yz, double yp) const;
-    /// "%02i : %02i" of the hours times one hundred and the minutes ("500 : 30" for 5.5).
+    /// "%02i : %02i" of the hours times one hundred and the minutes ("500 : 30" for 5.5);
+    /// "-" for a value that is not a number or beyond a million hours.
     std::string hrsmin(double hours) const;
     /// find_moonrise_set for a date in a zone, with the moon at local noon of the date.
     std::vector<std::string> moonriseSetTextsForDay(int64_t year, int64_t month, int64_t day, const TimeZone& zone,
