@@ -9,7 +9,10 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "tarvo/platform/Date.h"
+
 namespace tarvo {
+class TimeZone;
 class TarvoCity;
 class UserDatabase;
 }  // namespace tarvo
@@ -30,6 +33,9 @@ void registerConfigCommand(CLI::App& app);
 void registerCitiesCommand(CLI::App& app);
 void registerDayCommand(CLI::App& app);
 void registerNowCommand(CLI::App& app);
+void registerMoonCommand(CLI::App& app);
+void registerSkyCommand(CLI::App& app);
+void registerDishCommand(CLI::App& app);
 
 /// The user database in the data folder, opened (created and upgraded when needed), or a
 /// UsageError saying why it cannot be used.
@@ -66,6 +72,20 @@ struct CivilDate {
     unsigned day;
 };
 CivilDate parseDate(std::string_view text, std::string_view option);
+
+/// "YYYY-MM-DDTHH:MM" read as a wall-clock time in the device's zone (TZ), or a UsageError
+/// naming the option.
+Date parseMoment(std::string_view text, std::string_view option);
+/// The moment of --at when given, else now.
+Date momentOrNow(const std::string& at, std::string_view option);
+
+/// A moment rounded to the minute as a zone's clock shows it: "HH:MM" and ISO 8601 with the
+/// zone's offset ("2019-01-21T18:40-05:00").
+struct ClockTime {
+    std::string clock;
+    std::string iso;
+};
+ClockTime clockTime(Date moment, const TimeZone& zone);
 
 /// A warning line on standard error ("tarvo: warning: ...").
 void warn(const std::string& message);

@@ -5,6 +5,7 @@
 
 #include "Commands.h"
 #include "platform/Text.h"
+#include "tarvo/platform/Calendar.h"
 
 namespace tarvo::cli {
 
@@ -57,6 +58,48 @@ CivilDate parseDate(std::string_view text, std::string_view option) {
     const auto date = text::parseIsoDate(text);
     if (!date) throw bad();
     return {date->year, date->month, date->day};
+}
+
+Date parseMoment(std::string_view text, std::string_view option) {
+    auto bad = [&]() {
+        return UsageError(std::string(option) + ": '" + std::string(text) + "' is not a time of the form YYYY-MM-DDTHH:MM");
+    };
+    if (text.size() != 16 || text[10] != 'T' || text[13] != ':') throw bad();
+    for (size_t i : {11, 12, 14, 15}) {
+        if (text[i] < '0' || text[i] > '9') throw bad();
+    }
+    const int hour = std::stoi(std::string(text.substr(11, 2)));
+    const int minute = std::stoi(std::string(text.substr(14, 2)));
+    if (hour > 23 || minute > 59) throw bad();
+    CivilDate date{};
+    try {
+        date = parseDate(text.substr(0, 10), option);
+    } catch (const UsageError&) {
+        throw bad();
+    }
+    DateComponents c;
+    c.year = date.year;
+    c.month = date.month;
+    c.day = date.day;
+    c.hour = hour;
+    c.minute = minute;
+    return Calendar().dateFromComponents(c);
+}
+
+Date momentOrNow(const std::string& at, std::string_view option) {
+    return at.empty() ? Date::now() : parseMoment(at, option);
+}
+
+ClockTime clockTime(Date moment, const TimeZone& zone) {
+    const Date minute(std::round(moment.timeIntervalSince1970() / 60.0) * 60.0);
+    const DateComponents c = Calendar(zone).components(minute);
+    const int64_t offset = zone.secondsFromGMT(minute) / 60;
+    const int64_t size = offset < 0 ? -offset : offset;
+    ClockTime t;
+    t.clock = fmt::format("{:02}:{:02}", c.hour, c.minute);
+    t.iso = fmt::format("{:04}-{:02}-{:02}T{}{}{:02}:{:02}", c.year, c.month, c.day, t.clock, offset < 0 ? '-' : '+',
+                        size / 60, size % 60);
+    return t;
 }
 
 void warn(const std::string& message) { std::cerr << "tarvo: warning: " << message << "\n"; }

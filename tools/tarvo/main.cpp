@@ -9,7 +9,7 @@
 #include "tarvo/platform/Log.h"
 
 int main(int argc, char** argv) {
-    CLI::App app{"tarvo: Muslim prayer times, qibla and cities from the TarvoCore library"};
+    CLI::App app{"tarvo: Muslim prayer times, qibla, cities, the moon and the sky from the TarvoCore library"};
     app.set_version_flag("--version", std::string(reinterpret_cast<const char*>(TarvoCoreVersionString)));
     app.require_subcommand(1);
     app.set_help_all_flag("--help-all", "Show help for every command");
@@ -22,6 +22,9 @@ int main(int argc, char** argv) {
     tarvo::cli::registerCitiesCommand(app);
     tarvo::cli::registerDayCommand(app);
     tarvo::cli::registerNowCommand(app);
+    tarvo::cli::registerMoonCommand(app);
+    tarvo::cli::registerSkyCommand(app);
+    tarvo::cli::registerDishCommand(app);
 
     int status = 0;
     try {

@@ -1,0 +1,127 @@
+// tarvo moon: moonrise, moonset, phase and distance of the moon for a day at a place.
+#include <cmath>
+#include <iostream>
+#include <memory>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "Commands.h"
+#include "tarvo/astronomy/SunCalculator.h"
+#include "tarvo/platform/Calendar.h"
+#include "tarvo/platform/TimeZone.h"
+
+namespace tarvo::cli {
+
+namespace {
+
+using ordered_json = nlohmann::ordered_json;
+
+struct MoonOptions {
+    double latitude = 0;
+    double longitude = 0;
+    std::string timeZone;
+    std::string date;
+    bool json = false;
+};
+
+struct MoonReport {
+    std::string date;
+    SunCalculator::MoonDay day;
+    std::vector<std::string> compatible;
+    SunCalculator::MoonPhase phase;
+    double distanceKm = 0;
+};
+
+const char* eventName(SunCalculator::MoonEventKind kind) {
+    return kind == SunCalculator::MoonEventKind::rise ? "rise" : "set";
+}
+
+void printJson(const MoonReport& r, const TimeZone& zone) {
+    const auto iso = [&](const std::optional<Date>& t) { return t ? ordered_json(clockTime(*t, zone).iso) : nullptr; };
+    ordered_json j;
+    j["date"] = r.date;
+    j["rise"] = iso(r.day.rise());
+    j["set"] = iso(r.day.set());
+    j["compatible"] = r.compatible;
+    j["illumination"] = std::round(r.phase.illuminatedFraction * 1000.0) / 10.0;
+    j["phase"] = r.phase.name;
+    j["ageDays"] = std::round(r.phase.ageDays * 100.0) / 100.0;
+    j["distanceKm"] = std::round(r.distanceKm);
+    ordered_json events = ordered_json::array();
+    for (const auto& e : r.day.events) {
+        events.push_back({{"event", eventName(e.kind)}, {"time", clockTime(e.time, zone).iso}});
+    }
+    j["events"] = events;
+    j["upAllDay"] = r.day.events.empty() ? ordered_json(r.day.upAtStart) : ordered_json(nullptr);
+    std::cout << j.dump() << "\n";
+}
+
+void printText(const MoonReport& r, const MoonOptions& o, const TimeZone& zone) {
+    std::cout << fmt::format("The moon at {:.4f}, {:.4f} on {} ({})\n\n", o.latitude, o.longitude, r.date, zone.name());
+    for (const auto& e : r.day.events) {
+        const ClockTime t = clockTime(e.time, zone);
+        std::cout << fmt::format("  {:<10} {}  ({})\n", e.kind == SunCalculator::MoonEventKind::rise ? "Moonrise" : "Moonset",
+                                 t.clock, t.iso);
+    }
+    if (r.day.events.empty()) {
+        std::cout << (r.day.upAtStart ? "  The moon is up all day.\n" : "  The moon stays below the horizon all day.\n");
+    } else {
+        if (!r.day.rise()) std::cout << "  No moonrise on this day.\n";
+        if (!r.day.set()) std::cout << "  No moonset on this day.\n";
+    }
+    std::cout << fmt::format("  {:<10} {}, {:.1f}% lit, {:.1f} days since new moon\n", "Phase", r.phase.name,
+                             r.phase.illuminatedFraction * 100.0, r.phase.ageDays);
+    std::cout << fmt::format("  {:<10} {:.0f} km\n", "Distance", r.distanceKm);
+    std::string compatible;
+    for (const auto& text : r.compatible) compatible += (compatible.empty() ? "" : ", ") + text;
+    std::cout << "\nCompatible texts (as the application has always shown them): " << compatible << "\n";
+}
+
+void run(const MoonOptions& o) {
+    std::optional<TimeZone> found = TimeZone::withName(o.timeZone);
+    if (!found) warn("unknown time zone '" + o.timeZone + "'; using GMT");
+    const TimeZone zone = found.value_or(TimeZone::gmt());
+
+    DateComponents day;
+    if (o.date.empty()) {
+        day = Calendar(zone).components(Date::now());
+    } else {
+        const CivilDate d = parseDate(o.date, "--date");
+        day.year = d.year;
+        day.month = d.month;
+        day.day = d.day;
+    }
+
+    MoonReport r;
+    r.date = fmt::format("{:04}-{:02}-{:02}", day.year, day.month, day.day);
+    r.day = SunCalculator::moonRiseSetForDay(day.year, day.month, day.day, zone, o.latitude, o.longitude);
+    SunCalculator calculator;
+    r.compatible = calculator.moonriseSetTextsForDay(day.year, day.month, day.day, zone, o.latitude, o.longitude);
+    r.phase = SunCalculator::moonPhaseForDay(day.year, day.month, day.day, zone);
+    r.distanceKm = calculator.output_moon_angles()[5];
+    if (o.json) {
+        printJson(r, zone);
+    } else {
+        printText(r, o, zone);
+    }
+}
+
+}  // namespace
+
+void registerMoonCommand(CLI::App& app) {
+    auto options = std::make_shared<MoonOptions>();
+    CLI::App* cmd = app.add_subcommand("moon", "Show moonrise, moonset, phase and distance of the moon for a day");
+    addLatitudeOption(*cmd, options->latitude, true);
+    addLongitudeOption(*cmd, options->longitude, true);
+    cmd->add_option("--tz", options->timeZone, "Time zone of the place, e.g. America/New_York")->required();
+    cmd->add_option("--date", options->date, "Date as YYYY-MM-DD (default: today in the zone)");
+    cmd->add_flag("--json", options->json, "Print one JSON object instead of text");
+    cmd->footer("Rise and set are the moments the moon's upper limb meets the horizon (34' refraction), to the "
+                "minute; illumination, age and distance are those at local noon, and a day in which a principal "
+                "phase falls carries its name. The compatible texts are the "
+                "application's historical moonrise/moonset display (hours times 100).");
+    cmd->callback([options] { run(*options); });
+}
+
+}  // namespace tarvo::cli

@@ -1,0 +1,82 @@
+// tarvo sky: where the sun and the moon stand at a moment, seen from a place.
+#include <cmath>
+#include <iostream>
+#include <memory>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "Commands.h"
+#include "tarvo/astronomy/SunCalculator.h"
+#include "tarvo/platform/TimeZone.h"
+
+namespace tarvo::cli {
+
+namespace {
+
+using ordered_json = nlohmann::ordered_json;
+
+struct SkyOptions {
+    double latitude = 0;
+    double longitude = 0;
+    std::string at;
+    bool json = false;
+};
+
+ordered_json bodyJson(const SunCalculator::Position& p) {
+    ordered_json j;
+    j["altitude"] = p.altitude;
+    j["azimuth"] = p.azimuth;
+    j["rightAscension"] = p.rightAscension;
+    j["declination"] = p.declination;
+    j["distanceKm"] = std::round(p.distanceKm);
+    return j;
+}
+
+// Right ascension as hours, minutes and seconds.
+std::string hms(double degrees) {
+    const double seconds = std::round(degrees / 15.0 * 3600.0);
+    const auto total = static_cast<int64_t>(seconds) % 86400;
+    return fmt::format("{:02}h{:02}m{:02}s", total / 3600, total / 60 % 60, total % 60);
+}
+
+void printBody(const char* name, const SunCalculator::Position& p) {
+    std::cout << fmt::format("  {:<5} {:>9.3f}° {:>9.3f}°  {} ({:7.3f}°) {:>+9.3f}°\n", name, p.altitude, p.azimuth,
+                             hms(p.rightAscension), p.rightAscension, p.declination);
+}
+
+void run(const SkyOptions& o) {
+    const Date moment = momentOrNow(o.at, "--at");
+    const auto sun = SunCalculator::sunPosition(moment, o.latitude, o.longitude);
+    const auto moon = SunCalculator::moonPosition(moment, o.latitude, o.longitude);
+    const std::string when = clockTime(moment, TimeZone::gmt()).iso;
+    if (o.json) {
+        ordered_json j;
+        j["at"] = when;
+        j["sun"] = bodyJson(sun);
+        j["moon"] = bodyJson(moon);
+        std::cout << j.dump() << "\n";
+        return;
+    }
+    std::cout << fmt::format("The sky at {:.4f}, {:.4f} on {} (UTC)\n\n", o.latitude, o.longitude, when);
+    std::cout << fmt::format("  {:<5} {:>10} {:>10}  {:<22} {:>10}\n", "", "altitude", "azimuth", "right ascension",
+                             "declination");
+    printBody("Sun", sun);
+    printBody("Moon", moon);
+    std::cout << "\nAltitude without refraction, seen from the place; azimuth from north through east; right\n"
+                 "ascension and declination apparent, of date, from the Earth's centre.\n";
+}
+
+}  // namespace
+
+void registerSkyCommand(CLI::App& app) {
+    auto options = std::make_shared<SkyOptions>();
+    CLI::App* cmd = app.add_subcommand("sky", "Show the sun's and the moon's position at a moment");
+    addLatitudeOption(*cmd, options->latitude, true);
+    addLongitudeOption(*cmd, options->longitude, true);
+    cmd->add_option("--at", options->at, "Moment as YYYY-MM-DDTHH:MM in the device's zone (TZ) (default: now)");
+    cmd->add_flag("--json", options->json, "Print one JSON object instead of text");
+    cmd->callback([options] { run(*options); });
+}
+
+}  // namespace tarvo::cli
