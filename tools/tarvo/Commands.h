@@ -28,6 +28,8 @@ void registerTimesCommand(CLI::App& app);
 void registerQiblaCommand(CLI::App& app);
 void registerConfigCommand(CLI::App& app);
 void registerCitiesCommand(CLI::App& app);
+/// The directory, cache and last-used subcommands of `tarvo cities`.
+void registerCitiesDirectoryCommands(CLI::App& cities);
 
 /// The user database in the data folder, opened (created and upgraded when needed), or a
 /// UsageError saying why it cannot be used.

@@ -1,0 +1,31 @@
+#include "tarvo/cities/OfflineGeocoder.h"
+
+#include <fmt/format.h>
+
+#include "tarvo/cities/CityDirectory.h"
+#include "tarvo/cities/TarvoCity.h"
+
+namespace tarvo {
+
+OfflineGeocoder::OfflineGeocoder(std::shared_ptr<CityDirectory> directory) : directory_(std::move(directory)) {}
+
+Geocoder::Result OfflineGeocoder::reverseGeocode(double latitude, double longitude) {
+    Result result;
+    if (!directory_) {
+        result.error = "no city directory";
+        return result;
+    }
+    const auto city = TarvoCity::GetCityForLat(latitude, longitude, &directory_->database(), kThresholdKm, false);
+    if (!city) return result;
+    Place place;
+    place.locality = city->cityName().value_or("");
+    place.administrativeArea = directory_->stateName(*city);
+    place.country = city->countryName().value_or("");
+    place.formattedAddress = place.administrativeArea.empty()
+                                 ? fmt::format("{}, {}", place.locality, place.country)
+                                 : fmt::format("{}, {}, {}", place.locality, place.administrativeArea, place.country);
+    result.places.push_back(std::move(place));
+    return result;
+}
+
+}  // namespace tarvo
