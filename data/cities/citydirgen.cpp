@@ -224,39 +224,26 @@ void bindText(sqlite3_stmt* statement, int index, const std::string& value) {
     sqlite3_bind_text(statement, index, value.c_str(), static_cast<int>(value.size()), SQLITE_TRANSIENT);
 }
 
-// The sines and cosines to store for a place so that a look-up at its very position finds it
-// with a zero threshold. Stored exactly, a quarter of the places score a rounding error
-// below 1000 against themselves (the sum of squares is not exactly 1 in doubles) and would
-// need a threshold above zero. Each such value is moved away from zero by an ulp at a time,
-// which raises the place's own score and changes its distances by nothing measurable, until
-// SQLite itself evaluates the look-up's score to at least 1000.
+// Checks with SQLite itself that a look-up at the place's very position scores it at least
+// 1000 (so a zero threshold finds it), as DirectoryGeometry::storedForSelfMatch computed.
 class SelfScore {
 public:
     explicit SelfScore(Output& out) : out_(out) {}
 
     tarvo::DirectoryGeometry stored(const tarvo::DirectoryGeometry& exact) {
+        const auto value = exact.storedForSelfMatch();
+        if (!value) throw InputError("no stored values let the place score 1000 against itself: " + exact.scoreExpression());
         const std::string sql = "SELECT " + exact.scoreExpression() +
                                 " FROM (SELECT ? AS sinlat, ? AS coslat, ? AS sinlng, ? AS coslng)";
         sqlite3_stmt* query = out_.prepare(sql);
-        tarvo::DirectoryGeometry value = exact;
-        for (int attempt = 0; attempt < 8; ++attempt) {
-            sqlite3_bind_double(query, 1, value.sinLat);
-            sqlite3_bind_double(query, 2, value.cosLat);
-            sqlite3_bind_double(query, 3, value.sinLon);
-            sqlite3_bind_double(query, 4, value.cosLon);
-            const bool reached = sqlite3_step(query) == SQLITE_ROW && sqlite3_column_double(query, 0) >= 1000.0;
-            sqlite3_reset(query);
-            if (reached) {
-                sqlite3_finalize(query);
-                return value;
-            }
-            for (double* x : {&value.sinLat, &value.cosLat, &value.sinLon, &value.cosLon}) {
-                if (*x != 0) *x = std::nextafter(*x, *x > 0 ? 2.0 : -2.0);
-            }
-        }
+        sqlite3_bind_double(query, 1, value->sinLat);
+        sqlite3_bind_double(query, 2, value->cosLat);
+        sqlite3_bind_double(query, 3, value->sinLon);
+        sqlite3_bind_double(query, 4, value->cosLon);
+        const bool reached = sqlite3_step(query) == SQLITE_ROW && sqlite3_column_double(query, 0) >= 1000.0;
         sqlite3_finalize(query);
-        throw InputError(fmt::format("no stored values let the place at {} score 1000 against itself",
-                                     exact.scoreExpression()));
+        if (!reached) throw InputError("SQLite scores the place below 1000 against itself: " + exact.scoreExpression());
+        return *value;
     }
 
 private:

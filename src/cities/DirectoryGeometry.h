@@ -1,10 +1,12 @@
 #pragma once
 
 // How the city directory and the reverse-geocode cache measure nearness. Shared by the
-// library and the directory builder (data/cities), so that the builder stores for each place
-// the numbers a look-up at that very position computes (nudged by an ulp where needed for
-// the place to score 1000 against itself; see citydirgen.cpp).
+// library and the directory builder (data/cities), so that the stored sines and cosines of a
+// place match the numbers a look-up at that very position computes. Built with
+// -ffp-contract=off like the rest of the library: the scores here must round exactly as
+// SQLite's do.
 #include <cmath>
+#include <optional>
 #include <string>
 
 #include <fmt/format.h>
@@ -24,6 +26,31 @@ struct DirectoryGeometry {
         const double lat = radians(latitude);
         const double lon = radians(longitude);
         return {std::sin(lat), std::cos(lat), std::sin(lon), std::cos(lon)};
+    }
+
+    /// The score of a place stored with `stored` values, for a look-up at this position,
+    /// evaluated in the order SQLite evaluates the score expression.
+    double scoreAgainst(const DirectoryGeometry& stored) const {
+        return (sinLat * stored.sinLat + cosLat * stored.cosLat * (cosLon * stored.cosLon + sinLon * stored.sinLon)) *
+               1000;
+    }
+
+    /// The values to store for a place at this position so that a look-up at the very
+    /// position scores it at least 1000, and so finds it with a zero threshold. Stored
+    /// exactly, a quarter of all positions score a rounding error below 1000 against
+    /// themselves (the sines and cosines are rounded, so their squares do not sum to
+    /// exactly 1); each value is then moved away from zero an ulp at a time, which raises
+    /// the score and changes distances by nothing measurable. Nothing if that does not
+    /// reach 1000 within a few ulps (never seen).
+    std::optional<DirectoryGeometry> storedForSelfMatch() const {
+        DirectoryGeometry stored = *this;
+        for (int attempt = 0; attempt < 8; ++attempt) {
+            if (scoreAgainst(stored) >= 1000.0) return stored;
+            for (double* x : {&stored.sinLat, &stored.cosLat, &stored.sinLon, &stored.cosLon}) {
+                if (*x != 0) *x = std::nextafter(*x, *x > 0 ? 2.0 : -2.0);
+            }
+        }
+        return std::nullopt;
     }
 
     /// The least score of a place within `thresholdKm`: the distance on a sphere of

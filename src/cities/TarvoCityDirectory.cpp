@@ -172,7 +172,9 @@ void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const st
         return;
     }
     const std::string name = city->cityName().value_or("");
-    const auto position = DirectoryGeometry::at(city->latitude(), city->longitude());
+    // Stored so that a look-up at the very position finds the place with a zero threshold.
+    const auto exact = DirectoryGeometry::at(city->latitude(), city->longitude());
+    const auto position = exact.storedForSelfMatch().value_or(exact);
     SqliteStatement& insert = slot.statement();
     insert.bindText(1, name);
     insert.bindText(2, SearchText::SoundEx(name));
