@@ -40,9 +40,8 @@ constexpr std::array<const char*, 6> kTerms = {"lon", "san", "berg", "abad", "yo
 constexpr double kThresholdKm = 50;
 
 std::string asciiLower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
     return text;
 }
 
@@ -67,7 +66,8 @@ void BM_InMemoryScan_NearestCity(benchmark::State& state) {
         const Row* best = nullptr;
         double bestScore = minimum;
         for (const Row& row : gRows) {
-            const double score = (sinLat * row.sinlat + cosLat * row.coslat * (cosLon * row.coslng + sinLon * row.sinlng)) * 1000;
+            const double score =
+                (sinLat * row.sinlat + cosLat * row.coslat * (cosLon * row.coslng + sinLon * row.sinlng)) * 1000;
             if (score >= bestScore && (!best || score > bestScore)) {
                 best = &row;
                 bestScore = score;
@@ -120,8 +120,16 @@ int main(int argc, char** argv) {
     tarvo::SqliteStatement rows;
     rows.prepare(gDirectory->database(), "SELECT name, country, lat, lon, sinlat, coslat, sinlng, coslng FROM cities");
     while (rows.step() == 100 /* SQLITE_ROW */) {
-        Row row{rows.columnText(0), rows.columnText(1), "", "", rows.columnDouble(2), rows.columnDouble(3),
-                rows.columnDouble(4), rows.columnDouble(5), rows.columnDouble(6), rows.columnDouble(7)};
+        Row row{rows.columnText(0),
+                rows.columnText(1),
+                "",
+                "",
+                rows.columnDouble(2),
+                rows.columnDouble(3),
+                rows.columnDouble(4),
+                rows.columnDouble(5),
+                rows.columnDouble(6),
+                rows.columnDouble(7)};
         row.lowerName = asciiLower(row.name);
         row.lowerCountry = asciiLower(row.country);
         gRows.push_back(std::move(row));

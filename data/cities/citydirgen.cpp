@@ -113,8 +113,8 @@ std::vector<City> readDump(const std::filesystem::path& file, const std::map<std
         const std::string where = fmt::format("{}:{}", file.string(), number);
         const auto fields = splitTabs(line);
         if (fields.size() != 19) {
-            throw InputError(fmt::format("{}: expected the 19 columns of a GeoNames dump, found {}", where,
-                                         fields.size()));
+            throw InputError(
+                fmt::format("{}: expected the 19 columns of a GeoNames dump, found {}", where, fields.size()));
         }
         if (fields[6] != "P") continue;  // feature class: populated places only
         City city;
@@ -232,9 +232,10 @@ public:
 
     tarvo::DirectoryGeometry stored(const tarvo::DirectoryGeometry& exact) {
         const auto value = exact.storedForSelfMatch();
-        if (!value) throw InputError("no stored values let the place score 1000 against itself: " + exact.scoreExpression());
-        const std::string sql = "SELECT " + exact.scoreExpression() +
-                                " FROM (SELECT ? AS sinlat, ? AS coslat, ? AS sinlng, ? AS coslng)";
+        if (!value)
+            throw InputError("no stored values let the place score 1000 against itself: " + exact.scoreExpression());
+        const std::string sql =
+            "SELECT " + exact.scoreExpression() + " FROM (SELECT ? AS sinlat, ? AS coslat, ? AS sinlng, ? AS coslng)";
         sqlite3_stmt* query = out_.prepare(sql);
         sqlite3_bind_double(query, 1, value->sinLat);
         sqlite3_bind_double(query, 2, value->cosLat);
@@ -291,7 +292,8 @@ size_t write(const std::vector<City>& input, const std::filesystem::path& file) 
             "VARCHAR(80), sinlat double, coslat double, sinlng double, coslng double)");
         out.exec("CREATE TABLE countries (id INTEGER PRIMARY KEY, code VARCHAR(2), name VARCHAR(100))");
         sqlite3_stmt* insertCity = out.prepare(
-            "INSERT INTO cities (name, country, lat, lon, timezone, sinlat, coslat, sinlng, coslng) VALUES (?, ?, ?, ?, "
+            "INSERT INTO cities (name, country, lat, lon, timezone, sinlat, coslat, sinlng, coslng) VALUES (?, ?, ?, "
+            "?, "
             "?, ?, ?, ?, ?)");
         SelfScore selfScore(out);
         for (const City* city : cities) {
@@ -315,9 +317,10 @@ size_t write(const std::vector<City>& input, const std::filesystem::path& file) 
             bindText(insertCountry, 2, country.code);
             bindText(insertCountry, 3, country.name);
             out.run(insertCountry);
-            out.exec(fmt::format("CREATE TABLE cities{} (city_name VARCHAR(200), state_name VARCHAR(100), latitude "
-                                 "double, longitude double, gmt double, timezone VARCHAR(80))",
-                                 id));
+            out.exec(
+                fmt::format("CREATE TABLE cities{} (city_name VARCHAR(200), state_name VARCHAR(100), latitude "
+                            "double, longitude double, gmt double, timezone VARCHAR(80))",
+                            id));
             sqlite3_stmt* insert = out.prepare(fmt::format(
                 "INSERT INTO cities{} (city_name, state_name, latitude, longitude, gmt, timezone) VALUES (?, ?, ?, ?, "
                 "?, ?)",
@@ -360,11 +363,16 @@ int main(int argc, char** argv) {
             if (i + 1 >= argc) return std::nullopt;
             return std::filesystem::path(argv[++i]);
         };
-        if (arg == "--out") out = value();
-        else if (arg == "--dump") dump = value();
-        else if (arg == "--admin1") admin1 = value();
-        else if (arg == "--geonames") geonames = true;
-        else return usage("unknown argument '" + std::string(arg) + "'");
+        if (arg == "--out")
+            out = value();
+        else if (arg == "--dump")
+            dump = value();
+        else if (arg == "--admin1")
+            admin1 = value();
+        else if (arg == "--geonames")
+            geonames = true;
+        else
+            return usage("unknown argument '" + std::string(arg) + "'");
     }
     if (!out || out->empty()) return usage("--out FILE is required");
     if (geonames == dump.has_value()) return usage("give exactly one of --geonames and --dump");

@@ -51,7 +51,8 @@ std::vector<std::filesystem::path> candidates() {
         return places;
     }
     if (auto folder = programFolder()) places.push_back(*folder / CityDirectory::kFileName);
-    if (auto folder = libraryFolder()) places.push_back((*folder / TARVO_CITY_DIRECTORY_FROM_LIBDIR).lexically_normal());
+    if (auto folder = libraryFolder())
+        places.push_back((*folder / TARVO_CITY_DIRECTORY_FROM_LIBDIR).lexically_normal());
     places.emplace_back(TARVO_INSTALLED_CITY_DIRECTORY);
     places.emplace_back(TARVO_BUILD_CITY_DIRECTORY);
     return places;
@@ -129,9 +130,9 @@ std::string CityDirectory::stateName(const TarvoCity& city) {
     country.bindText(1, city.countryName().value_or(""));
     if (country.step() != SQLITE_ROW) return {};
     SqliteStatement state;
-    const auto sql = fmt::format(
-        "SELECT state_name FROM cities{} WHERE city_name = ? AND latitude = ? AND longitude = ? LIMIT 1",
-        country.columnInt64(0));
+    const auto sql =
+        fmt::format("SELECT state_name FROM cities{} WHERE city_name = ? AND latitude = ? AND longitude = ? LIMIT 1",
+                    country.columnInt64(0));
     if (state.prepare(database_, sql) != SQLITE_OK) return {};
     state.bindText(1, city.cityName().value_or(""));
     state.bindDouble(2, city.latitude());

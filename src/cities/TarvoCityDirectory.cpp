@@ -35,7 +35,8 @@ constexpr const char* kCacheInsertSql =
     "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)";
 constexpr const char* kCacheDeleteSql = "DELETE FROM cachedcities WHERE lat = ? AND lon = ?";
 constexpr const char* kCacheDeleteAllSql = "DELETE FROM cachedcities";
-constexpr const char* kLastUsedInsertSql = "INSERT INTO lastused (name, country, lat, lon, timezone) VALUES (?, ?, ?, ?, ?)";
+constexpr const char* kLastUsedInsertSql =
+    "INSERT INTO lastused (name, country, lat, lon, timezone) VALUES (?, ?, ?, ?, ?)";
 constexpr const char* kLastUsedReadSql = "SELECT name, country, lat, lon, timezone FROM lastused LIMIT 1";
 constexpr const char* kLastUsedClearSql = "DELETE FROM lastused";
 
@@ -188,7 +189,8 @@ void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const st
     insert.bindText(10, city->TimeZone().value_or(""));
     const int result = slot.step();
     slot.reset();
-    if (result != SQLITE_DONE) TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
+    if (result != SQLITE_DONE)
+        TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
 }
 
 void TarvoCity::RemoveFromReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
@@ -206,7 +208,8 @@ void TarvoCity::RemoveFromReverseGeocodeCache(SqliteDatabase& database, const st
     slot.statement().bindDouble(2, city->longitude());
     const int result = slot.step();
     slot.reset();
-    if (result != SQLITE_DONE) TARVO_LOG_ERROR("[DB] Error: failed to delete cached city '{}'.", database.errorMessage());
+    if (result != SQLITE_DONE)
+        TARVO_LOG_ERROR("[DB] Error: failed to delete cached city '{}'.", database.errorMessage());
 }
 
 void TarvoCity::DeleteAllReverseGeocodeCache(SqliteDatabase& database) {
@@ -220,7 +223,8 @@ void TarvoCity::DeleteAllReverseGeocodeCache(SqliteDatabase& database) {
     }
     const int result = slot.step();
     slot.reset();
-    if (result != SQLITE_DONE) TARVO_LOG_ERROR("[DB] Error: failed to delete cached city '{}'.", database.errorMessage());
+    if (result != SQLITE_DONE)
+        TARVO_LOG_ERROR("[DB] Error: failed to delete cached city '{}'.", database.errorMessage());
 }
 
 void TarvoCity::SaveLastUsedCity(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {

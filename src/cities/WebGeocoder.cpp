@@ -50,8 +50,10 @@ bool tooDeep(std::string_view text) {
     for (size_t i = 0; i < text.size(); ++i) {
         const char c = text[i];
         if (inString) {
-            if (c == '\\') ++i;
-            else if (c == '"') inString = false;
+            if (c == '\\')
+                ++i;
+            else if (c == '"')
+                inString = false;
         } else if (c == '"') {
             inString = true;
         } else if (c == '[' || c == '{') {
@@ -172,8 +174,7 @@ Geocoder::Result WebGeocoder::reverseGeocode(double latitude, double longitude) 
     std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers(
         curl_slist_append(curl_slist_append(nullptr, "Accept: application/json"), "Accept-Language: en"),
         &curl_slist_free_all);
-    const std::string userAgent =
-        fmt::format("TarvoCore/{}", reinterpret_cast<const char*>(TarvoCoreVersionString));
+    const std::string userAgent = fmt::format("TarvoCore/{}", reinterpret_cast<const char*>(TarvoCoreVersionString));
     Download download;
     char errorText[CURL_ERROR_SIZE] = {};
     CURL* handle = curl.get();

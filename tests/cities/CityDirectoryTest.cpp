@@ -54,8 +54,9 @@ TEST_F(CityDirectoryTest, BuilderWritesTheTablesFromADump) {
     EXPECT_EQ(test::queryText(db, "SELECT name FROM cities LIMIT 1"), "Mumbai");
     EXPECT_EQ(test::queryText(db, "SELECT sinlat || ' ' || coslat FROM cities WHERE name = 'London'"),
               "0.782700826032452 0.622398117709331");
-    EXPECT_EQ(test::queryText(db, "SELECT city_name || '|' || state_name || '|' || gmt || '|' || timezone FROM cities826"),
-              "London|England|0.0|Europe/London");
+    EXPECT_EQ(
+        test::queryText(db, "SELECT city_name || '|' || state_name || '|' || gmt || '|' || timezone FROM cities826"),
+        "London|England|0.0|Europe/London");
     // The zone's standard offset, summer time or not.
     EXPECT_EQ(test::queryText(db, "SELECT gmt FROM cities356"), "5.5");
     EXPECT_EQ(test::queryText(db, "SELECT gmt FROM cities36"), "10.0");
@@ -108,8 +109,9 @@ TEST_F(CityDirectoryTest, NearestCityHonoursTheThreshold) {
 
     log.clear();
     nearest(0, 0, 0);
-    EXPECT_EQ(log.lines("[DB] Get Time Zone For City"),
-              std::vector<std::string>{"[DB] Get Time Zone For City, 0.000000, 0.000000, 1.000000, 1.000000, 1000.000000"});
+    EXPECT_EQ(
+        log.lines("[DB] Get Time Zone For City"),
+        std::vector<std::string>{"[DB] Get Time Zone For City, 0.000000, 0.000000, 1.000000, 1.000000, 1000.000000"});
     EXPECT_FALSE(TarvoCity::GetCityForLat(0, 0, nullptr, 10, false));
     // The cache table does not exist in the directory: a logged failure, nothing found.
     EXPECT_FALSE(TarvoCity::GetCityForLat(0, 0, &directory_->database(), 10, true));
@@ -136,10 +138,23 @@ TEST_F(CityDirectoryTest, SearchMatchesNamesAndCountriesSafely) {
     EXPECT_TRUE(TarvoCity::GetCities(closed, std::nullopt).empty());
     EXPECT_TRUE(log.errors().empty());
 
-    const std::vector<std::string> hostile = {
-        "'", "''", "x' OR '1'='1", "'; DROP TABLE cities; --", "\\", "\\'", "%' --", "lon%' OR 1=1 --",
-        "SELECT * FROM cities", "\")", std::string("lon\0xyz", 7), std::string(100000, 'a'), "東京", "مكة المكرمة",
-        "{}", "%q%z", "\xc3\x28"};
+    const std::vector<std::string> hostile = {"'",
+                                              "''",
+                                              "x' OR '1'='1",
+                                              "'; DROP TABLE cities; --",
+                                              "\\",
+                                              "\\'",
+                                              "%' --",
+                                              "lon%' OR 1=1 --",
+                                              "SELECT * FROM cities",
+                                              "\")",
+                                              std::string("lon\0xyz", 7),
+                                              std::string(100000, 'a'),
+                                              "東京",
+                                              "مكة المكرمة",
+                                              "{}",
+                                              "%q%z",
+                                              "\xc3\x28"};
     for (const auto& text : hostile) {
         EXPECT_TRUE(TarvoCity::GetCities(db, text).empty()) << text.substr(0, 40);
     }
@@ -155,8 +170,8 @@ TEST(CityDirectorySearch, ReturnsTheFirst75InCountryThenNameOrder) {
     for (int i = 0; i < 200; ++i) {
         const char* country[] = {"FR", "CA", "US"};
         const char* zone[] = {"Europe/Paris", "America/Toronto", "America/New_York"};
-        many.push_back({fmt::format("Villeneuve {:03}", 199 - i), 40.0 + i * 0.01, 2.0, country[i % 3], "", i,
-                        zone[i % 3]});
+        many.push_back(
+            {fmt::format("Villeneuve {:03}", 199 - i), 40.0 + i * 0.01, 2.0, country[i % 3], "", i, zone[i % 3]});
     }
     test::SmallDirectory small(many);
     ASSERT_EQ(small.build().status, 0) << small.build().err;
@@ -213,11 +228,13 @@ TEST_F(CityDirectoryTest, ReverseGeocodeCacheAndLastUsedRows) {
     nameless->setLatitude(-33.9);
     nameless->setLongitude(18.4);
     TarvoCity::saveCityInReverseGeocodeCache(db, nameless);
-    EXPECT_EQ(test::queryText(db, "SELECT name || '|' || name_soundex || '|' || country || '|' || timezone FROM "
-                                  "cachedcities ORDER BY rowid LIMIT 1"),
+    EXPECT_EQ(test::queryText(db,
+                              "SELECT name || '|' || name_soundex || '|' || country || '|' || timezone FROM "
+                              "cachedcities ORDER BY rowid LIMIT 1"),
               "Tromsø|T652|Norway|Europe/Oslo");
-    EXPECT_EQ(test::queryText(db, "SELECT quote(name) || quote(name_soundex) || quote(timezone) FROM cachedcities "
-                                  "WHERE lat = -33.9"),
+    EXPECT_EQ(test::queryText(db,
+                              "SELECT quote(name) || quote(name_soundex) || quote(timezone) FROM cachedcities "
+                              "WHERE lat = -33.9"),
               "''''''");
 
     const auto cached = TarvoCity::GetCityForLat(69.66, 18.96, &db, 4, true);  // 1.3 km off
@@ -254,7 +271,8 @@ TEST_F(CityDirectoryTest, ReverseGeocodeCacheAndLastUsedRows) {
     EXPECT_EQ(test::queryText(db, "SELECT count(*) || quote(name) || lat FROM lastused"), "1''-33.9");
     EXPECT_EQ(nameless->cityName(), "") << "missing names are set on the city";
     EXPECT_EQ(nameless->stateName(), "");
-    ASSERT_TRUE(test::runSql(folder_ / "user.sqlite", "UPDATE lastused SET name = NULL, country = NULL, timezone = NULL"));
+    ASSERT_TRUE(
+        test::runSql(folder_ / "user.sqlite", "UPDATE lastused SET name = NULL, country = NULL, timezone = NULL"));
     const auto last = TarvoCity::GetLastUsedCity(db);
     ASSERT_TRUE(last);
     EXPECT_EQ(last->cityName(), "Unknown City");

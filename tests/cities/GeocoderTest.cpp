@@ -148,12 +148,12 @@ TEST_F(WebGeocoderTest, BadAnswersAreErrorsNeverCrashes) {
     EXPECT_NE(result.error->find("HTTP 500"), std::string::npos) << *result.error;
 
     const std::vector<std::string> hostile = {
-        R"({"address": )",                               // cut short
-        "<html>Bad gateway</html>",                      // not JSON
-        R"([{"address":{"city":"London"}}])",            // a list, not an object
-        R"({"address":{"city":42}})",                    // wrong type
-        R"({"address":"London"})",                       // wrong type
-        std::string(100000, '[') + std::string(100000, ']'),  // nested far too deep
+        R"({"address": )",                                                   // cut short
+        "<html>Bad gateway</html>",                                          // not JSON
+        R"([{"address":{"city":"London"}}])",                                // a list, not an object
+        R"({"address":{"city":42}})",                                        // wrong type
+        R"({"address":"London"})",                                           // wrong type
+        std::string(100000, '[') + std::string(100000, ']'),                 // nested far too deep
         "{\"display_name\":\"" + std::string(2 * 1024 * 1024, 'x') + "\"}",  // 2 MiB
     };
     for (const auto& body : hostile) {

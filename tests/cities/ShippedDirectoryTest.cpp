@@ -29,7 +29,8 @@ TEST(ShippedDirectory, EveryPlaceIsFoundAtItsOwnPosition) {
     SqliteStatement sample;
     ASSERT_EQ(sample.prepare(db, "SELECT name, lat, lon FROM cities WHERE rowid % 127 = 0"), 0);
     std::vector<std::tuple<std::string, double, double>> places;
-    while (sample.step() == 100) places.emplace_back(sample.columnText(0), sample.columnDouble(1), sample.columnDouble(2));
+    while (sample.step() == 100)
+        places.emplace_back(sample.columnText(0), sample.columnDouble(1), sample.columnDouble(2));
     ASSERT_GT(places.size(), 190u);
     for (const auto& [name, lat, lon] : places) {
         const auto found = TarvoCity::GetCityForLat(lat, lon, &db, 0, false);

@@ -40,8 +40,9 @@ public:
         writeBytes(folder_ / "admin1.txt",
                    "GB.ENG\tEngland\tEngland\t6269131\nNO.20\tTroms og Finnmark\tTroms og Finnmark\t1\n"
                    "IN.16\tMaharashtra\tMaharashtra\t1264418\n");
-        build_ = runProcess(TARVO_CITYDIRGEN_PATH, {"--out", path().string(), "--dump", (folder_ / "cities.txt").string(),
-                                                    "--admin1", (folder_ / "admin1.txt").string()});
+        build_ =
+            runProcess(TARVO_CITYDIRGEN_PATH, {"--out", path().string(), "--dump", (folder_ / "cities.txt").string(),
+                                               "--admin1", (folder_ / "admin1.txt").string()});
     }
 
     std::filesystem::path path() const { return folder_ / "directory.sqlite"; }

@@ -73,12 +73,14 @@ void countries(const DirectoryOptions& o) {
     const auto all = directory->countries();
     if (o.json) {
         ordered_json list = ordered_json::array();
-        for (const auto& country : all) list.push_back({{"id", country.identifier}, {"code", country.code}, {"name", country.name}});
+        for (const auto& country : all)
+            list.push_back({{"id", country.identifier}, {"code", country.code}, {"name", country.name}});
         printJson(list);
         return;
     }
     std::cout << fmt::format("{:>4}  {:<4}  {}\n", "ID", "Code", "Country");
-    for (const auto& country : all) std::cout << fmt::format("{:>4}  {:<4}  {}\n", country.identifier, country.code, country.name);
+    for (const auto& country : all)
+        std::cout << fmt::format("{:>4}  {:<4}  {}\n", country.identifier, country.code, country.name);
 }
 
 void country(const DirectoryOptions& o) {
@@ -86,7 +88,9 @@ void country(const DirectoryOptions& o) {
     const auto found = directory->country(o.text);
     if (!found) throw UsageError("no country '" + o.text + "' in the city directory (see tarvo cities countries)");
     const Cities cities = TarvoCity::GetAllCities(directory->database(), found->identifier, found->name);
-    if (!o.json) std::cout << fmt::format("{} ({}, {}): {} cities\n", found->name, found->code, found->identifier, cities.size());
+    if (!o.json)
+        std::cout << fmt::format("{} ({}, {}): {} cities\n", found->name, found->code, found->identifier,
+                                 cities.size());
     printPlaces(cities, o.json, "The directory holds no city of " + found->name + ".");
 }
 
@@ -95,7 +99,8 @@ void nearest(const DirectoryOptions& o) {
     const auto city = TarvoCity::GetCityForLat(o.latitude, o.longitude, &directory->database(), o.km, false);
     if (!city) {
         if (o.json) std::cout << "null\n";
-        throw std::runtime_error(fmt::format("no directory city within {} km of {}, {}", o.km, o.latitude, o.longitude));
+        throw std::runtime_error(
+            fmt::format("no directory city within {} km of {}, {}", o.km, o.latitude, o.longitude));
     }
     city->setStateName(directory->stateName(*city));
     const double km = QiblaCalculator::getDistanceBetweenTwoLocations(o.latitude, o.longitude, city->latitude(),
@@ -115,9 +120,12 @@ void cache(const DirectoryOptions& o) {
     const Cities cached = user->cachedCities();
     if (o.clear) {
         TarvoCity::DeleteAllReverseGeocodeCache(user->database());
-        if (!user->cachedCities().empty()) throw UsageError("the cache could not be cleared in " + user->path().string());
-        if (o.json) printJson({{"cleared", cached.size()}});
-        else std::cout << fmt::format("Cleared {} cached place{}.\n", cached.size(), cached.size() == 1 ? "" : "s");
+        if (!user->cachedCities().empty())
+            throw UsageError("the cache could not be cleared in " + user->path().string());
+        if (o.json)
+            printJson({{"cleared", cached.size()}});
+        else
+            std::cout << fmt::format("Cleared {} cached place{}.\n", cached.size(), cached.size() == 1 ? "" : "s");
         return;
     }
     printPlaces(cached, o.json, "The reverse-geocode cache is empty.");
@@ -130,8 +138,11 @@ void lastUsed(const DirectoryOptions& o) {
         if (o.json) std::cout << "null\n";
         throw std::runtime_error("no last used city");
     }
-    if (o.json) printJson(cityJson(*city));
-    else std::cout << fmt::format("{} {} {}\n", city->description(), city->getLatLongString(), city->TimeZone().value_or(""));
+    if (o.json)
+        printJson(cityJson(*city));
+    else
+        std::cout << fmt::format("{} {} {}\n", city->description(), city->getLatLongString(),
+                                 city->TimeZone().value_or(""));
 }
 
 void addDirectoryOption(CLI::App& command, DirectoryOptions& o) {
@@ -144,7 +155,8 @@ void registerCitiesDirectoryCommands(CLI::App& cities) {
     auto o = std::make_shared<DirectoryOptions>();
 
     CLI::App* searchCommand = cities.add_subcommand("search", "Search the city directory by city or country name");
-    searchCommand->add_option("text", o->text, "Part of a city name (letter case ignored) or of a country name")->required();
+    searchCommand->add_option("text", o->text, "Part of a city name (letter case ignored) or of a country name")
+        ->required();
     addDirectoryOption(*searchCommand, *o);
     searchCommand->add_flag("--json", o->json, "Print a JSON list of city objects");
     searchCommand->footer("At most 75 cities, ordered by country then name.");
@@ -156,7 +168,8 @@ void registerCitiesDirectoryCommands(CLI::App& cities) {
     countriesCommand->callback([o] { countries(*o); });
 
     CLI::App* countryCommand = cities.add_subcommand("country", "List the directory's cities of one country");
-    countryCommand->add_option("country", o->text, "ISO 3166-1 numeric code, two-letter code or English name")->required();
+    countryCommand->add_option("country", o->text, "ISO 3166-1 numeric code, two-letter code or English name")
+        ->required();
     addDirectoryOption(*countryCommand, *o);
     countryCommand->add_flag("--json", o->json, "Print a JSON list of city objects");
     countryCommand->callback([o] { country(*o); });

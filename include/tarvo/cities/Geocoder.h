@@ -19,7 +19,7 @@ public:
         std::string locality;            ///< city, town, village or hamlet ("" when unknown)
         std::string administrativeArea;  ///< state or region
         std::string country;
-        std::string formattedAddress;    ///< the whole address on one line, for the log
+        std::string formattedAddress;  ///< the whole address on one line, for the log
     };
 
     /// The places found, best first, and why there are none when that is an error. No
