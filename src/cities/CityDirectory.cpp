@@ -123,21 +123,29 @@ std::optional<CityDirectory::Country> CityDirectory::country(std::string_view id
     return std::nullopt;
 }
 
-std::string CityDirectory::stateName(const TarvoCity& city) {
+std::string CityDirectory::stateName(SqliteDatabase& directory, const TarvoCity& city) {
     std::lock_guard lock(TarvoCity::syncObj());
-    SqliteStatement country;
-    if (country.prepare(database_, "SELECT id FROM countries WHERE name = ?") != SQLITE_OK) return {};
-    country.bindText(1, city.countryName().value_or(""));
-    if (country.step() != SQLITE_ROW) return {};
-    SqliteStatement state;
-    const auto sql =
-        fmt::format("SELECT state_name FROM cities{} WHERE city_name = ? AND latitude = ? AND longitude = ? LIMIT 1",
-                    country.columnInt64(0));
-    if (state.prepare(database_, sql) != SQLITE_OK) return {};
-    state.bindText(1, city.cityName().value_or(""));
-    state.bindDouble(2, city.latitude());
-    state.bindDouble(3, city.longitude());
-    return state.step() == SQLITE_ROW ? state.columnText(0) : std::string();
+    // A city record keeps any country name beginning with "United States" as exactly that,
+    // while the directory may spell it out ("United States of America").
+    SqliteStatement countries;
+    if (countries.prepare(directory,
+                          "SELECT id FROM countries WHERE name = ?1 OR (?1 = 'United States' AND name LIKE "
+                          "'United States%')") != SQLITE_OK) {
+        return {};
+    }
+    countries.bindText(1, city.countryName().value_or(""));
+    while (countries.step() == SQLITE_ROW) {
+        SqliteStatement state;
+        const auto sql = fmt::format(
+            "SELECT state_name FROM cities{} WHERE city_name = ? AND latitude = ? AND longitude = ? LIMIT 1",
+            countries.columnInt64(0));
+        if (state.prepare(directory, sql) != SQLITE_OK) continue;
+        state.bindText(1, city.cityName().value_or(""));
+        state.bindDouble(2, city.latitude());
+        state.bindDouble(3, city.longitude());
+        if (state.step() == SQLITE_ROW) return state.columnText(0);
+    }
+    return {};
 }
 
 }  // namespace tarvo

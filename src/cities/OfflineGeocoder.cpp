@@ -7,19 +7,22 @@
 
 namespace tarvo {
 
-OfflineGeocoder::OfflineGeocoder(std::shared_ptr<CityDirectory> directory) : directory_(std::move(directory)) {}
+OfflineGeocoder::OfflineGeocoder(std::shared_ptr<CityDirectory> directory)
+    : directory_(std::move(directory)), database_(directory_ ? &directory_->database() : nullptr) {}
+
+OfflineGeocoder::OfflineGeocoder(SqliteDatabase* directoryDatabase) : database_(directoryDatabase) {}
 
 Geocoder::Result OfflineGeocoder::reverseGeocode(double latitude, double longitude) {
     Result result;
-    if (!directory_) {
+    if (!database_) {
         result.error = "no city directory";
         return result;
     }
-    const auto city = TarvoCity::GetCityForLat(latitude, longitude, &directory_->database(), kThresholdKm, false);
+    const auto city = TarvoCity::GetCityForLat(latitude, longitude, database_, kThresholdKm, false);
     if (!city) return result;
     Place place;
     place.locality = city->cityName().value_or("");
-    place.administrativeArea = directory_->stateName(*city);
+    place.administrativeArea = CityDirectory::stateName(*database_, *city);
     place.country = city->countryName().value_or("");
     place.formattedAddress = place.administrativeArea.empty()
                                  ? fmt::format("{}, {}", place.locality, place.country)

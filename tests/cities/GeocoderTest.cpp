@@ -226,7 +226,20 @@ TEST(OfflineGeocoder, NamesTheNearestDirectoryCityWithin100Km) {
     result = geocoder.reverseGeocode(52.63, 1.3);  // Norwich, 160 km
     EXPECT_TRUE(result.places.empty());
     EXPECT_FALSE(result.error);
-    EXPECT_TRUE(OfflineGeocoder(nullptr).reverseGeocode(51.5, 0).error);
+    EXPECT_TRUE(OfflineGeocoder(std::shared_ptr<CityDirectory>()).reverseGeocode(51.5, 0).error);
+    EXPECT_TRUE(OfflineGeocoder(static_cast<SqliteDatabase*>(nullptr)).reverseGeocode(51.5, 0).error);
+
+    // Through a connection the caller holds, on the shipped directory: a city of the
+    // "United States of America" (kept as "United States" in a city record) has its state.
+    test::ScopedEnvironment environment;
+    environment.unset(CityDirectory::kEnvironmentVariable);
+    auto shipped = CityDirectory::open("", error);
+    ASSERT_TRUE(shipped) << error;
+    result = OfflineGeocoder(&shipped->database()).reverseGeocode(40.7143, -74.006);
+    ASSERT_EQ(result.places.size(), 1u);
+    EXPECT_EQ(result.places[0].locality, "New York");
+    EXPECT_EQ(result.places[0].administrativeArea, "New York");
+    EXPECT_EQ(result.places[0].country, "United States");
 }
 
 }  // namespace

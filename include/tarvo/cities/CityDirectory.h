@@ -60,7 +60,9 @@ public:
     std::optional<Country> country(std::string_view identifierCodeOrName);
     /// The state of the directory city at exactly this place in this country ("" when the
     /// directory has none or does not hold the city).
-    std::string stateName(const TarvoCity& city);
+    std::string stateName(const TarvoCity& city) { return stateName(database_, city); }
+    /// The same, read through a directory connection the caller holds.
+    static std::string stateName(SqliteDatabase& directory, const TarvoCity& city);
 
 private:
     CityDirectory() = default;
