@@ -145,4 +145,30 @@ bool UserDatabase::selectCity(int64_t primaryKey) {
     return false;
 }
 
+std::vector<std::shared_ptr<TarvoCity>> UserDatabase::cachedCities() {
+    std::lock_guard lock(TarvoCity::syncObj());
+    std::vector<std::shared_ptr<TarvoCity>> cities;
+    SqliteStatement query;
+    if (query.prepare(database_, "SELECT name, country, lat, lon, timezone FROM cachedcities ORDER BY rowid") !=
+        SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] Error: cannot list the cached cities: {}", database_.errorMessage());
+        return cities;
+    }
+    while (query.step() == SQLITE_ROW) {
+        auto city = std::make_shared<TarvoCity>();
+        city->setIsLoadingFromDB(true);
+        city->setCityName(query.columnText(0));
+        city->setCountryName(query.columnText(1));
+        city->setLatitude(query.columnDouble(2));
+        city->setLongitude(query.columnDouble(3));
+        if (!query.columnIsNull(4)) {
+            city->setTimeZone(query.columnText(4));
+            city->setGMT(TarvoCity::kGMTFromTimeZone);
+        }
+        city->setIsLoadingFromDB(false);
+        cities.push_back(std::move(city));
+    }
+    return cities;
+}
+
 }  // namespace tarvo

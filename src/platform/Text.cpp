@@ -4,6 +4,7 @@
 #include <limits>
 
 #include <unicode/locid.h>
+#include <unicode/uchar.h>
 
 namespace tarvo::text {
 
@@ -24,9 +25,19 @@ std::string lowercased(std::string_view utf8) {
 }
 
 std::string trimmed(std::string_view utf8) {
-    icu::UnicodeString text = toUnicode(utf8);
-    text.trim();
-    return toUtf8(text);
+    // White space as Unicode defines it (the White_Space property, so no-break spaces
+    // count too), from both ends.
+    const icu::UnicodeString text = toUnicode(utf8);
+    const auto isWhiteSpace = [](UChar32 c) { return u_hasBinaryProperty(c, UCHAR_WHITE_SPACE) != 0; };
+    int32_t start = 0;
+    int32_t end = text.length();
+    while (start < end && isWhiteSpace(text.char32At(start))) start = text.moveIndex32(start, 1);
+    while (end > start) {
+        const int32_t previous = text.moveIndex32(end, -1);
+        if (!isWhiteSpace(text.char32At(previous))) break;
+        end = previous;
+    }
+    return toUtf8(text.tempSubStringBetween(start, end));
 }
 
 bool equalsIgnoringCase(std::string_view a, std::string_view b) { return lowercased(a) == lowercased(b); }

@@ -50,6 +50,7 @@ TEST_F(TurkishLocale, NamesLowerCaseTheSameEverywhere) {
 TEST(Text, TrimsReadsIntegersAndDates) {
     EXPECT_EQ(text::trimmed("  \t05:30 \n"), "05:30");
     EXPECT_EQ(text::trimmed("\u2003x y\u3000"), "x y");  // em and ideographic spaces
+    EXPECT_EQ(text::trimmed("\u00A0Mecca\u00A0"), "Mecca");  // no-break spaces are white space too
     EXPECT_EQ(text::trimmed(" \t "), "");
 
     EXPECT_EQ(text::integerValue("  42abc"), 42);

@@ -175,7 +175,8 @@ std::shared_ptr<UserDatabase> openUserDatabase() {
 
 void registerCitiesCommand(CLI::App& app) {
     auto options = std::make_shared<CitiesOptions>();
-    CLI::App* cities = app.add_subcommand("cities", "List, add, select and delete the saved cities");
+    CLI::App* cities = app.add_subcommand(
+        "cities", "The saved cities, the city directory, the reverse-geocode cache and the last used city");
     cities->require_subcommand(1);
     cities->footer(fmt::format(
         "The saved cities live in {} in the data folder: $TARVO_HOME, else $XDG_DATA_HOME/tarvo, else "
@@ -211,6 +212,8 @@ void registerCitiesCommand(CLI::App& app) {
         ->required();
     deleteCommand->add_flag("--json", options->json, "Print the deleted city as a JSON object");
     deleteCommand->callback([options] { remove(*options); });
+
+    registerCitiesDirectoryCommands(*cities);
 }
 
 }  // namespace tarvo::cli

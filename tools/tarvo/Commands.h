@@ -36,6 +36,8 @@ void registerNowCommand(CLI::App& app);
 void registerMoonCommand(CLI::App& app);
 void registerSkyCommand(CLI::App& app);
 void registerDishCommand(CLI::App& app);
+/// The directory, cache and last-used subcommands of `tarvo cities`.
+void registerCitiesDirectoryCommands(CLI::App& cities);
 
 /// The user database in the data folder, opened (created and upgraded when needed), or a
 /// UsageError saying why it cannot be used.

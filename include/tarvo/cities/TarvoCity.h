@@ -28,7 +28,7 @@ class SqliteDatabase;
 /// so a new automatic city starts with the user's last choices.
 ///
 /// A city is not locked and belongs to one thread at a time. The database operations (saved
-/// cities, schema upgrades) are class-wide and serialise on syncObj().
+/// cities, schema upgrades, directory, cache) are class-wide and serialise on syncObj().
 class TarvoCity {
 public:
     /// Class name carried by archives of a city.
@@ -158,6 +158,38 @@ public:
     static std::shared_ptr<TarvoCity> initWithPrimaryKey(int64_t primaryKey, SqliteDatabase& database);
     /// Writes a changed city back to its row.
     void dbSync(SqliteDatabase& database);
+
+    // ---- City directory, reverse-geocode cache, last used city ---------------------------
+    // The directory is the read-only database of CityDirectory; the cache (`cachedcities`) and
+    // the last used city (`lastused`) live in the user database. Cities come back filled
+    // silently (no DIRTY tracking). Failures are logged and answered with nothing or an
+    // empty list.
+
+    /// The cities of the country whose `cities<countryID>` table the directory holds, in
+    /// name order, each carrying `countryName`.
+    static std::vector<std::shared_ptr<TarvoCity>> GetAllCities(SqliteDatabase& directory, int64_t countryID,
+                                                                const std::string& countryName);
+    /// At most 75 directory cities whose name contains the text (letter case ignored) or
+    /// whose country contains it, ordered by country then name. Blank text finds nothing.
+    static std::vector<std::shared_ptr<TarvoCity>> GetCities(SqliteDatabase& directory,
+                                                             const std::optional<std::string>& search);
+    /// The nearest place within `thresholdKm` (widened by 6 per cent) of the position: from
+    /// the directory's `cities`, or with `checkCache` from the user database's
+    /// `cachedcities`. Nothing when no database is given or no place is that near. A place at
+    /// the very position is found for any threshold from 0 up.
+    static std::shared_ptr<TarvoCity> GetCityForLat(double latitude, double longitude, SqliteDatabase* database,
+                                                    double thresholdKm, bool checkCache);
+    /// Adds the city (names, position, zone and its name's Soundex code) to the cache.
+    static void saveCityInReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city);
+    /// Removes the cached places at exactly the city's position.
+    static void RemoveFromReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city);
+    static void DeleteAllReverseGeocodeCache(SqliteDatabase& database);
+    /// Makes the city the only row of `lastused` (missing names become "").
+    static void SaveLastUsedCity(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city);
+    /// The last used city, or nothing. It comes back with IsLoadingFromDB still true, so the
+    /// caller's later edits are not tracked until it clears the flag.
+    static std::shared_ptr<TarvoCity> GetLastUsedCity(SqliteDatabase& database);
+    static void RemoveLastUsedCity(SqliteDatabase& database);
 
     // ---- Schema upgrades of the user database --------------------------------------------
     // All statements run on `database`; `staticDatabase` is accepted and not used. Each step

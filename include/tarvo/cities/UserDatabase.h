@@ -5,10 +5,13 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "tarvo/platform/SqliteDatabase.h"
 
 namespace tarvo {
+
+class TarvoCity;
 
 /// The user database of a host: saved cities, the reverse-geocode cache and the last used
 /// city, in one SQLite file in the data folder.
@@ -50,6 +53,9 @@ public:
     /// Makes the city with this primary key the only selected row. False, with nothing
     /// changed, when there is no such city or the database cannot be written.
     bool selectCity(int64_t primaryKey);
+    /// The places of the reverse-geocode cache, oldest first (name, country, position and
+    /// zone; a zone means GMT 50).
+    std::vector<std::shared_ptr<TarvoCity>> cachedCities();
 
 private:
     UserDatabase() = default;

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tarvo/platform/SqliteDatabase.h"
+
+namespace tarvo {
+
+class TarvoCity;
+
+/// The read-only directory of the world's cities shipped with the library (cities.sqlite,
+/// built from GeoNames data): the `cities` table that TarvoCity's search and nearest-city
+/// look-ups read, one `cities<N>` table per country numbered by its ISO 3166-1 numeric code,
+/// and the `countries` table that lists them.
+///
+/// The file is found by this rule, first match wins:
+///   1. the path the host passes to open();
+///   2. the environment variable TARVO_DIRECTORY;
+///   3. `cities.sqlite` beside the running program;
+///   4. the installed file, <prefix>/share/tarvo/cities.sqlite, found relative to the
+///      installed library and then at the prefix the build was configured with;
+///   5. the file of the build tree the library was built in.
+class CityDirectory {
+public:
+    static constexpr std::string_view kFileName = "cities.sqlite";
+    static constexpr const char* kEnvironmentVariable = "TARVO_DIRECTORY";
+
+    /// One country of the directory.
+    struct Country {
+        int64_t identifier;  ///< ISO 3166-1 numeric code, the N of its `cities<N>` table
+        std::string code;    ///< ISO 3166-1 two-letter code
+        std::string name;    ///< English name, as the directory's cities carry it
+    };
+
+    /// The file the rule above chooses when the host names none; nothing when no candidate
+    /// exists (the places looked at are then in `error`).
+    static std::optional<std::filesystem::path> locate(std::string& error);
+    /// Opens the directory read-only: `path`, or the located file when `path` is empty.
+    /// Nothing, with `error` naming the file and saying why, when it is missing or is not a
+    /// city directory.
+    static std::shared_ptr<CityDirectory> open(const std::filesystem::path& path, std::string& error);
+
+    CityDirectory(const CityDirectory&) = delete;
+    CityDirectory& operator=(const CityDirectory&) = delete;
+
+    /// The connection, for TarvoCity's directory operations.
+    SqliteDatabase& database() { return database_; }
+    const std::filesystem::path& path() const { return database_.path(); }
+
+    /// Every country in name order.
+    std::vector<Country> countries();
+    /// The country with this numeric code, two-letter code or name (letter case ignored by
+    /// the root locale's folding); nothing when none matches.
+    std::optional<Country> country(std::string_view identifierCodeOrName);
+    /// The state of the directory city at exactly this place in this country ("" when the
+    /// directory has none or does not hold the city).
+    std::string stateName(const TarvoCity& city) { return stateName(database_, city); }
+    /// The same, read through a directory connection the caller holds.
+    static std::string stateName(SqliteDatabase& directory, const TarvoCity& city);
+
+private:
+    CityDirectory() = default;
+
+    SqliteDatabase database_;
+};
+
+}  // namespace tarvo

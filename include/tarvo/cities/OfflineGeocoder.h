@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+
+#include "tarvo/cities/Geocoder.h"
+
+namespace tarvo {
+
+class CityDirectory;
+class SqliteDatabase;
+
+/// The geocoder that needs no network: the nearest city of the directory within 100 km, as
+/// one place (locality = city, administrative area = its state, country), else no places.
+class OfflineGeocoder : public Geocoder {
+public:
+    /// How far a directory city may be from the position and still name it, in km.
+    static constexpr double kThresholdKm = 100.0;
+
+    /// Without a directory every answer is an error.
+    explicit OfflineGeocoder(std::shared_ptr<CityDirectory> directory);
+    /// Reads the directory through a connection the caller opened and keeps open for the
+    /// geocoder's life (the static database handed to the location update).
+    explicit OfflineGeocoder(SqliteDatabase* directoryDatabase);
+
+    Result reverseGeocode(double latitude, double longitude) override;
+
+private:
+    std::shared_ptr<CityDirectory> directory_;
+    SqliteDatabase* database_ = nullptr;
+};
+
+}  // namespace tarvo

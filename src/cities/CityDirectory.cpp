@@ -1,0 +1,151 @@
+#include "tarvo/cities/CityDirectory.h"
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <mutex>
+
+#include <fmt/format.h>
+#include <sqlite3.h>
+#include <unicode/unistr.h>
+
+#include "platform/LogMacros.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/platform/SqliteStatement.h"
+
+namespace tarvo {
+
+namespace {
+
+std::string folded(std::string_view text) {
+    std::string out;
+    icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())))
+        .foldCase()
+        .toUTF8String(out);
+    return out;
+}
+
+// The folder of the shared library this code is in.
+std::optional<std::filesystem::path> libraryFolder() {
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<void*>(&CityDirectory::locate), &info) == 0 || !info.dli_fname) return std::nullopt;
+    std::error_code ec;
+    const auto file = std::filesystem::canonical(info.dli_fname, ec);
+    if (ec) return std::nullopt;
+    return file.parent_path();
+}
+
+std::optional<std::filesystem::path> programFolder() {
+    std::error_code ec;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", ec);
+    if (ec) return std::nullopt;
+    return program.parent_path();
+}
+
+std::vector<std::filesystem::path> candidates() {
+    std::vector<std::filesystem::path> places;
+    if (const char* variable = std::getenv(CityDirectory::kEnvironmentVariable); variable && *variable) {
+        // A directory named by the environment is the only one looked at: a host that sets
+        // it wants that file or an error, never a silent fall-back to another one.
+        places.emplace_back(variable);
+        return places;
+    }
+    if (auto folder = programFolder()) places.push_back(*folder / CityDirectory::kFileName);
+    if (auto folder = libraryFolder())
+        places.push_back((*folder / TARVO_CITY_DIRECTORY_FROM_LIBDIR).lexically_normal());
+    places.emplace_back(TARVO_INSTALLED_CITY_DIRECTORY);
+    places.emplace_back(TARVO_BUILD_CITY_DIRECTORY);
+    return places;
+}
+
+}  // namespace
+
+std::optional<std::filesystem::path> CityDirectory::locate(std::string& error) {
+    std::string tried;
+    for (const auto& place : candidates()) {
+        std::error_code ec;
+        if (std::filesystem::is_regular_file(place, ec)) return place;
+        tried += (tried.empty() ? "" : ", ") + place.string();
+    }
+    error = "no city directory found (looked at " + tried + ")";
+    return std::nullopt;
+}
+
+std::shared_ptr<CityDirectory> CityDirectory::open(const std::filesystem::path& path, std::string& error) {
+    std::filesystem::path file = path;
+    if (file.empty()) {
+        auto located = locate(error);
+        if (!located) return nullptr;
+        file = *located;
+    }
+    std::shared_ptr<CityDirectory> directory(new CityDirectory());
+    std::error_code ec;
+    if (!std::filesystem::is_regular_file(file, ec)) {
+        error = file.string() + ": no such file";
+        return nullptr;
+    }
+    if (!directory->database_.open(file, SqliteDatabase::kOpenReadOnly)) {
+        error = file.string() + ": " + directory->database_.errorMessage();
+        return nullptr;
+    }
+    // The look-ups scan the whole `cities` table: keep the file in memory (read through a
+    // mapping, and a page cache the size of the shipped file) instead of reading it again
+    // from the system at every call.
+    directory->database_.exec("PRAGMA mmap_size = 268435456");
+    directory->database_.exec("PRAGMA cache_size = -16384");
+    SqliteStatement probe;
+    if (probe.prepare(directory->database_, "SELECT count(*) FROM cities JOIN countries") != SQLITE_OK) {
+        error = file.string() + ": not a city directory (" + directory->database_.errorMessage() + ")";
+        return nullptr;
+    }
+    return directory;
+}
+
+std::vector<CityDirectory::Country> CityDirectory::countries() {
+    std::vector<Country> all;
+    std::lock_guard lock(TarvoCity::syncObj());
+    SqliteStatement query;
+    if (query.prepare(database_, "SELECT id, code, name FROM countries ORDER BY name") != SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] Error: failed to list the countries with message '{}'.", database_.errorMessage());
+        return all;
+    }
+    while (query.step() == SQLITE_ROW) all.push_back({query.columnInt64(0), query.columnText(1), query.columnText(2)});
+    return all;
+}
+
+std::optional<CityDirectory::Country> CityDirectory::country(std::string_view identifierCodeOrName) {
+    const std::string wanted = folded(identifierCodeOrName);
+    for (Country& each : countries()) {
+        if (std::to_string(each.identifier) == wanted || folded(each.code) == wanted || folded(each.name) == wanted) {
+            return std::move(each);
+        }
+    }
+    return std::nullopt;
+}
+
+std::string CityDirectory::stateName(SqliteDatabase& directory, const TarvoCity& city) {
+    std::lock_guard lock(TarvoCity::syncObj());
+    // A city record keeps any country name beginning with "United States" as exactly that,
+    // while the directory may spell it out ("United States of America").
+    SqliteStatement countries;
+    if (countries.prepare(directory,
+                          "SELECT id FROM countries WHERE name = ?1 OR (?1 = 'United States' AND name LIKE "
+                          "'United States%')") != SQLITE_OK) {
+        return {};
+    }
+    countries.bindText(1, city.countryName().value_or(""));
+    while (countries.step() == SQLITE_ROW) {
+        SqliteStatement state;
+        const auto sql = fmt::format(
+            "SELECT state_name FROM cities{} WHERE city_name = ? AND latitude = ? AND longitude = ? LIMIT 1",
+            countries.columnInt64(0));
+        if (state.prepare(directory, sql) != SQLITE_OK) continue;
+        state.bindText(1, city.cityName().value_or(""));
+        state.bindDouble(2, city.latitude());
+        state.bindDouble(3, city.longitude());
+        if (state.step() == SQLITE_ROW) return state.columnText(0);
+    }
+    return {};
+}
+
+}  // namespace tarvo

@@ -1,0 +1,34 @@
+#include "tarvo/cities/OfflineGeocoder.h"
+
+#include <fmt/format.h>
+
+#include "tarvo/cities/CityDirectory.h"
+#include "tarvo/cities/TarvoCity.h"
+
+namespace tarvo {
+
+OfflineGeocoder::OfflineGeocoder(std::shared_ptr<CityDirectory> directory)
+    : directory_(std::move(directory)), database_(directory_ ? &directory_->database() : nullptr) {}
+
+OfflineGeocoder::OfflineGeocoder(SqliteDatabase* directoryDatabase) : database_(directoryDatabase) {}
+
+Geocoder::Result OfflineGeocoder::reverseGeocode(double latitude, double longitude) {
+    Result result;
+    if (!database_) {
+        result.error = "no city directory";
+        return result;
+    }
+    const auto city = TarvoCity::GetCityForLat(latitude, longitude, database_, kThresholdKm, false);
+    if (!city) return result;
+    Place place;
+    place.locality = city->cityName().value_or("");
+    place.administrativeArea = CityDirectory::stateName(*database_, *city);
+    place.country = city->countryName().value_or("");
+    place.formattedAddress = place.administrativeArea.empty()
+                                 ? fmt::format("{}, {}", place.locality, place.country)
+                                 : fmt::format("{}, {}, {}", place.locality, place.administrativeArea, place.country);
+    result.places.push_back(std::move(place));
+    return result;
+}
+
+}  // namespace tarvo

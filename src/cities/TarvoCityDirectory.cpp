@@ -1,0 +1,289 @@
+// TarvoCity's directory operations: country lists, name search and nearest city in the
+// read-only city directory, and the reverse-geocode cache and last used city of the user
+// database.
+#include <mutex>
+
+#include <fmt/format.h>
+#include <sqlite3.h>
+
+#include "cities/CityStatementSlot.h"
+#include "cities/DirectoryGeometry.h"
+#include "platform/LogMacros.h"
+#include "platform/SearchText.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/platform/SqliteDatabase.h"
+#include "tarvo/platform/SqliteStatement.h"
+
+namespace tarvo {
+
+namespace {
+
+using Slot = CityStatementSlot;
+using SlotId = CityStatementSlot::Id;
+
+constexpr const char* kCountryListSql =
+    "SELECT city_name, state_name, latitude, longitude, gmt, timezone FROM cities{} ORDER BY city_name";
+constexpr const char* kSearchSql =
+    "SELECT name, country, lat, lon, timezone FROM cities WHERE lower(name) {} ORDER BY country ASC, name ASC LIMIT "
+    "75";
+constexpr const char* kSearchConditionSql = " LIKE '%{}%' OR country LIKE '%{}%'";
+constexpr const char* kNearestSql =
+    "select {}, name, country, lat, lon, timezone, sinlat, coslat, sinlng, coslng from {} WHERE GEO_DIST_SURR >= {} "
+    "order by GEO_DIST_SURR DESC LIMIT 1";
+constexpr const char* kCacheInsertSql =
+    "INSERT INTO cachedcities (name, name_soundex, country, lat, lon, sinlat, coslat, coslng, sinlng, timezone) "
+    "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)";
+constexpr const char* kCacheDeleteSql = "DELETE FROM cachedcities WHERE lat = ? AND lon = ?";
+constexpr const char* kCacheDeleteAllSql = "DELETE FROM cachedcities";
+constexpr const char* kLastUsedInsertSql =
+    "INSERT INTO lastused (name, country, lat, lon, timezone) VALUES (?, ?, ?, ?, ?)";
+constexpr const char* kLastUsedReadSql = "SELECT name, country, lat, lon, timezone FROM lastused LIMIT 1";
+constexpr const char* kLastUsedClearSql = "DELETE FROM lastused";
+
+int prepareOnce(Slot& slot, const SqliteDatabase& database, const char* sql) {
+    return slot.isEmpty() ? slot.prepare(database, sql) : SQLITE_OK;
+}
+
+std::string textOr(const SqliteStatement& row, int column, const char* fallback) {
+    return row.columnIsNull(column) ? std::string(fallback) : row.columnText(column);
+}
+
+// The zone column of a directory or cache row: a place with a zone takes its offset from it
+// (the GMT marker); one without keeps GMT 0 and gets the empty zone.
+void setZoneFromRow(TarvoCity& city, const SqliteStatement& row, int column) {
+    if (row.columnIsNull(column)) {
+        city.setTimeZone("");
+        return;
+    }
+    city.setTimeZone(row.columnText(column));
+    city.setGMT(TarvoCity::kGMTFromTimeZone);
+}
+
+// Name, country, position and zone from columns first to first + 4.
+std::shared_ptr<TarvoCity> placeFromRow(const SqliteStatement& row, int first, const char* missingName,
+                                        const char* missingCountry) {
+    auto city = std::make_shared<TarvoCity>();
+    city->setIsLoadingFromDB(true);
+    city->setCityName(textOr(row, first, missingName));
+    city->setCountryName(textOr(row, first + 1, missingCountry));
+    city->setLatitude(row.columnDouble(first + 2));
+    city->setLongitude(row.columnDouble(first + 3));
+    setZoneFromRow(*city, row, first + 4);
+    return city;
+}
+
+}  // namespace
+
+std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetAllCities(SqliteDatabase& directory, int64_t countryID,
+                                                                const std::string& countryName) {
+    std::lock_guard lock(syncObj());
+    TARVO_LOG_DEBUG("[DB] [DB] Get All Cities");
+    std::vector<std::shared_ptr<TarvoCity>> cities;
+    SqliteStatement query;
+    if (query.prepare(directory, fmt::format(kCountryListSql, countryID)) != SQLITE_OK) {
+        TARVO_LOG_ERROR("Error: failed to get cities statement with message '{}'.", directory.errorMessage());
+        return cities;
+    }
+    // The statement has no parameter, so SQLite refuses this bind and nothing changes. The
+    // operation has always made it; it must stay harmless.
+    query.bindInt64(1, countryID);
+    while (query.step() == SQLITE_ROW) {
+        auto city = std::make_shared<TarvoCity>();
+        city->setIsLoadingFromDB(true);
+        city->setCountryName(countryName);
+        city->setCityName(textOr(query, 0, "Unknown"));
+        city->setStateName(textOr(query, 1, ""));
+        city->setLatitude(query.columnDouble(2));
+        city->setLongitude(query.columnDouble(3));
+        city->setGMT(query.columnDouble(4));
+        city->setTimeZone(textOr(query, 5, ""));
+        city->setIsLoadingFromDB(false);
+        cities.push_back(std::move(city));
+    }
+    query.reset();
+    query.finalize();
+    return cities;
+}
+
+std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetCities(SqliteDatabase& directory,
+                                                             const std::optional<std::string>& search) {
+    std::lock_guard lock(syncObj());
+    TARVO_LOG_DEBUG("[DB] [DB] Get Cities");
+    std::vector<std::shared_ptr<TarvoCity>> cities;
+    if (!search || SearchText::trim(*search).empty()) return cities;
+
+    // The whole text is the term, blanks included: trimming only decides whether there is
+    // anything to search for.
+    const std::string term = SearchText::escapeForSearch(SearchText::lowercased(*search));
+    const std::string condition = fmt::format(kSearchConditionSql, term, term);
+    Slot& slot = Slot::slot(SlotId::searchCities);
+    if (slot.prepare(directory, fmt::format(kSearchSql, condition)) != SQLITE_OK) {
+        TARVO_LOG_ERROR("Error: failed to get cities for country statement with message '{}'.",
+                        directory.errorMessage());
+        slot.empty();
+        return cities;
+    }
+    while (slot.step() == SQLITE_ROW) {
+        auto city = placeFromRow(slot.statement(), 0, "Unknown", "");
+        city->setIsLoadingFromDB(false);
+        cities.push_back(std::move(city));
+    }
+    // Finalised after each use: the statement text changes with every search.
+    slot.empty();
+    return cities;
+}
+
+std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double longitude, SqliteDatabase* database,
+                                                    double thresholdKm, bool checkCache) {
+    if (!database) return nullptr;
+    std::lock_guard lock(syncObj());
+    const auto position = DirectoryGeometry::at(latitude, longitude);
+    const double minimumScore = DirectoryGeometry::minimumScore(thresholdKm);
+    TARVO_LOG_DEBUG("[DB] Get Time Zone For City, {:f}, {:f}, {:f}, {:f}, {:f}", position.sinLat, position.sinLon,
+                    position.cosLat, position.cosLon, minimumScore);
+    const char* table = checkCache ? "cachedcities" : "cities";
+    const std::string sql = fmt::format(kNearestSql, position.scoreExpression(), table, minimumScore);
+
+    Slot& slot = Slot::slot(SlotId::nearestCity);
+    if (slot.prepare(*database, sql) != SQLITE_OK) {
+        TARVO_LOG_ERROR("Error: failed to get time zone statement with message '{}'.", database->errorMessage());
+        slot.empty();
+        return nullptr;
+    }
+    std::shared_ptr<TarvoCity> city;
+    if (slot.step() == SQLITE_ROW) {
+        city = placeFromRow(slot.statement(), 1, "Unknown City", "");
+        city->setIsLoadingFromDB(false);
+    } else {
+        // A plain line, not a "[DB]" one; info level, so a normal run stays quiet.
+        TARVO_LOG_INFO("Did NOT find any city!");
+    }
+    // Rebuilt on every call (its numbers change), so never kept.
+    slot.empty();
+    return city;
+}
+
+void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
+    if (!city) return;
+    std::lock_guard lock(syncObj());
+    TARVO_LOG_DEBUG("[DB] [DB] Save New Cached City");
+    Slot& slot = Slot::slot(SlotId::insertCachedCity);
+    if (prepareOnce(slot, database, kCacheInsertSql) != SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
+        return;
+    }
+    const std::string name = city->cityName().value_or("");
+    // Stored so that a look-up at the very position finds the place with a zero threshold.
+    const auto exact = DirectoryGeometry::at(city->latitude(), city->longitude());
+    const auto position = exact.storedForSelfMatch().value_or(exact);
+    SqliteStatement& insert = slot.statement();
+    insert.bindText(1, name);
+    insert.bindText(2, SearchText::SoundEx(name));
+    insert.bindText(3, city->countryName().value_or(""));
+    insert.bindDouble(4, city->latitude());
+    insert.bindDouble(5, city->longitude());
+    insert.bindDouble(6, position.sinLat);
+    insert.bindDouble(7, position.cosLat);
+    insert.bindDouble(8, position.cosLon);
+    insert.bindDouble(9, position.sinLon);
+    insert.bindText(10, city->TimeZone().value_or(""));
+    const int result = slot.step();
+    slot.reset();
+    if (result != SQLITE_DONE)
+        TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
+}
+
+void TarvoCity::RemoveFromReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
+    if (!city) return;
+    std::lock_guard lock(syncObj());
+    // The insert's opening line: the two operations have always shared it.
+    TARVO_LOG_DEBUG("[DB] [DB] Save New Cached City");
+    Slot& slot = Slot::slot(SlotId::deleteCachedCity);
+    if (prepareOnce(slot, database, kCacheDeleteSql) != SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] Error: failed to delete cached city statement with message '{}'.",
+                        database.errorMessage());
+        return;
+    }
+    slot.statement().bindDouble(1, city->latitude());
+    slot.statement().bindDouble(2, city->longitude());
+    const int result = slot.step();
+    slot.reset();
+    if (result != SQLITE_DONE)
+        TARVO_LOG_ERROR("[DB] Error: failed to delete cached city '{}'.", database.errorMessage());
+}
+
+void TarvoCity::DeleteAllReverseGeocodeCache(SqliteDatabase& database) {
+    std::lock_guard lock(syncObj());
+    TARVO_LOG_DEBUG("[DB] [DB] Save New Cached City");
+    Slot& slot = Slot::slot(SlotId::deleteAllCachedCities);
+    if (prepareOnce(slot, database, kCacheDeleteAllSql) != SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] Error: failed to delete all cached cities statement with message '{}'.",
+                        database.errorMessage());
+        return;
+    }
+    const int result = slot.step();
+    slot.reset();
+    if (result != SQLITE_DONE)
+        TARVO_LOG_ERROR("[DB] Error: failed to delete cached city '{}'.", database.errorMessage());
+}
+
+void TarvoCity::SaveLastUsedCity(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
+    if (!city) return;
+    // The lock is taken before the removal (it is re-entrant), so that two threads saving at
+    // once cannot both empty the table and both insert: it keeps one row, and a reader never
+    // finds it empty in between.
+    std::lock_guard lock(syncObj());
+    RemoveLastUsedCity(database);
+    TARVO_LOG_DEBUG("[DB] [DB] Save Last Used City");
+    Slot& slot = Slot::slot(SlotId::insertLastUsed);
+    if (prepareOnce(slot, database, kLastUsedInsertSql) != SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] Error: failed SaveLastUsedCity with message '{}'.", database.errorMessage());
+        return;
+    }
+    if (!city->cityName()) city->setCityName("");
+    if (!city->countryName()) city->setCountryName("");
+    if (!city->stateName()) city->setStateName("");
+    if (!city->TimeZone()) city->setTimeZone("");
+    SqliteStatement& insert = slot.statement();
+    insert.bindText(1, *city->cityName());
+    insert.bindText(2, *city->countryName());
+    insert.bindDouble(3, city->latitude());
+    insert.bindDouble(4, city->longitude());
+    insert.bindText(5, *city->TimeZone());
+    const int result = slot.step();
+    slot.reset();
+    if (result != SQLITE_DONE) {
+        TARVO_LOG_ERROR("[DB] Error: failed to insert last used city '{}'.", database.errorMessage());
+    }
+}
+
+std::shared_ptr<TarvoCity> TarvoCity::GetLastUsedCity(SqliteDatabase& database) {
+    std::lock_guard lock(syncObj());
+    Slot& slot = Slot::slot(SlotId::readLastUsed);
+    if (prepareOnce(slot, database, kLastUsedReadSql) != SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] Error: failed GetLastUsedCity with message '{}'.", database.errorMessage());
+        return nullptr;
+    }
+    std::shared_ptr<TarvoCity> city;
+    if (slot.step() == SQLITE_ROW) {
+        // Left loading, as it always was: the host edits the returned city untracked until
+        // it clears the flag itself.
+        city = placeFromRow(slot.statement(), 0, "Unknown City", "Unknown Country");
+    }
+    slot.reset();
+    return city;
+}
+
+void TarvoCity::RemoveLastUsedCity(SqliteDatabase& database) {
+    std::lock_guard lock(syncObj());
+    TARVO_LOG_DEBUG("[DB] RemoveLastUsedCity");
+    Slot& slot = Slot::slot(SlotId::clearLastUsed);
+    if (prepareOnce(slot, database, kLastUsedClearSql) != SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] Error: failed RemoveLastUsedCity with message '{}'.", database.errorMessage());
+        return;
+    }
+    slot.step();
+    slot.reset();
+}
+
+}  // namespace tarvo

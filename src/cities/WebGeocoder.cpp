@@ -1,0 +1,215 @@
+#include "tarvo/cities/WebGeocoder.h"
+
+#include <cstdlib>
+#include <memory>
+#include <mutex>
+
+#include <curl/curl.h>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "platform/LogMacros.h"
+#include "platform/SearchText.h"
+#include "tarvo/Version.h"
+#include "tarvo/platform/UserDefaults.h"
+
+namespace tarvo {
+
+namespace {
+
+using json = nlohmann::json;
+
+// Deeper JSON than this is no reverse-geocoding answer; refusing it before parsing keeps a
+// hostile answer from exhausting the stack.
+constexpr int kMaxDepth = 32;
+
+struct Download {
+    std::string body;
+    bool tooLarge = false;
+};
+
+size_t collect(char* data, size_t size, size_t count, void* user) {
+    auto* download = static_cast<Download*>(user);
+    const size_t bytes = size * count;
+    if (download->body.size() + bytes > WebGeocoder::kMaxAnswerBytes) {
+        download->tooLarge = true;
+        return 0;  // makes libcurl stop with a write error
+    }
+    download->body.append(data, bytes);
+    return bytes;
+}
+
+void initialiseCurlOnce() {
+    static std::once_flag once;
+    std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+}
+
+bool tooDeep(std::string_view text) {
+    int depth = 0;
+    bool inString = false;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (inString) {
+            if (c == '\\')
+                ++i;
+            else if (c == '"')
+                inString = false;
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '[' || c == '{') {
+            if (++depth > kMaxDepth) return true;
+        } else if (c == ']' || c == '}') {
+            --depth;
+        }
+    }
+    return false;
+}
+
+// The text of a member that must be a string when present.
+std::optional<std::string> member(const json& object, const char* key, bool& wrongType) {
+    const auto found = object.find(key);
+    if (found == object.end() || found->is_null()) return std::nullopt;
+    if (!found->is_string()) {
+        wrongType = true;
+        return std::nullopt;
+    }
+    return found->get<std::string>();
+}
+
+std::string firstPresent(const json& address, std::initializer_list<const char*> keys, bool& wrongType) {
+    for (const char* key : keys) {
+        if (auto text = member(address, key, wrongType); text && !text->empty()) return *text;
+    }
+    return {};
+}
+
+Geocoder::Result parseAnswer(std::string_view body) {
+    Geocoder::Result result;
+    if (SearchText::trim(body).empty()) return result;  // no answer: no place
+    if (tooDeep(body)) {
+        result.error = "the geocoding service's answer is nested too deeply";
+        return result;
+    }
+    const json answer = json::parse(body, nullptr, false);
+    if (answer.is_discarded()) {
+        result.error = "the geocoding service's answer is not valid JSON";
+        return result;
+    }
+    if (answer.is_null()) return result;
+    if (!answer.is_object()) {
+        result.error = "the geocoding service's answer is not a JSON object";
+        return result;
+    }
+    if (answer.contains("error")) return result;  // "Unable to geocode": nothing there
+    const auto address = answer.find("address");
+    if (address == answer.end() || address->is_null()) return result;
+    bool wrongType = !address->is_object();
+    Geocoder::Place place;
+    if (!wrongType) {
+        place.locality = firstPresent(*address, {"city", "town", "village", "hamlet"}, wrongType);
+        place.administrativeArea = firstPresent(*address, {"state", "region"}, wrongType);
+        place.country = member(*address, "country", wrongType).value_or("");
+    }
+    place.formattedAddress = member(answer, "display_name", wrongType).value_or("");
+    if (wrongType) {
+        result.error = "the geocoding service's answer has unexpected members";
+        return result;
+    }
+    result.places.push_back(std::move(place));
+    return result;
+}
+
+std::optional<std::string> nonEmpty(std::optional<std::string> text) {
+    if (text && SearchText::trim(*text).empty()) return std::nullopt;
+    return text;
+}
+
+}  // namespace
+
+WebGeocoder::WebGeocoder() = default;
+
+WebGeocoder::WebGeocoder(std::string baseURL) : fixedBaseURL_(std::move(baseURL)) {}
+
+std::optional<std::string> WebGeocoder::configuredBaseURL() {
+    if (auto preference = nonEmpty(UserDefaults::sharedUserDefaultsObj()->stringForKey(kURLPreferenceKey))) {
+        return SearchText::trim(*preference);
+    }
+    if (const char* variable = std::getenv(kURLEnvironmentVariable)) {
+        if (auto text = nonEmpty(std::string(variable))) return SearchText::trim(*text);
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> WebGeocoder::baseURL() const {
+    if (fixedBaseURL_) return nonEmpty(fixedBaseURL_);
+    return configuredBaseURL();
+}
+
+void WebGeocoder::setTimeouts(std::chrono::milliseconds connect, std::chrono::milliseconds request) {
+    connectTimeout_ = connect;
+    requestTimeout_ = request;
+}
+
+Geocoder::Result WebGeocoder::reverseGeocode(double latitude, double longitude) {
+    Result result;
+    auto base = baseURL();
+    if (!base) {
+        result.error = fmt::format("no geocoding service is set (preference {}, or {})", kURLPreferenceKey,
+                                   kURLEnvironmentVariable);
+        return result;
+    }
+    if (!base->starts_with("https://") && !base->starts_with("http://")) {
+        result.error = "the geocoding service's address must begin with https:// or http://: " + *base;
+        return result;
+    }
+    while (!base->empty() && base->back() == '/') base->pop_back();
+    const std::string url = fmt::format("{}/reverse?format=jsonv2&lat={:.7f}&lon={:.7f}", *base, latitude, longitude);
+
+    initialiseCurlOnce();
+    std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(), &curl_easy_cleanup);
+    if (!curl) {
+        result.error = "cannot start an HTTP request";
+        return result;
+    }
+    std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers(
+        curl_slist_append(curl_slist_append(nullptr, "Accept: application/json"), "Accept-Language: en"),
+        &curl_slist_free_all);
+    const std::string userAgent = fmt::format("TarvoCore/{}", reinterpret_cast<const char*>(TarvoCoreVersionString));
+    Download download;
+    char errorText[CURL_ERROR_SIZE] = {};
+    CURL* handle = curl.get();
+    curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
+    curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
+    curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(connectTimeout_.count()));
+    curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(requestTimeout_.count()));
+    curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 1L);
+    curl_easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L);
+    curl_easy_setopt(handle, CURLOPT_USERAGENT, userAgent.c_str());
+    curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers.get());
+    curl_easy_setopt(handle, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(kMaxAnswerBytes));
+    curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &collect);
+    curl_easy_setopt(handle, CURLOPT_WRITEDATA, &download);
+    curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, errorText);
+
+    const CURLcode code = curl_easy_perform(handle);
+    if (download.tooLarge || code == CURLE_FILESIZE_EXCEEDED) {
+        result.error = "the geocoding service's answer is too large";
+        return result;
+    }
+    if (code != CURLE_OK) {
+        result.error = fmt::format("geocoding request failed: {}", errorText[0] ? errorText : curl_easy_strerror(code));
+        return result;
+    }
+    long status = 0;
+    curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
+    if (status != 200) {
+        result.error = fmt::format("the geocoding service answered HTTP {}", status);
+        return result;
+    }
+    TARVO_LOG_VERBOSE("Geocoding service answered {} bytes", download.body.size());
+    return parseAnswer(download.body);
+}
+
+}  // namespace tarvo

@@ -1,0 +1,134 @@
+// tarvo cities search|countries|country|nearest|cache|last-used, run as a separate process
+// on the shipped directory and in a fresh data folder.
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "support/DataFolder.h"
+#include "support/RunProcess.h"
+#include "support/SmallDirectory.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/cities/UserDatabase.h"
+
+namespace tarvo {
+namespace {
+
+using json = nlohmann::json;
+using test::runTarvo;
+
+class CitiesDirectoryToolTest : public ::testing::Test {
+protected:
+    static json jsonOf(const std::vector<std::string>& args, int status = 0) {
+        const auto run = runTarvo(args);
+        EXPECT_EQ(run.status, status) << run.err;
+        return json::parse(run.out, nullptr, false);
+    }
+
+    test::ScopedDataFolder folder_;
+    test::ScopedEnvironment environment_;
+};
+
+TEST_F(CitiesDirectoryToolTest, ShippedDirectoryAnswersNearestSearchAndCountries) {
+    environment_.unset("TARVO_DIRECTORY");
+    const json makkah = jsonOf({"cities", "nearest", "--lat", "21.4225", "--lon", "39.8262", "--json"});
+    EXPECT_EQ(makkah["cityName"], "Makkah al Mukarramah");
+    EXPECT_EQ(makkah["countryName"], "Saudi Arabia");
+    EXPECT_EQ(makkah["TimeZone"], "Asia/Riyadh");
+    EXPECT_LT(makkah["distanceKm"].get<double>(), 1.0);
+    const auto text = runTarvo({"cities", "nearest", "--lat", "21.4225", "--lon", "39.8262"});
+    EXPECT_EQ(text.out.rfind("Makkah al Mukarramah, Saudi Arabia [ 21.43 N : 39.83 E ] Asia/Riyadh, 0.", 0), 0u)
+        << text.out;
+
+    const json lon = jsonOf({"cities", "search", "lon", "--json"});
+    EXPECT_EQ(lon.size(), 75u);
+    // Country then name: London, Canada comes early; London, United Kingdom is past the 75th.
+    EXPECT_TRUE(std::any_of(lon.begin(), lon.end(), [](const json& city) {
+        return city["cityName"] == "London" && city["countryName"] == "Canada";
+    }));
+    EXPECT_EQ(jsonOf({"cities", "search", "xqzxqz", "--json"}), json::array());
+
+    const json countries = jsonOf({"cities", "countries", "--json"});
+    EXPECT_GT(countries.size(), 200u);
+    EXPECT_TRUE(std::any_of(countries.begin(), countries.end(), [](const json& country) {
+        return country == json{{"id", 826}, {"code", "GB"}, {"name", "United Kingdom"}};
+    }));
+    const json norway = jsonOf({"cities", "country", "norway", "--json"});
+    EXPECT_TRUE(std::any_of(norway.begin(), norway.end(), [](const json& city) {
+        return city["cityName"] == "Tromsø" && city["GMT"] == 1.0 && city["countryName"] == "Norway";
+    }));
+    EXPECT_TRUE(std::is_sorted(norway.begin(), norway.end(), [](const json& a, const json& b) {
+        return a["cityName"].get<std::string>() < b["cityName"].get<std::string>();
+    }));
+    // Mid-Pacific: nothing within 50 km.
+    const auto none = runTarvo({"cities", "nearest", "--lat", "0", "--lon", "-150"});
+    EXPECT_EQ(none.status, 1);
+    EXPECT_NE(none.err.find("no directory city within 50 km"), std::string::npos) << none.err;
+}
+
+TEST_F(CitiesDirectoryToolTest, DirectoryOptionAndEnvironmentChooseTheFile) {
+    test::SmallDirectory small({{"Only Town", 10, 10, "NG", "", 1, "Africa/Lagos"}});
+    ASSERT_EQ(small.build().status, 0) << small.build().err;
+    EXPECT_EQ(jsonOf({"cities", "search", "town", "--json", "--directory", small.path().string()}).size(), 1u);
+    environment_.set("TARVO_DIRECTORY", small.path().string());
+    EXPECT_EQ(jsonOf({"cities", "nearest", "--lat", "10", "--lon", "10.1", "--km", "20", "--json"})["cityName"],
+              "Only Town");
+}
+
+TEST_F(CitiesDirectoryToolTest, BadInputIsOneLineAndStatus2) {
+    test::TempFolder scratch;
+    test::writeBytes(scratch / "junk.sqlite", "this is no database");
+    const std::vector<std::vector<std::string>> bad = {
+        {"cities", "nearest", "--lat", "91", "--lon", "0"},
+        {"cities", "nearest", "--lat", "0", "--lon", "-180.5"},
+        {"cities", "nearest", "--lat", "0", "--lon", "0", "--km", "-1"},
+        {"cities", "nearest", "--lat", "0", "--lon", "0", "--km", "ten"},
+        {"cities", "nearest", "--lat", "north", "--lon", "0"},
+        {"cities", "search", "x", "--directory", (scratch / "missing.sqlite").string()},
+        {"cities", "countries", "--directory", (scratch / "junk.sqlite").string()},
+        {"cities", "country", "Atlantis"},
+        {"cities", "search"},
+    };
+    for (const auto& args : bad) {
+        const auto run = runTarvo(args);
+        EXPECT_EQ(run.status, 2) << args[1] << " " << args.back();
+        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+        EXPECT_TRUE(run.out.empty()) << run.out;
+    }
+    EXPECT_NE(runTarvo(bad[5]).err.find("missing.sqlite"), std::string::npos);
+    EXPECT_NE(runTarvo(bad[6]).err.find("junk.sqlite"), std::string::npos);
+    EXPECT_EQ(test::readBytes(scratch / "junk.sqlite"), "this is no database");
+    EXPECT_FALSE(std::filesystem::exists(scratch / "missing.sqlite"));
+}
+
+TEST_F(CitiesDirectoryToolTest, CacheAndLastUsedCity) {
+    EXPECT_EQ(jsonOf({"cities", "cache", "--json"}), json::array());
+    EXPECT_EQ(runTarvo({"cities", "last-used"}).status, 1);
+    {
+        std::string error;
+        auto user = UserDatabase::openDefault(error);
+        ASSERT_TRUE(user) << error;
+        TarvoCity::resetStatementCache();
+        auto city = std::make_shared<TarvoCity>();
+        city->setIsLoadingFromDB(true);
+        city->setCityName("Tromsø");
+        city->setCountryName("Norway");
+        city->setLatitude(69.65);
+        city->setLongitude(18.96);
+        city->setTimeZone("Europe/Oslo");
+        TarvoCity::saveCityInReverseGeocodeCache(user->database(), city);
+        TarvoCity::SaveLastUsedCity(user->database(), city);
+        TarvoCity::resetStatementCache();
+    }
+    const json cached = jsonOf({"cities", "cache", "--json"});
+    ASSERT_EQ(cached.size(), 1u);
+    EXPECT_EQ(cached[0]["cityName"], "Tromsø");
+    EXPECT_EQ(cached[0]["GMT"], 50.0);
+    const json last = jsonOf({"cities", "last-used", "--json"});
+    EXPECT_EQ(last["cityName"], "Tromsø");
+    EXPECT_EQ(last["TimeZone"], "Europe/Oslo");
+    EXPECT_EQ(jsonOf({"cities", "cache", "--clear", "--json"}), (json{{"cleared", 1}}));
+    EXPECT_EQ(jsonOf({"cities", "cache", "--json"}), json::array());
+    EXPECT_EQ(runTarvo({"cities", "last-used"}).out.rfind("Tromsø, Norway", 0), 0u) << "clearing the cache keeps it";
+}
+
+}  // namespace
+}  // namespace tarvo

@@ -1,0 +1,318 @@
+// The city directory: the builder's tables, nearest-city thresholds, name search, country
+// lists, and the reverse-geocode cache and last used city of the user database.
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "support/DataFolder.h"
+#include "support/LogCapture.h"
+#include "support/SmallDirectory.h"
+#include "support/SqliteScript.h"
+#include "tarvo/cities/CityDirectory.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/cities/UserDatabase.h"
+
+namespace tarvo {
+namespace {
+
+using test::DumpCity;
+
+class CityDirectoryTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(small_.build().status, 0) << small_.build().err;
+        std::string error;
+        directory_ = CityDirectory::open(small_.path(), error);
+        ASSERT_TRUE(directory_) << error;
+        TarvoCity::resetStatementCache();
+    }
+    void TearDown() override { TarvoCity::resetStatementCache(); }
+
+    std::shared_ptr<TarvoCity> nearest(double lat, double lon, double km) {
+        return TarvoCity::GetCityForLat(lat, lon, &directory_->database(), km, false);
+    }
+    std::vector<std::string> names(const std::vector<std::shared_ptr<TarvoCity>>& cities) {
+        std::vector<std::string> out;
+        for (const auto& city : cities) out.push_back(city->cityName().value_or("?"));
+        return out;
+    }
+
+    test::ScopedDataFolder folder_;
+    test::SmallDirectory small_{test::worldCities()};
+    std::shared_ptr<CityDirectory> directory_;
+};
+
+TEST_F(CityDirectoryTest, BuilderWritesTheTablesFromADump) {
+    SqliteDatabase& db = directory_->database();
+    EXPECT_EQ(test::queryText(db, "SELECT count(*) FROM cities"), "9") << "the non-populated place is left out";
+    EXPECT_EQ(test::queryText(db, "SELECT group_concat(id || ' ' || code || ' ' || name, '; ') FROM countries"),
+              "36 AU Australia; 76 BR Brazil; 148 TD Chad; 356 IN India; 566 NG Nigeria; 578 NO Norway; "
+              "682 SA Saudi Arabia; 826 GB United Kingdom");
+    // Biggest first, so that of two places at one position the bigger is named.
+    EXPECT_EQ(test::queryText(db, "SELECT name FROM cities LIMIT 1"), "Mumbai");
+    EXPECT_EQ(test::queryText(db, "SELECT sinlat || ' ' || coslat FROM cities WHERE name = 'London'"),
+              "0.782700826032452 0.622398117709331");
+    EXPECT_EQ(
+        test::queryText(db, "SELECT city_name || '|' || state_name || '|' || gmt || '|' || timezone FROM cities826"),
+        "London|England|0.0|Europe/London");
+    // The zone's standard offset, summer time or not.
+    EXPECT_EQ(test::queryText(db, "SELECT gmt FROM cities356"), "5.5");
+    EXPECT_EQ(test::queryText(db, "SELECT gmt FROM cities36"), "10.0");
+    EXPECT_EQ(test::queryText(db, "SELECT state_name FROM cities578"), "Troms og Finnmark");
+
+    // A malformed dump is refused with its file and line, and no directory is left behind.
+    test::TempFolder scratch;
+    test::writeBytes(scratch / "bad.txt", test::dumpLine({"Ok", 1, 2, "GB", "", 1, "Europe/London"}, 1) +
+                                              "2\tBroken\tBroken\t\t91.5\t0\tP\n");
+    auto bad = test::runProcess(TARVO_CITYDIRGEN_PATH,
+                                {"--out", (scratch / "out.sqlite").string(), "--dump", (scratch / "bad.txt").string()});
+    EXPECT_EQ(bad.status, 1);
+    EXPECT_NE(bad.err.find("bad.txt:2: expected the 19 columns"), std::string::npos) << bad.err;
+    EXPECT_FALSE(std::filesystem::exists(scratch / "out.sqlite"));
+    test::writeBytes(scratch / "far.txt", test::dumpLine({"Nowhere", 91.5, 0, "GB", "", 1, "Europe/London"}, 1));
+    bad = test::runProcess(TARVO_CITYDIRGEN_PATH,
+                           {"--out", (scratch / "out.sqlite").string(), "--dump", (scratch / "far.txt").string()});
+    EXPECT_EQ(bad.status, 1);
+    EXPECT_NE(bad.err.find("far.txt:1: position 91.5, 0 is out of range"), std::string::npos) << bad.err;
+    EXPECT_EQ(test::runProcess(TARVO_CITYDIRGEN_PATH, {"--out", "x.sqlite"}).status, 2);
+}
+
+TEST_F(CityDirectoryTest, NearestCityHonoursTheThreshold) {
+    test::LogCapture log;
+    // Every place is found at its own position with a zero threshold.
+    for (const auto& city : test::worldCities()) {
+        if (city.featureClass != "P") continue;
+        const auto found = nearest(city.latitude, city.longitude, 0);
+        ASSERT_TRUE(found) << city.name;
+        EXPECT_EQ(found->cityName(), city.name == "Twin Small" ? "Twin Big" : city.name);
+    }
+    const auto london = nearest(51.5074, -0.1278, 3);  // Charing Cross, 0.2 km away
+    ASSERT_TRUE(london);
+    EXPECT_EQ(london->countryName(), "United Kingdom");
+    EXPECT_EQ(london->TimeZone(), "Europe/London");
+    EXPECT_EQ(london->GMT(), TarvoCity::kGMTFromTimeZone);
+    EXPECT_DOUBLE_EQ(london->latitude(), 51.50853);
+    EXPECT_FALSE(london->IsLoadingFromDB());
+    EXPECT_FALSE(london->isDirty());
+    EXPECT_FALSE(nearest(51.5074, -0.1278, 0.1)) << "0.2 km is beyond 0.1 km (+6%)";
+
+    // 105 km is within 100 km widened by 6 per cent; 110 km is not.
+    ASSERT_TRUE(nearest(10, 20, 100));
+    EXPECT_EQ(nearest(10, 20, 100)->cityName(), "Hundred And Five North");
+    EXPECT_FALSE(nearest(10, 20, 99));
+    EXPECT_FALSE(nearest(-30, -50, 100));
+    ASSERT_TRUE(nearest(-30, -50, 104));
+    EXPECT_EQ(nearest(-30, -50, 104)->cityName(), "Hundred And Ten North");
+    EXPECT_EQ(log.count("Did NOT find any city!"), 3u);
+
+    log.clear();
+    nearest(0, 0, 0);
+    EXPECT_EQ(
+        log.lines("[DB] Get Time Zone For City"),
+        std::vector<std::string>{"[DB] Get Time Zone For City, 0.000000, 0.000000, 1.000000, 1.000000, 1000.000000"});
+    EXPECT_FALSE(TarvoCity::GetCityForLat(0, 0, nullptr, 10, false));
+    // The cache table does not exist in the directory: a logged failure, nothing found.
+    EXPECT_FALSE(TarvoCity::GetCityForLat(0, 0, &directory_->database(), 10, true));
+    EXPECT_TRUE(log.hasError("Error: failed to get time zone statement with message 'no such table: cachedcities'."));
+}
+
+TEST_F(CityDirectoryTest, SearchMatchesNamesAndCountriesSafely) {
+    SqliteDatabase& db = directory_->database();
+    EXPECT_EQ(names(TarvoCity::GetCities(db, "LON")), std::vector<std::string>{"London"});
+    EXPECT_EQ(names(TarvoCity::GetCities(db, "tromsø")), std::vector<std::string>{"Tromsø"});
+    // Country matches: every city of the country, ordered by country then name.
+    EXPECT_EQ(names(TarvoCity::GetCities(db, "united")), std::vector<std::string>{"London"});
+    EXPECT_EQ(names(TarvoCity::GetCities(db, "twin")), (std::vector<std::string>{"Twin Big", "Twin Small"}));
+    const auto mumbai = TarvoCity::GetCities(db, "mumbai");
+    ASSERT_EQ(mumbai.size(), 1u);
+    EXPECT_EQ(mumbai[0]->countryName(), "India");
+    EXPECT_EQ(mumbai[0]->TimeZone(), "Asia/Kolkata");
+    EXPECT_EQ(mumbai[0]->GMT(), TarvoCity::kGMTFromTimeZone);
+
+    // Blank text finds nothing, without touching the database (a closed one would fail).
+    test::LogCapture log;
+    SqliteDatabase closed;
+    EXPECT_TRUE(TarvoCity::GetCities(closed, "  \u00a0\t").empty());
+    EXPECT_TRUE(TarvoCity::GetCities(closed, std::nullopt).empty());
+    EXPECT_TRUE(log.errors().empty());
+
+    const std::vector<std::string> hostile = {"'",
+                                              "''",
+                                              "x' OR '1'='1",
+                                              "'; DROP TABLE cities; --",
+                                              "\\",
+                                              "\\'",
+                                              "%' --",
+                                              "lon%' OR 1=1 --",
+                                              "SELECT * FROM cities",
+                                              "\")",
+                                              std::string("lon\0xyz", 7),
+                                              std::string(100000, 'a'),
+                                              "東京",
+                                              "مكة المكرمة",
+                                              "{}",
+                                              "%q%z",
+                                              "\xc3\x28"};
+    for (const auto& text : hostile) {
+        EXPECT_TRUE(TarvoCity::GetCities(db, text).empty()) << text.substr(0, 40);
+    }
+    // The wildcards keep their meaning: they widen a search, never break it.
+    EXPECT_EQ(TarvoCity::GetCities(db, "%").size(), 9u);
+    EXPECT_EQ(names(TarvoCity::GetCities(db, "l_ndon")), std::vector<std::string>{"London"});
+    EXPECT_TRUE(log.errors().empty()) << log.errors().front();
+    EXPECT_EQ(test::queryText(db, "SELECT count(*) FROM cities"), "9");
+}
+
+TEST(CityDirectorySearch, ReturnsTheFirst75InCountryThenNameOrder) {
+    std::vector<DumpCity> many;
+    for (int i = 0; i < 200; ++i) {
+        const char* country[] = {"FR", "CA", "US"};
+        const char* zone[] = {"Europe/Paris", "America/Toronto", "America/New_York"};
+        many.push_back(
+            {fmt::format("Villeneuve {:03}", 199 - i), 40.0 + i * 0.01, 2.0, country[i % 3], "", i, zone[i % 3]});
+    }
+    test::SmallDirectory small(many);
+    ASSERT_EQ(small.build().status, 0) << small.build().err;
+    std::string error;
+    auto directory = CityDirectory::open(small.path(), error);
+    ASSERT_TRUE(directory) << error;
+    const auto found = TarvoCity::GetCities(directory->database(), "villeneuve");
+    ASSERT_EQ(found.size(), 75u);
+    // Canada has 67 of the 200 (i = 1, 4, ..., 199), then France's first names follow.
+    EXPECT_EQ(found.front()->cityName(), "Villeneuve 000");
+    EXPECT_EQ(found[66]->cityName(), "Villeneuve 198");
+    EXPECT_EQ(found[66]->countryName(), "Canada");
+    EXPECT_EQ(found[67]->cityName(), "Villeneuve 001");
+    EXPECT_EQ(found[67]->countryName(), "France");
+    EXPECT_EQ(found[74]->cityName(), "Villeneuve 022");
+}
+
+TEST_F(CityDirectoryTest, CountryListsCarryStateOffsetAndTheGivenName) {
+    test::LogCapture log;
+    const auto uk = TarvoCity::GetAllCities(directory_->database(), 826, "Great Britain");
+    ASSERT_EQ(uk.size(), 1u);
+    EXPECT_EQ(uk[0]->cityName(), "London");
+    EXPECT_EQ(uk[0]->countryName(), "Great Britain");
+    EXPECT_EQ(uk[0]->stateName(), "England");
+    EXPECT_EQ(uk[0]->GMT(), 0.0);
+    EXPECT_EQ(uk[0]->TimeZone(), "Europe/London");
+    EXPECT_EQ(names(TarvoCity::GetAllCities(directory_->database(), 566, "Nigeria")),
+              (std::vector<std::string>{"Twin Big", "Twin Small"}));
+    EXPECT_EQ(TarvoCity::GetAllCities(directory_->database(), 356, "India")[0]->GMT(), 5.5);
+    EXPECT_TRUE(log.errors().empty()) << "the extra bind is harmless";
+    EXPECT_TRUE(TarvoCity::GetAllCities(directory_->database(), 999, "Nowhere").empty());
+    EXPECT_TRUE(log.hasError("Error: failed to get cities statement with message 'no such table: cities999'."));
+
+    ASSERT_TRUE(directory_->country("gb"));
+    EXPECT_EQ(directory_->country("gb")->name, "United Kingdom");
+    EXPECT_EQ(directory_->country("NORWAY")->identifier, 578);
+    EXPECT_EQ(directory_->country("682")->code, "SA");
+    EXPECT_FALSE(directory_->country("Atlantis"));
+    EXPECT_EQ(directory_->countries().front().name, "Australia");
+}
+
+TEST_F(CityDirectoryTest, ReverseGeocodeCacheAndLastUsedRows) {
+    std::string error;
+    auto user = UserDatabase::open(folder_ / "user.sqlite", error);
+    ASSERT_TRUE(user) << error;
+    SqliteDatabase& db = user->database();
+    test::LogCapture log;
+
+    auto tromso = nearest(69.6489, 18.95508, 0);
+    ASSERT_TRUE(tromso);
+    TarvoCity::saveCityInReverseGeocodeCache(db, tromso);
+    auto nameless = std::make_shared<TarvoCity>();
+    nameless->setIsLoadingFromDB(true);
+    nameless->setLatitude(-33.9);
+    nameless->setLongitude(18.4);
+    TarvoCity::saveCityInReverseGeocodeCache(db, nameless);
+    EXPECT_EQ(test::queryText(db,
+                              "SELECT name || '|' || name_soundex || '|' || country || '|' || timezone FROM "
+                              "cachedcities ORDER BY rowid LIMIT 1"),
+              "Tromsø|T652|Norway|Europe/Oslo");
+    EXPECT_EQ(test::queryText(db,
+                              "SELECT quote(name) || quote(name_soundex) || quote(timezone) FROM cachedcities "
+                              "WHERE lat = -33.9"),
+              "''''''");
+
+    const auto cached = TarvoCity::GetCityForLat(69.66, 18.96, &db, 4, true);  // 1.3 km off
+    ASSERT_TRUE(cached);
+    EXPECT_EQ(cached->cityName(), "Tromsø");
+    EXPECT_EQ(cached->GMT(), TarvoCity::kGMTFromTimeZone);
+    EXPECT_EQ(cached->TimeZone(), "Europe/Oslo");
+    EXPECT_FALSE(TarvoCity::GetCityForLat(69.66, 18.96, &db, 1, true));
+
+    // Istanbul and Moscow score a rounding error below 1000 against their exact sines; the
+    // cache still finds them at their very position.
+    for (const auto& [lat, lon] : {std::pair{41.01384, 28.94966}, std::pair{55.75222, 37.61556}}) {
+        auto place = std::make_shared<TarvoCity>();
+        place->setIsLoadingFromDB(true);
+        place->setCityName("Exact");
+        place->setLatitude(lat);
+        place->setLongitude(lon);
+        TarvoCity::saveCityInReverseGeocodeCache(db, place);
+        const auto found = TarvoCity::GetCityForLat(lat, lon, &db, 0, true);
+        ASSERT_TRUE(found) << lat;
+        EXPECT_EQ(found->latitude(), lat);
+        TarvoCity::RemoveFromReverseGeocodeCache(db, place);
+    }
+
+    TarvoCity::RemoveFromReverseGeocodeCache(db, tromso);
+    EXPECT_EQ(test::queryText(db, "SELECT count(*) FROM cachedcities"), "1");
+    EXPECT_EQ(log.count("[DB] [DB] Save New Cached City"), 7u) << "removal opens with the insert's line";
+    TarvoCity::DeleteAllReverseGeocodeCache(db);
+    EXPECT_EQ(test::queryText(db, "SELECT count(*) FROM cachedcities"), "0");
+
+    EXPECT_FALSE(TarvoCity::GetLastUsedCity(db));
+    TarvoCity::SaveLastUsedCity(db, tromso);
+    TarvoCity::SaveLastUsedCity(db, nameless);
+    EXPECT_EQ(test::queryText(db, "SELECT count(*) || quote(name) || lat FROM lastused"), "1''-33.9");
+    EXPECT_EQ(nameless->cityName(), "") << "missing names are set on the city";
+    EXPECT_EQ(nameless->stateName(), "");
+    ASSERT_TRUE(
+        test::runSql(folder_ / "user.sqlite", "UPDATE lastused SET name = NULL, country = NULL, timezone = NULL"));
+    const auto last = TarvoCity::GetLastUsedCity(db);
+    ASSERT_TRUE(last);
+    EXPECT_EQ(last->cityName(), "Unknown City");
+    EXPECT_EQ(last->countryName(), "Unknown Country");
+    EXPECT_EQ(last->TimeZone(), "");
+    EXPECT_EQ(last->GMT(), 0.0);
+    EXPECT_TRUE(last->IsLoadingFromDB()) << "handed back still loading";
+    TarvoCity::RemoveLastUsedCity(db);
+    EXPECT_FALSE(TarvoCity::GetLastUsedCity(db));
+    EXPECT_TRUE(log.errors().empty()) << log.errors().front();
+}
+
+TEST_F(CityDirectoryTest, ConcurrentLookupsAndCacheWrites) {
+    std::string error;
+    auto user = UserDatabase::open(folder_ / "user.sqlite", error);
+    ASSERT_TRUE(user) << error;
+    std::vector<std::thread> threads;
+    std::atomic<int> wrong{0};
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 25; ++i) {
+                auto city = nearest(51.5, -0.12, 5);
+                if (!city || city->cityName() != "London") ++wrong;
+                if (TarvoCity::GetCities(directory_->database(), "mum").size() != 1) ++wrong;
+                city = std::make_shared<TarvoCity>();
+                city->setIsLoadingFromDB(true);
+                city->setCityName(fmt::format("Place {}", t));
+                city->setLatitude(t);
+                city->setLongitude(i);
+                TarvoCity::saveCityInReverseGeocodeCache(user->database(), city);
+                TarvoCity::SaveLastUsedCity(user->database(), city);
+                if (!TarvoCity::GetLastUsedCity(user->database())) ++wrong;
+            }
+        });
+    }
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(test::queryText(user->database(), "SELECT count(*) FROM cachedcities"), "100");
+    EXPECT_EQ(test::queryText(user->database(), "SELECT count(*) FROM lastused"), "1");
+}
+
+}  // namespace
+}  // namespace tarvo
