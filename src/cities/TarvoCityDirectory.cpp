@@ -40,10 +40,6 @@ constexpr const char* kLastUsedInsertSql =
 constexpr const char* kLastUsedReadSql = "SELECT name, country, lat, lon, timezone FROM lastused LIMIT 1";
 constexpr const char* kLastUsedClearSql = "DELETE FROM lastused";
 
-int prepareOnce(Slot& slot, const SqliteDatabase& database, const char* sql) {
-    return slot.isEmpty() ? slot.prepare(database, sql) : SQLITE_OK;
-}
-
 std::string textOr(const SqliteStatement& row, int column, const char* fallback) {
     return row.columnIsNull(column) ? std::string(fallback) : row.columnText(column);
 }
@@ -117,7 +113,7 @@ std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetCities(SqliteDatabase& dir
     const std::string term = SearchText::escapeForSearch(SearchText::lowercased(*search));
     const std::string condition = fmt::format(kSearchConditionSql, term, term);
     Slot& slot = Slot::slot(SlotId::searchCities);
-    if (slot.prepare(directory, fmt::format(kSearchSql, condition)) != SQLITE_OK) {
+    if (!slot.prepare(directory, fmt::format(kSearchSql, condition))) {
         TARVO_LOG_ERROR("Error: failed to get cities for country statement with message '{}'.",
                         directory.errorMessage());
         slot.empty();
@@ -145,7 +141,7 @@ std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double long
     const std::string sql = fmt::format(kNearestSql, position.scoreExpression(), table, minimumScore);
 
     Slot& slot = Slot::slot(SlotId::nearestCity);
-    if (slot.prepare(*database, sql) != SQLITE_OK) {
+    if (!slot.prepare(*database, sql)) {
         TARVO_LOG_ERROR("Error: failed to get time zone statement with message '{}'.", database->errorMessage());
         slot.empty();
         return nullptr;
@@ -168,7 +164,7 @@ void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const st
     std::lock_guard lock(syncObj());
     TARVO_LOG_DEBUG("[DB] [DB] Save New Cached City");
     Slot& slot = Slot::slot(SlotId::insertCachedCity);
-    if (prepareOnce(slot, database, kCacheInsertSql) != SQLITE_OK) {
+    if (!slot.prepareOnce(database, kCacheInsertSql)) {
         TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
         return;
     }
@@ -199,7 +195,7 @@ void TarvoCity::RemoveFromReverseGeocodeCache(SqliteDatabase& database, const st
     // The insert's opening line: the two operations have always shared it.
     TARVO_LOG_DEBUG("[DB] [DB] Save New Cached City");
     Slot& slot = Slot::slot(SlotId::deleteCachedCity);
-    if (prepareOnce(slot, database, kCacheDeleteSql) != SQLITE_OK) {
+    if (!slot.prepareOnce(database, kCacheDeleteSql)) {
         TARVO_LOG_ERROR("[DB] Error: failed to delete cached city statement with message '{}'.",
                         database.errorMessage());
         return;
@@ -216,7 +212,7 @@ void TarvoCity::DeleteAllReverseGeocodeCache(SqliteDatabase& database) {
     std::lock_guard lock(syncObj());
     TARVO_LOG_DEBUG("[DB] [DB] Save New Cached City");
     Slot& slot = Slot::slot(SlotId::deleteAllCachedCities);
-    if (prepareOnce(slot, database, kCacheDeleteAllSql) != SQLITE_OK) {
+    if (!slot.prepareOnce(database, kCacheDeleteAllSql)) {
         TARVO_LOG_ERROR("[DB] Error: failed to delete all cached cities statement with message '{}'.",
                         database.errorMessage());
         return;
@@ -236,7 +232,7 @@ void TarvoCity::SaveLastUsedCity(SqliteDatabase& database, const std::shared_ptr
     RemoveLastUsedCity(database);
     TARVO_LOG_DEBUG("[DB] [DB] Save Last Used City");
     Slot& slot = Slot::slot(SlotId::insertLastUsed);
-    if (prepareOnce(slot, database, kLastUsedInsertSql) != SQLITE_OK) {
+    if (!slot.prepareOnce(database, kLastUsedInsertSql)) {
         TARVO_LOG_ERROR("[DB] Error: failed SaveLastUsedCity with message '{}'.", database.errorMessage());
         return;
     }
@@ -260,7 +256,7 @@ void TarvoCity::SaveLastUsedCity(SqliteDatabase& database, const std::shared_ptr
 std::shared_ptr<TarvoCity> TarvoCity::GetLastUsedCity(SqliteDatabase& database) {
     std::lock_guard lock(syncObj());
     Slot& slot = Slot::slot(SlotId::readLastUsed);
-    if (prepareOnce(slot, database, kLastUsedReadSql) != SQLITE_OK) {
+    if (!slot.prepareOnce(database, kLastUsedReadSql)) {
         TARVO_LOG_ERROR("[DB] Error: failed GetLastUsedCity with message '{}'.", database.errorMessage());
         return nullptr;
     }
@@ -278,7 +274,7 @@ void TarvoCity::RemoveLastUsedCity(SqliteDatabase& database) {
     std::lock_guard lock(syncObj());
     TARVO_LOG_DEBUG("[DB] RemoveLastUsedCity");
     Slot& slot = Slot::slot(SlotId::clearLastUsed);
-    if (prepareOnce(slot, database, kLastUsedClearSql) != SQLITE_OK) {
+    if (!slot.prepareOnce(database, kLastUsedClearSql)) {
         TARVO_LOG_ERROR("[DB] Error: failed RemoveLastUsedCity with message '{}'.", database.errorMessage());
         return;
     }
