@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -13,6 +14,8 @@ namespace tarvo {
 
 class Calendar;
 class DispatchQueue;
+class Geocoder;
+class SqliteDatabase;
 class IslamicCalendar;
 class Prayer;
 class PrayerConfiguration;
@@ -120,6 +123,31 @@ public:
     /// day list (nothing changed).
     bool determineCurrentAndNextPrayerTimeForCity(const std::shared_ptr<TarvoCity>& city, bool canInformDelegate);
 
+    // ---- Location (TarvoDAOLocation.cpp) -----------------------------------------------
+    static constexpr std::string_view kGPSCityUpdatedNotification = "NOTIFICATION_GPS_CITY_UPDATED";
+    /// Where the last location update found its name.
+    enum class LocationSource { none, directory, cache, web, fallback };
+
+    /// Names the position fix held in `city` (latitude, longitude): from the directory and the
+    /// reverse-geocode cache first (synchronously, no notification), else from the web
+    /// geocoder and then the fallback geocoder on the background pool. A name from the
+    /// network is published on the main queue: cached, made (as a copy) the active city,
+    /// kept as the last used city, and announced by "NOTIFICATION_GPS_CITY_UPDATED" with
+    /// `city` as the object. `city` is changed in place, on whichever thread answers.
+    /// Either database may be empty; the publish step keeps them open until it has run.
+    void updateCityWithReverseGeocodedInformation(const std::shared_ptr<TarvoCity>& city, double thresholdKm,
+                                                  std::shared_ptr<SqliteDatabase> database,
+                                                  std::shared_ptr<SqliteDatabase> staticDB);
+    /// The web geocoder (default: WebGeocoder, which asks nothing unless the user chose a
+    /// service) and the fallback (default: the nearest directory city of `staticDB`).
+    void setWebGeocoder(std::shared_ptr<Geocoder> geocoder);
+    void setFallbackGeocoder(std::shared_ptr<Geocoder> geocoder);
+    /// The source of the last update's name (none until one names the place).
+    LocationSource lastLocationSource() const;
+    /// Called on the main queue with true when a network request starts and false when it
+    /// ends (the platform's network-activity indicator). An empty function removes it.
+    static void setNetworkActivityIndicatorHandler(std::function<void(bool visible)> handler);
+
     // ---- Summary -----------------------------------------------------------------------
     /// A summary of CurrentPrayer and NextPrayer, or nil without an active city or before
     /// the first current-prayer check.
@@ -145,6 +173,9 @@ private:
     std::shared_ptr<Prayer> CurrentPrayer_;
     std::shared_ptr<Prayer> PrevCurrPrayer_;
     std::shared_ptr<Prayer> NextPrayer_;
+    std::shared_ptr<Geocoder> webGeocoder_;
+    std::shared_ptr<Geocoder> fallbackGeocoder_;
+    LocationSource lastLocationSource_ = LocationSource::none;
 };
 
 }  // namespace tarvo
