@@ -33,6 +33,7 @@ void registerConfigCommand(CLI::App& app);
 void registerCitiesCommand(CLI::App& app);
 void registerDayCommand(CLI::App& app);
 void registerNowCommand(CLI::App& app);
+void registerLocateCommand(CLI::App& app);
 void registerMoonCommand(CLI::App& app);
 void registerSkyCommand(CLI::App& app);
 void registerDishCommand(CLI::App& app);

@@ -22,6 +22,7 @@ int main(int argc, char** argv) {
     tarvo::cli::registerCitiesCommand(app);
     tarvo::cli::registerDayCommand(app);
     tarvo::cli::registerNowCommand(app);
+    tarvo::cli::registerLocateCommand(app);
     tarvo::cli::registerMoonCommand(app);
     tarvo::cli::registerSkyCommand(app);
     tarvo::cli::registerDishCommand(app);

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include <httplib.h>
+
+namespace tarvo::test {
+
+using namespace std::chrono_literals;
+
+/// A Nominatim stand-in answering /reverse with what the test sets.
+class GeocodingServer {
+public:
+    GeocodingServer() {
+        server_.Get("/reverse", [this](const httplib::Request& request, httplib::Response& response) {
+            ++requests_;
+            std::string body;
+            int status = 0;
+            std::chrono::milliseconds delay{};
+            {
+                std::lock_guard lock(mutex_);
+                lastQuery_ = request.params;
+                userAgent_ = request.get_header_value("User-Agent");
+                body = body_;
+                status = status_;
+                delay = delay_;
+            }
+            if (delay.count() > 0) std::this_thread::sleep_for(delay);
+            response.status = status;
+            response.set_content(body, "application/json");
+        });
+        port_ = server_.bind_to_any_port("127.0.0.1");
+        thread_ = std::thread([this] { server_.listen_after_bind(); });
+        while (!server_.is_running()) std::this_thread::sleep_for(1ms);
+    }
+    ~GeocodingServer() { stop(); }
+
+    void stop() {
+        server_.stop();
+        if (thread_.joinable()) thread_.join();
+    }
+    void answer(std::string body, int status = 200, std::chrono::milliseconds delay = {}) {
+        std::lock_guard lock(mutex_);
+        body_ = std::move(body);
+        status_ = status;
+        delay_ = delay;
+    }
+    std::string url() const { return "http://127.0.0.1:" + std::to_string(port_); }
+    int requests() const { return requests_; }
+    std::string query(const std::string& name) {
+        std::lock_guard lock(mutex_);
+        const auto found = lastQuery_.find(name);
+        return found == lastQuery_.end() ? "(none)" : found->second;
+    }
+    std::string userAgent() {
+        std::lock_guard lock(mutex_);
+        return userAgent_;
+    }
+
+private:
+    httplib::Server server_;
+    std::thread thread_;
+    int port_ = 0;
+    std::atomic<int> requests_{0};
+    std::mutex mutex_;
+    httplib::Params lastQuery_;
+    std::string userAgent_;
+    std::string body_ = "{}";
+    int status_ = 200;
+    std::chrono::milliseconds delay_{};
+};
+
+}  // namespace tarvo::test

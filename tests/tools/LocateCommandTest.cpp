@@ -1,0 +1,74 @@
+// tarvo locate, run as a person would, with and without a geocoding service on loopback.
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "support/DataFolder.h"
+#include "support/GeocodingServer.h"
+#include "support/RunProcess.h"
+
+using nlohmann::json;
+using tarvo::test::runTarvo;
+
+namespace {
+
+class Locate : public ::testing::Test {
+protected:
+    json locate(const std::vector<std::string>& extra, const std::vector<std::string>& env, int status = 0) {
+        std::vector<std::string> args = {"locate", "--json", "--timeout", "20"};
+        args.insert(args.end(), extra.begin(), extra.end());
+        const auto run = runTarvo(args, env);
+        EXPECT_EQ(run.status, status) << run.err;
+        return run.out.empty() ? json() : json::parse(run.out);
+    }
+    tarvo::test::ScopedDataFolder folder_;
+};
+
+constexpr const char* kAnswer = R"({"place_id":7,"display_name":"Testhausen, Testland",
+  "address":{"town":"Testhausen","state":"Test State","country":"Testland"}})";
+
+}  // namespace
+
+TEST_F(Locate, DirectoryServiceFallbackAndCache) {
+    // Named from the shipped directory, with no service configured and no request made.
+    const json london = locate({"--lat", "51.5074", "--lon", "-0.1278"}, {"TARVO_GEOCODER_URL"});
+    EXPECT_EQ(london["cityName"], "London");
+    EXPECT_EQ(london["source"], "directory");
+
+    tarvo::test::GeocodingServer server;
+    server.answer(kAnswer);
+    const std::vector<std::string> sea = {"--lat", "44.1", "--lon", "-40.2"};
+    const json named = locate(sea, {"TARVO_GEOCODER_URL=" + server.url()});
+    EXPECT_EQ(named["cityName"], "Testhausen");
+    EXPECT_EQ(named["source"], "web");
+    EXPECT_EQ(named["announced"], true);
+    EXPECT_EQ(server.requests(), 1);
+    // The second fix at the same place comes from the cache, without a request.
+    EXPECT_EQ(locate(sea, {"TARVO_GEOCODER_URL=" + server.url()})["source"], "cache");
+    EXPECT_EQ(server.requests(), 1);
+    const auto cache = runTarvo({"cities", "cache", "--json"});
+    EXPECT_NE(cache.out.find("Testhausen"), std::string::npos) << cache.out;
+
+    // The service fails: the nearest directory city within 100 km names the place.
+    server.answer("{}", 500);
+    const json fallback = locate({"--lat", "48.90", "--lon", "2.30", "--km", "1"}, {"TARVO_GEOCODER_URL=" + server.url()});
+    EXPECT_EQ(fallback["source"], "fallback");
+    EXPECT_EQ(fallback["countryName"], "France");
+    EXPECT_EQ(server.requests(), 2);
+
+    // Mid-ocean with a failing service: nothing names it.
+    const json none = locate({"--lat", "-40", "--lon", "-120"}, {"TARVO_GEOCODER_URL=" + server.url()}, 1);
+    EXPECT_EQ(none["source"], "none");
+}
+
+TEST_F(Locate, BadInput) {
+    for (const auto& args : std::vector<std::vector<std::string>>{
+             {"locate", "--lat", "95", "--lon", "0"},
+             {"locate", "--lat", "10"},
+             {"locate", "--lat", "10", "--lon", "10", "--km", "-1"},
+             {"locate", "--lat", "10", "--lon", "10", "--km", "x"},
+             {"locate", "--lat", "10", "--lon", "10", "--directory", "/nonexistent/cities.sqlite"}}) {
+        const auto run = runTarvo(args);
+        EXPECT_EQ(run.status, 2) << args.back();
+        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+    }
+}
