@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
 #include "tarvo/facade/TarvoDAODelegate.h"
@@ -19,7 +20,18 @@ namespace tarvo {
 
 namespace {
 constexpr const char* kDatabaseQueueLabel = "org.tarvo.core.TarvoDAO.dbaccess";
-}
+
+// Hijri dates read the user's correction through the shared facade at every call. The
+// astronomy layer sits below the facade and cannot ask it, so the facade hands it the
+// question when the library is loaded, before any host can call either.
+[[maybe_unused]] const bool kHijriCorrectionInstalled = [] {
+    SunCalculator::setHijriCorrectionSource([] {
+        const auto configuration = TarvoDAO::getSharedInstance()->globalPrayerConfiguration();
+        return configuration ? configuration->HijriCorrection() : int64_t{0};
+    });
+    return true;
+}();
+}  // namespace
 
 std::shared_ptr<TarvoDAO> TarvoDAO::getSharedInstance() {
     // A function-local static is initialised exactly once, even with several threads asking.

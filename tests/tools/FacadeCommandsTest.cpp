@@ -30,7 +30,7 @@ TEST_F(FacadeCommands, NowAfterAsrInMakkah) {
     ASSERT_EQ(run.status, 0) << run.err;
     const json j = json::parse(run.out);
     EXPECT_EQ(j["now"], "2016-01-05T16:00:00+03:00");
-    EXPECT_EQ(j["current"], json({{"type", 3}, {"name", "Asr"}, {"time", "2016-01-05T15:31:00+03:00"}}));
+    EXPECT_EQ(j["current"], json({{"type", 3}, {"name", "Asr"}, {"time", "2016-01-05T15:31:00+03:00"}, {"clock", "15:31"}}));
     EXPECT_EQ(j["next"]["time"], "2016-01-05T17:52:00+03:00");
     EXPECT_EQ(j["delegateCalls"], json({"tarvoDAOCurrentPrayerChanged"}));
     const json& s = j["summary"];
@@ -66,7 +66,7 @@ TEST_F(FacadeCommands, DayListsTheTenRecordsWithTheUsersSettings) {
     const json& p = j["days"][0]["prayers"];
     ASSERT_EQ(p.size(), 10u);
     EXPECT_EQ(p[0], json({{"type", 0}, {"name", "Fajr"}, {"englishName", "Fajr"}, {"time", "2016-01-05T04:53:00+03:00"},
-                          {"adjustmentMinutes", -45}, {"fixedTimings", false}}));
+                          {"clock", "04:53"}, {"adjustmentMinutes", -45}, {"fixedTimings", false}}));
     EXPECT_EQ(p[1]["name"], "Sunrise");  // the tool registers UseSunrise as the host's default
     EXPECT_EQ(p[7]["time"], "2016-01-06T01:43:00+03:00");
 

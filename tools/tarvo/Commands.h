@@ -39,6 +39,10 @@ void registerSkyCommand(CLI::App& app);
 void registerDishCommand(CLI::App& app);
 /// The directory, cache and last-used subcommands of `tarvo cities`.
 void registerCitiesDirectoryCommands(CLI::App& cities);
+void registerAlertsCommand(CLI::App& app);
+void registerDurationCommand(CLI::App& app);
+void registerHijriCommand(CLI::App& app);
+void registerMonthCommand(CLI::App& app);
 
 /// The user database in the data folder, opened (created and upgraded when needed), or a
 /// UsageError saying why it cannot be used.
@@ -50,6 +54,16 @@ nlohmann::ordered_json cityJson(const TarvoCity& city);
 const nlohmann::json& hostDefaults();
 /// Registers hostDefaults() in the shared preferences, once, before a command first uses them.
 void registerHostDefaults();
+
+/// Points the library's bundle at the sound files: $TARVO_RESOURCES, else the installed
+/// share folder. Answers the folder used.
+std::string registerHostResources();
+
+/// --clock 12|24 for the commands that print clock times.
+void addClockOption(CLI::App& command, std::optional<int64_t>& clock);
+/// Makes the host's choice of clock: --clock when given; else, when the environment names
+/// no locale (C or POSIX), a 24-hour clock as terminal tools write it; else the locale's.
+void applyClockOption(const std::optional<int64_t>& clock);
 
 /// Shared option helpers. numberBetween checks a number within inclusive bounds, with a
 /// plain message for text that is not a number.

@@ -1,7 +1,11 @@
 // The tool's own defaults, registered as the host application's.
+#include <cstdlib>
 #include <mutex>
 
 #include "Commands.h"
+#include "tarvo/platform/Bundle.h"
+#include "tarvo/platform/DateFormatter.h"
+#include "tarvo/platform/Locale.h"
 #include "tarvo/platform/UserDefaults.h"
 
 namespace tarvo::cli {
@@ -23,6 +27,23 @@ void registerHostDefaults() {
     // create the data folder.
     static std::once_flag once;
     std::call_once(once, [] { UserDefaults::sharedUserDefaultsObj()->registerDefaults(hostDefaults()); });
+}
+
+std::string registerHostResources() {
+    // The call-to-prayer recordings are not shipped with the tool; the user puts "1.mp3" to
+    // "10.mp3" in this folder.
+    const char* folder = std::getenv("TARVO_RESOURCES");
+    const std::string directory = folder && *folder ? std::string(folder) : std::string(TARVO_SOUNDS_DIR);
+    Bundle::main().setResourceDirectory(directory);
+    return directory;
+}
+
+void applyClockOption(const std::optional<int64_t>& clock) {
+    if (clock) {
+        DateFormatter::setIs24HourClock(*clock == 24);
+    } else if (Locale::environmentLocale().identifier() == "en_US_POSIX") {
+        DateFormatter::setIs24HourClock(true);
+    }
 }
 
 }  // namespace tarvo::cli

@@ -2,6 +2,7 @@
 // delegate's reports and the watch summary, for a place at a moment.
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <regex>
 
 #include <fmt/format.h>
@@ -29,6 +30,7 @@ constexpr const char* kStateNames[] = {"started", "soon", "quarter passed", "hal
 struct NowOptions {
     PlaceOptions place;
     std::string at;
+    std::optional<int64_t> clock;
     bool countdown = false;
     bool json = false;
 };
@@ -68,14 +70,25 @@ Date parseMoment(const std::string& text, const Place& place) {
 
 ordered_json prayerJson(const std::shared_ptr<Prayer>& prayer, const Place& place) {
     if (!prayer) return nullptr;
+    const auto clock = TarvoDAO::getFormattedPrayerTimeForPrayer(prayer, false, false);
     return {{"type", prayer->Type()},
             {"name", prayer->PrayerName()},
-            {"time", prayer->PrayerTime() ? ordered_json(place.iso(*prayer->PrayerTime())) : ordered_json(nullptr)}};
+            {"time", prayer->PrayerTime() ? ordered_json(place.iso(*prayer->PrayerTime())) : ordered_json(nullptr)},
+            {"clock", clock ? ordered_json(*clock) : ordered_json(nullptr)}};
 }
 
-std::string prayerText(const std::shared_ptr<Prayer>& prayer, const Place& place) {
+std::string prayerText(const std::shared_ptr<Prayer>& prayer) {
     if (!prayer) return "none";
-    return prayer->PrayerName() + " " + (prayer->PrayerTime() ? place.iso(*prayer->PrayerTime()) : "(no time)");
+    return prayer->PrayerName() + " " + TarvoDAO::getFormattedPrayerTimeForPrayer(prayer, false, false).value_or("(no time)");
+}
+
+// The time left until the next prayer, in words and as a timer.
+ordered_json countdownJson(const std::shared_ptr<Prayer>& next, Date now) {
+    if (!next || !next->PrayerTime()) return nullptr;
+    const double seconds = next->PrayerTime()->timeIntervalSinceDate(now);
+    return {{"seconds", seconds},
+            {"words", TarvoDAO::getReadableTimeFromSeconds(seconds, true, false)},
+            {"timer", TarvoDAO::getTimerStyleTimeFromSeconds(seconds, true)}};
 }
 
 ordered_json summaryJson(SmartPrayerInfo& info, const Place& place) {
@@ -101,8 +114,13 @@ void printText(const ordered_json& summary, const TarvoDAO& facade, const Record
                const Place& place, Date now) {
     std::cout << "Now:      " << place.iso(now) << " (" << place.city->description() << ", time zone "
               << place.zone.name() << ")\n";
-    std::cout << "Current:  " << prayerText(facade.CurrentPrayer(), place) << "\n";
-    std::cout << "Next:     " << prayerText(facade.NextPrayer(), place) << "\n";
+    std::cout << "Current:  " << prayerText(facade.CurrentPrayer()) << "\n";
+    std::cout << "Next:     " << prayerText(facade.NextPrayer()) << "\n";
+    const ordered_json countdown = countdownJson(facade.NextPrayer(), now);
+    if (!countdown.is_null()) {
+        std::cout << "In:       " << countdown["words"].get<std::string>() << " (" << countdown["timer"].get<std::string>()
+                  << ")\n";
+    }
     std::cout << "Delegate: " << (delegate.calls.empty() ? "no calls" : fmt::format("{}", fmt::join(delegate.calls, ", ")))
               << "\n";
     if (summary.is_null()) {
@@ -124,6 +142,7 @@ void printText(const ordered_json& summary, const TarvoDAO& facade, const Record
 
 void run(const CLI::App& cmd, const NowOptions& o) {
     const Place place = resolvePlace(cmd, o.place);
+    applyClockOption(o.clock);
     if (!o.at.empty()) Clock::installFixed(parseMoment(o.at, place));
     const Date now = Clock::now();
 
@@ -142,6 +161,7 @@ void run(const CLI::App& cmd, const NowOptions& o) {
                                {"timeZone", place.zone.name()},
                                {"current", prayerJson(facade->CurrentPrayer(), place)},
                                {"next", prayerJson(facade->NextPrayer(), place)},
+                               {"countdown", countdownJson(facade->NextPrayer(), now)},
                                {"delegateCalls", delegate->calls},
                                {"summary", summary}};
         std::cout << out.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
@@ -158,6 +178,7 @@ void registerNowCommand(CLI::App& app) {
     addPlaceOptions(*cmd, options->place);
     cmd->add_option("--at", options->at, "The moment as a local time YYYY-MM-DDTHH:MM[:SS] on the place's clock "
                                          "(default: now)");
+    addClockOption(*cmd, options->clock);
     cmd->add_flag("--countdown", options->countdown,
                   "Summary for a countdown: the focus moves to the next prayer 40 minutes after the current one");
     cmd->add_flag("--json", options->json, "Print one JSON object instead of text");

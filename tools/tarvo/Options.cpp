@@ -51,6 +51,11 @@ void addCalculationOptions(CLI::App& command, CalculationOptions& options, const
     command.add_option("--gmt", options.gmt, gmtHelp)->check(numberBetween(-14, 14));
 }
 
+void addClockOption(CLI::App& command, std::optional<int64_t>& clock) {
+    command.add_option("--clock", clock, "12- or 24-hour clock (default: the locale's; 24 without a locale)")
+        ->check(CLI::IsMember({int64_t{12}, int64_t{24}}));
+}
+
 CivilDate parseDate(std::string_view text, std::string_view option) {
     auto bad = [&]() {
         return UsageError(std::string(option) + ": '" + std::string(text) + "' is not a date of the form YYYY-MM-DD");

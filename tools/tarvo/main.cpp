@@ -14,7 +14,8 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     app.set_help_all_flag("--help-all", "Show help for every command");
     app.footer("Environment: TZ (the device's time zone), TARVO_LOG_LEVEL (verbose, debug, info, error), "
-               "TARVO_HOME (the data folder), TARVO_DIRECTORY (the city directory file).");
+               "TARVO_HOME (the data folder), TARVO_DIRECTORY (the city directory file), "
+               "TARVO_RESOURCES (the alert sounds).");
 
     tarvo::cli::registerTimesCommand(app);
     tarvo::cli::registerQiblaCommand(app);
@@ -26,6 +27,10 @@ int main(int argc, char** argv) {
     tarvo::cli::registerMoonCommand(app);
     tarvo::cli::registerSkyCommand(app);
     tarvo::cli::registerDishCommand(app);
+    tarvo::cli::registerMonthCommand(app);
+    tarvo::cli::registerHijriCommand(app);
+    tarvo::cli::registerDurationCommand(app);
+    tarvo::cli::registerAlertsCommand(app);
 
     int status = 0;
     try {

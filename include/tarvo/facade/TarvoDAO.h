@@ -5,10 +5,14 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
+#include "tarvo/platform/AttributedString.h"
+#include "tarvo/platform/Color.h"
 #include "tarvo/platform/Date.h"
+#include "tarvo/platform/Font.h"
 
 namespace tarvo {
 
@@ -152,6 +156,40 @@ public:
     /// A summary of CurrentPrayer and NextPrayer, or nil without an active city or before
     /// the first current-prayer check.
     std::shared_ptr<SmartPrayerInfo> getLatestSmartInfoForCountdownToNextPrayer(bool forCountdown) const;
+
+    // ---- Time texts (TarvoDAOFormatting.cpp) -------------------------------------------
+    // Stateless: they read only the shared facade's LastGeneratedPrayerTimes and its
+    // configuration's IsDateLanguageArabic, and use this thread's own formatters, so any
+    // thread may call them. Clock times follow DateFormatter::Is24HourClock() and come out
+    // in lower case ("5:38 am").
+
+    /// The clock time of entry `type` of the shared facade's LastGeneratedPrayerTimes, or
+    /// nothing when there is no such entry or it has no time.
+    static std::optional<std::string> getFormatterPrayerTimeForPrayer(int64_t type, bool isArabic, bool useSpaces);
+    /// The clock time of the record: "HH:mm" or "h:mm a"; with spaces "HH : mm", and with
+    /// spaces and isArabic minutes first ("mm : HH") so right-to-left display reads hour
+    /// first. Nothing for a nil record or one without a time.
+    static std::optional<std::string> getFormattedPrayerTimeForPrayer(const std::shared_ptr<Prayer>& prayer,
+                                                                      bool isArabic, bool useSpaces);
+    /// "HH:mm" on a 24-hour clock; else "h:mm a" with useAmPM, "h:mm" without.
+    static std::string getFormattedPrayerTimeForDate(Date date, bool useAmPM);
+    /// The spaced clock time of entry `type` with `font` (bold system 15 when nothing) and
+    /// `color` (white when nothing) over it all, `smallerFont` over the AM/PM marker on a
+    /// 12-hour clock, and a paragraph `alignment`; "--" centred when there is no time.
+    static AttributedString getAttributedFormatterPrayerTimeForPrayer(int64_t type, const std::optional<Color>& color,
+                                                                      const std::optional<Font>& font,
+                                                                      const Font& smallerFont, bool isArabic,
+                                                                      int64_t alignment);
+    /// The Arabic name of an English weekday ("Monday", exact case), else "".
+    static std::string getDayInArabic(std::string_view englishDay);
+    /// A duration in words ("1 hour", "1m 30s", "1d 1h 1m 1s"), sign dropped; Arabic-Indic
+    /// digits when the configuration's IsDateLanguageArabic is on.
+    static std::string getReadableTimeFromSeconds(double seconds, bool includeSeconds, bool abbreviatedOnly);
+    /// "HH:MM:SS" of a duration without its whole days, in the current locale's digits;
+    /// `withLeadingZero` is accepted and ignored (the zero is always written).
+    static std::string getTimerStyleTimeFromSeconds(double seconds, bool withLeadingZero);
+    /// The Arabic typeface for a weight ("Bold" -> "Hejaz-Bold"); "Hejaz-Regular" otherwise.
+    static std::string getArabicFontNameForType(std::string_view weight);
 
 private:
     // Makes the two calendars on first use (before the global lock is taken).

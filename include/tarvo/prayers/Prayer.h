@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Date.h"
@@ -84,6 +85,57 @@ public:
     bool operator==(const Prayer& other) const { return Type_ == other.Type_; }
     /// The hash of PrayerName (types with the same name share it).
     size_t hash() const;
+
+    // ---- Alert settings (PrayerAlerts.cpp) ----------------------------------------------
+    // Per-prayer keys in the shared preferences, named by the type's prefix: "Fajr" (types 0
+    // and 8), "Sunrise" (1 and 9), "Dhuhr", "Asr", "Sunset", "Maghrib", "Isha", "Qiyam"; other
+    // types use the bare suffixes. Every write is synchronised at once, so the app's
+    // extensions and the watch see it.
+
+    /// The selected sound's value under "<P>SoundAlert": 0 none, 1 to 10 a built-in sound,
+    /// 100 the user-picked file.
+    static constexpr int64_t kUserPickedSound = 100;
+
+    /// The key prefix of a type ("" for types without alert keys of their own).
+    static std::string_view alertKeyPrefix(int64_t type);
+    /// The sound a type gets when sound is switched on with none selected.
+    static int64_t defaultAlertSoundForType(int64_t type);
+    /// The display name of sound value 0 to 10 ("No Alert", "Makkah Azan 1", ...) through
+    /// the host's localisation; "" for any other value.
+    static std::string localizedNameForAlertSound(int64_t value);
+
+    /// Sound on: not switched off and a sound selected; with `check`, also not all sounds off
+    /// ("SoundAlertsDisabled").
+    bool isSoundAlertEnabledCheckGlobalSetting(bool check) const;
+    bool isVibrateAlertEnabled() const;
+    /// Sound off (the selected sound is kept, so switching on restores it).
+    void turnSoundAlertOFF() const;
+    /// Sound on; with no sound selected, the type's default is stored (as its decimal text).
+    void turnSoundAlertON() const;
+    /// Vibration only.
+    void turnVibrateAlertON() const;
+    /// The selected sound's name while sound is on ("" for the user-picked file), else
+    /// "Vibrate only" or "No Alert", localised.
+    std::string getNameForCurrentPrayerSelection() const;
+    bool canPlayPrealert() const;
+    void setCanPlayPrealert(bool enabled) const;
+    /// The integer value of "<P>SoundAlert".
+    int64_t builtInAlertType() const;
+    /// Selects a sound (0 to 10, or kUserPickedSound) as a number; the on/off switch is kept.
+    void setBuiltInAlertType(int64_t sound) const;
+    /// The global switch "SoundAlertsDisabled" (all sounds off), stored as 1 or 0 the way
+    /// the configuration saves it.
+    static bool soundAlertsDisabled();
+    static void setSoundAlertsDisabled(bool disabled);
+    /// The resource number of the built-in sound this prayer plays ("Knock Knock" instead of
+    /// a call to prayer at sunrise and Qiyam), or nothing when no built-in sound is selected.
+    std::optional<int64_t> builtInAlertResource() const;
+    /// The sound file to play: the built-in resource "<n>.mp3" when it exists in the bundle
+    /// (and *isBuiltIn set to true), the user-picked path for value 100 (*isBuiltIn
+    /// untouched), else nothing. `isBuiltIn` may be null.
+    std::optional<std::string> pathToAlertFile(bool* isBuiltIn) const;
+    /// Stores the user-picked file (nothing removes it); the selected value is not changed.
+    void setPathToCustomAlert(const std::optional<std::string>& path) const;
 
 private:
     bool isFixedTimings_ = false;

@@ -1,0 +1,159 @@
+// Hijri and Gregorian dates: the arithmetical Islamic calendar moved by the user's Hijri
+// correction, as dates, texts and date parts.
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+#include "tarvo/astronomy/SunCalculator.h"
+#include "tarvo/platform/Calendar.h"
+#include "tarvo/platform/DateFormatter.h"
+#include "tarvo/platform/IslamicCalendar.h"
+#include "tarvo/platform/Locale.h"
+#include "tarvo/platform/TimeZone.h"
+
+namespace tarvo {
+
+namespace {
+
+constexpr const char* kGregorianTextFormat = "dd MMM YYYY";
+constexpr const char* kHijriTextFormat = "d MMMM y";
+
+// The objects every operation shares. The formatter is made once for the process: its
+// locale is decided by the locale current at that moment. The Islamic calendar follows the
+// device's zone, so it is made again when the zone changes.
+struct Shared {
+    std::mutex mutex;
+    std::optional<DateFormatter> formatter;
+    std::unique_ptr<IslamicCalendar> islamic;
+    std::string islamicZone;
+    SunCalculator::HijriCorrectionSource correction;
+
+    static Shared& instance() {
+        static Shared* shared = new Shared();  // lives as long as the process
+        return *shared;
+    }
+
+    // Call with the mutex held.
+    DateFormatter& dateFormatter() {
+        if (!formatter) {
+            formatter.emplace();
+            formatter->setDateStyle(DateFormatter::LongStyle);
+            formatter->setTimeStyle(DateFormatter::NoStyle);
+            formatter->setCalendarIdentifier("gregorian");
+            const Locale current = Locale::currentLocale();
+            // A device set to Arabic digits gets Saudi Arabic dates; any other keeps its own
+            // locale with lower-case day periods.
+            if (current.identifier().ends_with("numbers=arab")) {
+                formatter->setLocale(Locale("ar_SA"));
+            } else {
+                formatter->setLocale(current);
+                formatter->setAMSymbol("am");
+                formatter->setPMSymbol("pm");
+            }
+        }
+        return *formatter;
+    }
+
+    // Call with the mutex held.
+    const IslamicCalendar& islamicCalendar() {
+        const TimeZone zone = TimeZone::systemDefault();
+        if (!islamic || islamicZone != zone.name()) {
+            islamic = std::make_unique<IslamicCalendar>(zone);
+            islamicZone = zone.name();
+        }
+        return *islamic;
+    }
+};
+
+// The start of the Hijri day in the device's zone, before any correction.
+Date startOfHijriDay(Shared& shared, int64_t day, int64_t month, int64_t year) {
+    DateComponents c;
+    c.year = year;
+    c.month = month;
+    c.day = day;
+    return shared.islamicCalendar().dateFromComponents(c);
+}
+
+std::vector<int32_t> parts(const DateComponents& c) {
+    return {static_cast<int32_t>(c.day), static_cast<int32_t>(c.month), static_cast<int32_t>(c.year),
+            static_cast<int32_t>(c.weekday)};
+}
+
+}  // namespace
+
+void SunCalculator::setHijriCorrectionSource(HijriCorrectionSource source) {
+    Shared& shared = Shared::instance();
+    std::lock_guard lock(shared.mutex);
+    shared.correction = std::move(source);
+}
+
+int64_t SunCalculator::hijriCorrection() {
+    HijriCorrectionSource source;
+    {
+        Shared& shared = Shared::instance();
+        std::lock_guard lock(shared.mutex);
+        source = shared.correction;
+    }
+    // Asked outside the lock: the source may take locks of its own.
+    return source ? source() : 0;
+}
+
+Date SunCalculator::getDateForDay(int64_t day, int64_t month, int64_t year) {
+    DateComponents c;
+    c.year = year;
+    c.month = month;
+    c.day = day;
+    return Calendar().dateFromComponents(c);
+}
+
+Date SunCalculator::getDateFromHijriDay(int64_t day, int64_t month, int64_t year) {
+    const int64_t correction = hijriCorrection();
+    Shared& shared = Shared::instance();
+    std::lock_guard lock(shared.mutex);
+    // The shared formatter gets its pattern here too, as it always has; nothing uses it.
+    shared.dateFormatter().setDateFormat(kGregorianTextFormat);
+    return Calendar().dateByAddingDays(-correction, startOfHijriDay(shared, day, month, year));
+}
+
+std::string SunCalculator::convertToGregorianFromHijriDay(int64_t day, int64_t month, int64_t year) {
+    const Date date = getDateFromHijriDay(day, month, year);
+    Shared& shared = Shared::instance();
+    std::lock_guard lock(shared.mutex);
+    DateFormatter& formatter = shared.dateFormatter();
+    formatter.setDateFormat(kGregorianTextFormat);
+    return formatter.stringFromDate(date);
+}
+
+std::vector<int32_t> SunCalculator::getCompsForGregorianFromHijriDay(int64_t day, int64_t month, int64_t year) {
+    const int64_t correction = hijriCorrection();
+    Shared& shared = Shared::instance();
+    std::lock_guard lock(shared.mutex);
+    const Calendar gregorian;
+    DateComponents offset;
+    offset.day = -correction;
+    const Date date = gregorian.dateByAddingComponents(offset, startOfHijriDay(shared, day, month, year));
+    return parts(gregorian.components(date));
+}
+
+std::vector<int32_t> SunCalculator::getCompsForHijriFromDate(Date date) {
+    const int64_t correction = hijriCorrection();
+    Shared& shared = Shared::instance();
+    std::lock_guard lock(shared.mutex);
+    DateComponents hijri = shared.islamicCalendar().components(date, correction);
+    // The weekday is the moment's own: the correction moves the Hijri date, not the day.
+    hijri.weekday = Calendar().components(date).weekday;
+    return parts(hijri);
+}
+
+std::string SunCalculator::convertToHijriFromDate(Date date) {
+    const int64_t correction = hijriCorrection();
+    Shared& shared = Shared::instance();
+    std::lock_guard lock(shared.mutex);
+    DateFormatter hijri(shared.dateFormatter());
+    hijri.setCalendarIdentifier("islamic-civil");
+    hijri.setDateFormat(kHijriTextFormat);
+    return hijri.stringFromDate(Calendar().dateByAddingDays(correction, date));
+}
+
+}  // namespace tarvo

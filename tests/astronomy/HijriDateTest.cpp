@@ -1,0 +1,63 @@
+// Hijri and Gregorian dates with the user's correction, read through the facade at each
+// call; around the Hijri new year 1446 (8 July 2024 in the arithmetical calendar) and a
+// Gregorian new year where the week-based year shows.
+#include "support/FacadeFixture.h"
+#include "tarvo/astronomy/SunCalculator.h"
+
+using namespace tarvo;
+using tarvo::test::FacadeTest;
+
+namespace {
+
+class HijriDates : public FacadeTest {
+protected:
+    static std::string ymd(Date date) {
+        const DateComponents c = Calendar().components(date);
+        return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}", c.year, c.month, c.day, c.hour, c.minute);
+    }
+    static std::vector<int32_t> parts(int32_t day, int32_t month, int32_t year, int32_t weekday) {
+        return {day, month, year, weekday};
+    }
+};
+
+}  // namespace
+
+TEST_F(HijriDates, HijriToGregorianWithCorrections) {
+    // 1 Ramadan 1445 is Monday 11 March 2024.
+    EXPECT_EQ(ymd(SunCalculator::getDateFromHijriDay(1, 9, 1445)), "2024-03-11 00:00");
+    EXPECT_EQ(SunCalculator::convertToGregorianFromHijriDay(1, 9, 1445), "11 Mar 2024");
+    EXPECT_EQ(SunCalculator::getCompsForGregorianFromHijriDay(1, 9, 1445), parts(11, 3, 2024, 2));
+    // 1445 is a leap year: Dhu al-Hijjah has 30 days, then 1446 begins.
+    EXPECT_EQ(SunCalculator::convertToGregorianFromHijriDay(30, 12, 1445), "07 Jul 2024");
+    EXPECT_EQ(SunCalculator::getCompsForGregorianFromHijriDay(1, 1, 1446), parts(8, 7, 2024, 2));
+
+    // A correction read afresh at each call: +2 moves two days earlier, -1 one day later.
+    setPreferences({{"HijriCorrection", 2}});
+    EXPECT_EQ(SunCalculator::hijriCorrection(), 2);
+    EXPECT_EQ(SunCalculator::convertToGregorianFromHijriDay(1, 9, 1445), "09 Mar 2024");
+    EXPECT_EQ(SunCalculator::getCompsForGregorianFromHijriDay(1, 1, 1446), parts(6, 7, 2024, 7));
+    EXPECT_EQ(ymd(SunCalculator::getDateFromHijriDay(1, 1, 1446)), "2024-07-06 00:00");
+    setPreferences({{"HijriCorrection", -1}});
+    EXPECT_EQ(SunCalculator::getCompsForGregorianFromHijriDay(30, 12, 1445), parts(8, 7, 2024, 2));
+
+    // The year in the text is the week-based one: Monday 30 December 2024 is in the first
+    // week of 2025 (28 Jumada al-Akhirah 1446).
+    setPreferences({{"HijriCorrection", 0}});
+    EXPECT_EQ(SunCalculator::getCompsForGregorianFromHijriDay(28, 6, 1446), parts(30, 12, 2024, 2));
+    EXPECT_EQ(SunCalculator::convertToGregorianFromHijriDay(28, 6, 1446), "30 Dec 2025");
+
+    EXPECT_EQ(ymd(SunCalculator::getDateForDay(29, 2, 2024)), "2024-02-29 00:00");
+}
+
+TEST_F(HijriDates, GregorianToHijriIsTheInverse) {
+    const Date newYear = at(2024, 7, 8, 21, 0);  // evening of 8 July, still 1 Muharram
+    EXPECT_EQ(SunCalculator::getCompsForHijriFromDate(newYear), parts(1, 1, 1446, 2));
+    EXPECT_EQ(SunCalculator::convertToHijriFromDate(newYear), "1 Muharram 1446");
+    EXPECT_EQ(SunCalculator::getCompsForHijriFromDate(at(2024, 7, 7, 9, 0)), parts(30, 12, 1445, 1));
+
+    setPreferences({{"HijriCorrection", 1}});
+    // With +1 the new year starts a day earlier, both ways round.
+    EXPECT_EQ(SunCalculator::getCompsForHijriFromDate(at(2024, 7, 7, 9, 0)), parts(1, 1, 1446, 1));
+    EXPECT_EQ(SunCalculator::getCompsForGregorianFromHijriDay(1, 1, 1446), parts(7, 7, 2024, 1));
+    EXPECT_EQ(SunCalculator::convertToHijriFromDate(at(2024, 3, 10, 9, 0)), "1 Ramadan 1445");
+}

@@ -1,0 +1,208 @@
+// tarvo alerts, duration, hijri and month, and the clock and countdown of day and now, run
+// as a person would, in a fresh data folder. The locale rules are fixed for a process's
+// life, so each locale is its own run of the tool.
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "support/DataFolder.h"
+#include "support/RunProcess.h"
+
+using nlohmann::json;
+using tarvo::test::runTarvo;
+
+namespace {
+
+const std::vector<std::string> kMakkah = {"--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "4"};
+const std::string kArabicDigits = "LANG=ar_SA.UTF-8@numbers=arab";
+
+std::vector<std::string> with(std::vector<std::string> head, const std::vector<std::string>& tail) {
+    head.insert(head.end(), tail.begin(), tail.end());
+    return head;
+}
+
+std::string line(const std::string& text, const std::string& start) {
+    const auto at = text.find(start);
+    if (at == std::string::npos) return {};
+    return text.substr(at, text.find('\n', at) - at);
+}
+
+class TextCommands : public ::testing::Test {
+protected:
+    tarvo::test::ScopedDataFolder folder_;
+};
+
+}  // namespace
+
+TEST_F(TextCommands, AlertsListSetAndTheGlobalSwitch) {
+    tarvo::test::TempFolder sounds;
+    tarvo::test::writeBytes(sounds / "8.mp3", "x");
+    const std::string resources = "TARVO_RESOURCES=" + sounds.path().string();
+
+    ASSERT_EQ(runTarvo({"alerts", "set", "Sunrise", "--on", "--sound", "1", "--prealert", "on"}).status, 0);
+    ASSERT_EQ(runTarvo({"alerts", "set", "6", "--on"}).status, 0);
+    ASSERT_EQ(runTarvo({"alerts", "set", "Fajr", "--vibrate", "--file", "/music/a.m4a"}).status, 0);
+    auto run = runTarvo({"alerts", "--json"}, {resources});
+    ASSERT_EQ(run.status, 0) << run.err;
+    json j = json::parse(run.out);
+    const json& a = j["alerts"];
+    ASSERT_EQ(a.size(), 10u);
+    // Sunrise: the call to prayer becomes the knock, which is installed.
+    EXPECT_EQ(a[1]["soundOn"], true);
+    EXPECT_EQ(a[1]["soundName"], "Makkah Azan 1");
+    EXPECT_EQ(a[1]["file"], (sounds / "8.mp3").string());
+    EXPECT_EQ(a[1]["builtIn"], true);
+    EXPECT_EQ(a[1]["preAlert"], true);
+    // Tomorrow's sunrise plays the azan itself, whose file is missing.
+    EXPECT_EQ(a[9]["file"], nullptr);
+    EXPECT_EQ(a[9]["missingFile"], (sounds / "1.mp3").string());
+    // Isha switched on with no sound: its default, Telmari Azan.
+    EXPECT_EQ(a[6]["sound"], 4);
+    EXPECT_EQ(a[6]["soundName"], "Telmari Azan");
+    // Fajr vibrates with the picked file selected.
+    EXPECT_EQ(a[0]["vibrateOnly"], true);
+    EXPECT_EQ(a[0]["soundName"], "Vibrate only");
+    EXPECT_EQ(a[0]["sound"], 100);
+    EXPECT_EQ(a[0]["file"], "/music/a.m4a");
+    EXPECT_EQ(a[0]["builtIn"], false);
+    EXPECT_EQ(a[4]["alertID"], "");
+
+    // The stored text form of the default sound.
+    EXPECT_EQ(runTarvo({"config", "get", "IshaSoundAlert", "--json"}).out, "\"4\"\n");
+
+    run = runTarvo({"alerts", "all-off"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(line(run.out, "6 Isha").find("sound on, all sounds off"), std::string::npos) << run.out;
+    j = json::parse(runTarvo({"alerts", "--json"}).out);
+    EXPECT_EQ(j["soundAlertsDisabled"], true);
+    EXPECT_EQ(j["alerts"][6]["soundOn"], false);
+    EXPECT_EQ(j["alerts"][6]["soundOnIgnoringGlobal"], true);
+    ASSERT_EQ(runTarvo({"alerts", "all-on"}).status, 0);
+    EXPECT_EQ(json::parse(runTarvo({"alerts", "--json"}).out)["alerts"][6]["soundOn"], true);
+
+    // Without the recordings the listing says which file is missing.
+    run = runTarvo({"alerts"}, {"TARVO_RESOURCES=" + (sounds / "none").string()});
+    EXPECT_NE(line(run.out, "1 Sunrise").find("missing " + (sounds / "none" / "8.mp3").string()), std::string::npos)
+        << run.out;
+}
+
+TEST_F(TextCommands, DurationsInWordsTimerAndArabicDigits) {
+    EXPECT_EQ(runTarvo({"duration", "90061", "--seconds"}).out, "1d 1h 1m 1s\n");
+    EXPECT_EQ(runTarvo({"duration", "90061"}).out, "1d 1h 1m\n");
+    EXPECT_EQ(runTarvo({"duration", "3909", "--timer"}).out, "01:05:09\n");
+    EXPECT_EQ(runTarvo({"duration", "--seconds", "--", "-90"}).out, "1m 30s\n");
+    EXPECT_EQ(runTarvo({"duration", "3600", "--short"}).out, "1h\n");
+    EXPECT_EQ(runTarvo({"duration", "90061", "--seconds"}, {kArabicDigits, "LC_ALL"}).out,
+              "\u0661d \u0661h \u0661m \u0661s\n");
+    EXPECT_EQ(runTarvo({"duration", "3909", "--timer"}, {kArabicDigits, "LC_ALL"}).out,
+              "\u0660\u0661:\u0660\u0665:\u0660\u0669\n");
+}
+
+TEST_F(TextCommands, HijriDatesBothWaysWithTheCorrection) {
+    auto run = runTarvo({"hijri", "1", "9", "1445", "--json"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(json::parse(run.out), json({{"text", "11 Mar 2024"}, {"date", "2024-03-11"}, {"parts", {11, 3, 2024, 2}}}));
+    EXPECT_EQ(runTarvo({"hijri", "1", "9", "1445"}).out.substr(0, 12), "11 Mar 2024\n");
+
+    ASSERT_EQ(runTarvo({"config", "set", "HijriCorrection", "2", "--type", "int"}).status, 0);
+    EXPECT_EQ(json::parse(runTarvo({"hijri", "1", "9", "1445", "--json"}).out)["text"], "09 Mar 2024");
+    run = runTarvo({"hijri", "--date", "2024-03-09", "--json"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(json::parse(run.out), json({{"text", "1 Ramadan 1445"}, {"date", "2024-03-09"}, {"parts", {1, 9, 1445, 7}}}));
+
+    // The formatter takes Saudi Arabic for a locale with Arabic digits, for the process's life.
+    ASSERT_EQ(runTarvo({"config", "set", "HijriCorrection", "0", "--type", "int"}).status, 0);
+    EXPECT_EQ(line(runTarvo({"hijri", "1", "9", "1445"}, {kArabicDigits, "LC_ALL"}).out, ""),
+              "\u0661\u0661 \u0645\u0627\u0631\u0633 \u0662\u0660\u0662\u0664");
+    // An English locale keeps its own month names.
+    EXPECT_EQ(line(runTarvo({"hijri", "1", "9", "1445"}, {"LANG=en_GB.UTF-8", "LC_ALL"}).out, ""), "11 Mar 2024");
+}
+
+TEST_F(TextCommands, MonthTimetableAsTableCsvAndJson) {
+    const auto args = with(with({"month"}, kMakkah), {"--month", "2016-01"});
+    auto run = runTarvo(args);
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(line(run.out, "2016-01-05"),
+              "2016-01-05  Tuesday    24 Rabi\u02BB I 1437         05:38     07:00     12:26     15:31     17:52     19:22"
+              "     01:43");
+    EXPECT_NE(run.out.find("2016-01-31"), std::string::npos);
+
+    run = runTarvo(with(args, {"--csv", "--clock", "12"}));
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 32);  // header + 31 days
+    EXPECT_EQ(line(run.out, "date,"), "date,weekday,hijri,fajr,sunrise,dhuhr,asr,maghrib,isha,qiyam");
+    EXPECT_EQ(line(run.out, "2016-01-05"), "2016-01-05,Tuesday,24 Rabi\u02BB I 1437,5:38 am,7:00 am,12:26 pm,3:31 pm,"
+                                           "5:52 pm,7:22 pm,1:43 am");
+
+    ASSERT_EQ(runTarvo({"config", "set", "ShowPrayerNamesInArabic", "yes", "--type", "bool"}).status, 0);
+    run = runTarvo(with(with({"month"}, kMakkah), {"--month", "2016-02", "--json"}));
+    ASSERT_EQ(run.status, 0) << run.err;
+    const json j = json::parse(run.out);
+    EXPECT_EQ(j["monthNumber"], 2);
+    EXPECT_EQ(j["islamicMonthNumber"], 4);  // 1 February 2016 is 21 Rabi' II 1437
+    ASSERT_EQ(j["days"].size(), 29u);       // a leap February
+    EXPECT_EQ(j["days"][0]["weekday"], "الإثنين");
+    EXPECT_EQ(j["days"][0]["hijri"]["parts"], json({21, 4, 1437, 2}));
+    EXPECT_EQ(j["days"][0]["times"]["isha"].get<std::string>().size(), 5u);
+}
+
+TEST_F(TextCommands, DayAndNowWriteTheClockAndTheCountdown) {
+    auto run = runTarvo(with(with({"now"}, kMakkah), {"--at", "2016-01-05T14:26", "--clock", "12", "--json"}));
+    ASSERT_EQ(run.status, 0) << run.err;
+    json j = json::parse(run.out);
+    EXPECT_EQ(j["next"]["clock"], "3:31 pm");
+    EXPECT_EQ(j["countdown"], json({{"seconds", 3900.0}, {"words", "1h 5m"}, {"timer", "01:05:00"}}));
+    run = runTarvo(with(with({"now"}, kMakkah), {"--at", "2016-01-05T15:30:30", "--clock", "24"}));
+    EXPECT_EQ(line(run.out, "In:"), "In:       30 seconds (00:00:30)") << run.out;
+    EXPECT_EQ(line(run.out, "Next:"), "Next:     Asr 15:31") << run.out;
+
+    run = runTarvo(with(with({"day"}, kMakkah), {"--date", "2016-01-05", "--clock", "12"}));
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.out.find("Asr            3:31 pm\n"), std::string::npos) << run.out;
+    EXPECT_EQ(line(run.out, "Next:"), "") << run.out;  // the day is long past
+    // Today's list always has something to count down to: tomorrow's Fajr and Sunrise are in it.
+    j = json::parse(runTarvo(with(with({"day"}, kMakkah), {"--json"})).out);
+    ASSERT_FALSE(j["next"].is_null());
+    EXPECT_GT(j["next"]["seconds"].get<double>(), 0);
+}
+
+TEST_F(TextCommands, BadInputIsOneLineAndStatusTwoAndChangesNothing) {
+    const std::vector<std::vector<std::string>> bad = {
+        {"alerts", "set", "Zuhr", "--on"},
+        {"alerts", "set", "10", "--on"},
+        {"alerts", "set", "Asr", "--on", "--sound", "11"},
+        {"alerts", "set", "Asr", "--on", "--sound", "-1"},
+        {"alerts", "set", "Asr", "--on", "--sound", "99"},
+        {"alerts", "set", "Asr", "--on", "--off"},
+        {"alerts", "set", "Asr"},
+        {"alerts", "set", "Asr", "--on", "--prealert", "maybe"},
+        {"duration", "abc"},
+        {"duration", "nan"},
+        {"duration", "inf"},
+        {"duration", "12s"},
+        {"hijri", "1", "13", "1445"},
+        {"hijri", "0", "9", "1445"},
+        {"hijri", "31", "9", "1445"},
+        {"hijri", "1", "9", "10000"},
+        {"hijri", "1", "9"},
+        {"hijri", "1", "9", "1445", "--date", "2024-03-11"},
+        {"hijri", "--date", "2024-02-30"},
+        with(with({"month"}, kMakkah), {"--month", "2016-13"}),
+        with(with({"month"}, kMakkah), {"--month", "2016-1"}),
+        with(with({"month"}, kMakkah), {"--month", "2016-01", "--json", "--csv"}),
+        with(with({"month"}, kMakkah), {"--clock", "13"}),
+        with(with({"day"}, kMakkah), {"--clock", "0"}),
+    };
+    for (const auto& args : bad) {
+        const auto run = runTarvo(args);
+        EXPECT_EQ(run.status, 2) << args[0] << " " << args[1] << " " << run.out;
+        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+        EXPECT_TRUE(run.out.empty()) << run.out;
+    }
+    // None of the rejected alert changes reached the store.
+    const json j = json::parse(runTarvo({"alerts", "--json"}).out);
+    EXPECT_EQ(j["alerts"][3]["sound"], 0);
+    EXPECT_EQ(j["alerts"][3]["soundOn"], false);
+    for (const char* command : {"alerts", "duration", "hijri", "month"}) {
+        EXPECT_EQ(runTarvo({command, "--help"}).status, 0) << command;
+    }
+}

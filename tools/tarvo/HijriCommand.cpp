@@ -1,0 +1,105 @@
+// tarvo hijri: the Gregorian date of a Hijri date, or the Hijri date of a day, with the
+// user's Hijri correction.
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "Commands.h"
+#include "tarvo/astronomy/SunCalculator.h"
+#include "tarvo/facade/TarvoDAO.h"
+#include "tarvo/platform/Calendar.h"
+#include "tarvo/platform/Clock.h"
+
+namespace tarvo::cli {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+constexpr const char* kWeekdays[] = {"Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"};
+
+struct HijriOptions {
+    std::vector<int64_t> hijri;
+    std::string date;
+    bool json = false;
+};
+
+std::string weekdayName(int32_t weekday) { return weekday >= 1 && weekday <= 7 ? kWeekdays[weekday - 1] : "?"; }
+
+void print(const ordered_json& out, bool json, const std::string& heading) {
+    if (json) {
+        std::cout << out.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
+        return;
+    }
+    const auto& p = out["parts"];
+    std::cout << out["text"].get<std::string>() << "\n"
+              << heading << fmt::format("{} {} {}, {}", p[0].get<int>(), p[1].get<int>(), p[2].get<int>(),
+                                        weekdayName(p[3].get<int32_t>()))
+              << "\n";
+}
+
+void toGregorian(const HijriOptions& o) {
+    const int64_t day = o.hijri[0];
+    const int64_t month = o.hijri[1];
+    const int64_t year = o.hijri[2];
+    if (month < 1 || month > 12) throw UsageError(fmt::format("Hijri month {} is outside 1 to 12", month));
+    if (day < 1 || day > 30) throw UsageError(fmt::format("Hijri day {} is outside 1 to 30", day));
+    if (year < 1 || year > 9999) throw UsageError(fmt::format("Hijri year {} is outside 1 to 9999", year));
+    TarvoDAO::getSharedInstance();  // the correction is the configuration's
+    const std::vector<int32_t> parts = SunCalculator::getCompsForGregorianFromHijriDay(day, month, year);
+    const ordered_json out{{"text", SunCalculator::convertToGregorianFromHijriDay(day, month, year)},
+                           {"date", fmt::format("{:04}-{:02}-{:02}", parts[2], parts[1], parts[0])},
+                           {"parts", parts}};
+    print(out, o.json, "Gregorian " + out["date"].get<std::string>() + ": ");
+}
+
+void toHijri(const HijriOptions& o) {
+    const Calendar calendar;
+    DateComponents noon = calendar.components(Clock::now());
+    if (!o.date.empty()) {
+        const CivilDate d = parseDate(o.date, "--date");
+        noon.year = d.year;
+        noon.month = d.month;
+        noon.day = d.day;
+    }
+    noon.hour = 12;
+    noon.minute = noon.second = noon.nanosecond = 0;
+    const Date moment = calendar.dateFromComponents(noon);
+    TarvoDAO::getSharedInstance();
+    const ordered_json out{{"text", SunCalculator::convertToHijriFromDate(moment)},
+                           {"date", fmt::format("{:04}-{:02}-{:02}", noon.year, noon.month, noon.day)},
+                           {"parts", SunCalculator::getCompsForHijriFromDate(moment)}};
+    print(out, o.json, "Hijri of " + out["date"].get<std::string>() + ": ");
+}
+
+void run(const HijriOptions& o) {
+    if (!o.hijri.empty() && o.hijri.size() != 3) throw UsageError("give the Hijri date as DAY MONTH YEAR");
+    if (!o.hijri.empty() && !o.date.empty()) throw UsageError("give either a Hijri date or --date, not both");
+    if (o.hijri.empty()) {
+        toHijri(o);
+    } else {
+        toGregorian(o);
+    }
+}
+
+}  // namespace
+
+void registerHijriCommand(CLI::App& app) {
+    auto options = std::make_shared<HijriOptions>();
+    CLI::App* cmd = app.add_subcommand("hijri", "Convert a Hijri date to Gregorian, or show a day's Hijri date");
+    cmd->add_option("DATE", options->hijri, "Hijri DAY MONTH YEAR (day 1-30, month 1-12, year 1-9999)")
+        ->expected(0, 3);
+    cmd->add_option("--date", options->date, "Without a Hijri date: the Gregorian day YYYY-MM-DD (default: today)");
+    cmd->add_flag("--json", options->json, "Print one JSON object: text, date (YYYY-MM-DD) and parts "
+                                           "[day, month, year, weekday (1 Sunday)]");
+    cmd->footer("The arithmetical Islamic calendar, moved by HijriCorrection from the shared preferences "
+                "(tarvo config set HijriCorrection 1 --type int: each Hijri day starts a day earlier). The "
+                "Gregorian text writes the week-based year, as the apps do.");
+    cmd->callback([options] { run(*options); });
+}
+
+}  // namespace tarvo::cli
