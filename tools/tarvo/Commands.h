@@ -12,6 +12,7 @@
 #include "tarvo/platform/Date.h"
 
 namespace tarvo {
+class Calendar;
 class TimeZone;
 class TarvoCity;
 class UserDatabase;
@@ -90,9 +91,12 @@ struct CivilDate {
 };
 CivilDate parseDate(std::string_view text, std::string_view option);
 
-/// "YYYY-MM-DDTHH:MM" read as a wall-clock time in the device's zone (TZ), or a UsageError
+/// "YYYY-MM-DDTHH:MM[:SS]" read as a wall-clock time in the device's zone (TZ), or a UsageError
 /// naming the option.
 Date parseMoment(std::string_view text, std::string_view option);
+/// Noon of a YYYY-MM-DD date in the calendar's zone (today's when `date` is empty), or a
+/// UsageError naming the option.
+Date noonOf(const std::string& date, std::string_view option, const Calendar& calendar);
 /// The moment of --at when given, else now.
 Date momentOrNow(const std::string& at, std::string_view option);
 

@@ -59,16 +59,8 @@ void toGregorian(const HijriOptions& o) {
 
 void toHijri(const HijriOptions& o) {
     const Calendar calendar;
-    DateComponents noon = calendar.components(Clock::now());
-    if (!o.date.empty()) {
-        const CivilDate d = parseDate(o.date, "--date");
-        noon.year = d.year;
-        noon.month = d.month;
-        noon.day = d.day;
-    }
-    noon.hour = 12;
-    noon.minute = noon.second = noon.nanosecond = 0;
-    const Date moment = calendar.dateFromComponents(noon);
+    const Date moment = noonOf(o.date, "--date", calendar);
+    const DateComponents noon = calendar.components(moment);
     TarvoDAO::getSharedInstance();
     const ordered_json out{{"text", SunCalculator::convertToHijriFromDate(moment)},
                            {"date", fmt::format("{:04}-{:02}-{:02}", noon.year, noon.month, noon.day)},

@@ -3,7 +3,6 @@
 #include <iostream>
 #include <memory>
 #include <optional>
-#include <regex>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -44,29 +43,6 @@ public:
     }
     std::vector<std::string> calls;
 };
-
-// "YYYY-MM-DDTHH:MM[:SS]" on the place's clock.
-Date parseMoment(const std::string& text, const Place& place) {
-    static const std::regex pattern(R"((\d{4}-\d{2}-\d{2})T(\d{2}):(\d{2})(?::(\d{2}))?)");
-    std::smatch m;
-    const auto bad = [&] { return UsageError("--at: '" + text + "' is not a local time of the form YYYY-MM-DDTHH:MM[:SS]"); };
-    if (!std::regex_match(text, m, pattern)) throw bad();
-    CivilDate d{};
-    try {
-        d = parseDate(m[1].str(), "--at");
-    } catch (const UsageError&) {
-        throw bad();
-    }
-    DateComponents c;
-    c.year = d.year;
-    c.month = d.month;
-    c.day = d.day;
-    c.hour = std::stoi(m[2].str());
-    c.minute = std::stoi(m[3].str());
-    c.second = m[4].matched ? std::stoi(m[4].str()) : 0;
-    if (c.hour > 23 || c.minute > 59 || c.second > 59) throw bad();
-    return Calendar(place.zone).dateFromComponents(c);
-}
 
 ordered_json prayerJson(const std::shared_ptr<Prayer>& prayer, const Place& place) {
     if (!prayer) return nullptr;
@@ -143,7 +119,8 @@ void printText(const ordered_json& summary, const TarvoDAO& facade, const Record
 void run(const CLI::App& cmd, const NowOptions& o) {
     const Place place = resolvePlace(cmd, o.place);
     applyClockOption(o.clock);
-    if (!o.at.empty()) Clock::installFixed(parseMoment(o.at, place));
+    // The place's zone is the device's by now, so --at reads on the place's clock.
+    if (!o.at.empty()) Clock::installFixed(parseMoment(o.at, "--at"));
     const Date now = Clock::now();
 
     auto facade = TarvoDAO::getSharedInstance();

@@ -1,4 +1,5 @@
 #include <cmath>
+#include <vector>
 
 #include <fmt/format.h>
 #include <iostream>
@@ -67,15 +68,21 @@ CivilDate parseDate(std::string_view text, std::string_view option) {
 
 Date parseMoment(std::string_view text, std::string_view option) {
     auto bad = [&]() {
-        return UsageError(std::string(option) + ": '" + std::string(text) + "' is not a time of the form YYYY-MM-DDTHH:MM");
+        return UsageError(std::string(option) + ": '" + std::string(text) +
+                          "' is not a time of the form YYYY-MM-DDTHH:MM[:SS]");
     };
-    if (text.size() != 16 || text[10] != 'T' || text[13] != ':') throw bad();
-    for (size_t i : {11, 12, 14, 15}) {
+    const bool withSeconds = text.size() == 19;
+    if ((text.size() != 16 && !withSeconds) || text[10] != 'T' || text[13] != ':') throw bad();
+    if (withSeconds && text[16] != ':') throw bad();
+    std::vector<size_t> digits = {11, 12, 14, 15};
+    if (withSeconds) digits.insert(digits.end(), {17, 18});
+    for (size_t i : digits) {
         if (text[i] < '0' || text[i] > '9') throw bad();
     }
     const int hour = std::stoi(std::string(text.substr(11, 2)));
     const int minute = std::stoi(std::string(text.substr(14, 2)));
-    if (hour > 23 || minute > 59) throw bad();
+    const int second = withSeconds ? std::stoi(std::string(text.substr(17, 2))) : 0;
+    if (hour > 23 || minute > 59 || second > 59) throw bad();
     CivilDate date{};
     try {
         date = parseDate(text.substr(0, 10), option);
@@ -88,7 +95,21 @@ Date parseMoment(std::string_view text, std::string_view option) {
     c.day = date.day;
     c.hour = hour;
     c.minute = minute;
+    c.second = second;
     return Calendar().dateFromComponents(c);
+}
+
+Date noonOf(const std::string& date, std::string_view option, const Calendar& calendar) {
+    DateComponents noon = calendar.components(Date::now());
+    if (!date.empty()) {
+        const CivilDate d = parseDate(date, option);
+        noon.year = d.year;
+        noon.month = d.month;
+        noon.day = d.day;
+    }
+    noon.hour = 12;
+    noon.minute = noon.second = noon.nanosecond = 0;
+    return calendar.dateFromComponents(noon);
 }
 
 Date momentOrNow(const std::string& at, std::string_view option) {

@@ -118,19 +118,7 @@ std::string Place::day(Date moment) const {
 }
 
 Date Place::noonOf(const std::string& date, std::string_view option) const {
-    const Calendar calendar(zone);
-    DateComponents noon;
-    if (date.empty()) {
-        noon = calendar.components(Date::now());
-    } else {
-        const CivilDate d = parseDate(date, option);
-        noon.year = d.year;
-        noon.month = d.month;
-        noon.day = d.day;
-    }
-    noon.hour = 12;
-    noon.minute = noon.second = noon.nanosecond = 0;
-    return calendar.dateFromComponents(noon);
+    return cli::noonOf(date, option, Calendar(zone));
 }
 
 }  // namespace tarvo::cli

@@ -121,18 +121,8 @@ void run(TimesOptions o) {
 
     // The moment asked about is noon of the date in the device's own zone.
     const Calendar device;
-    DateComponents noon;
-    if (o.date.empty()) {
-        noon = device.components(Date::now());
-    } else {
-        const CivilDate d = parseDate(o.date, "--date");
-        noon.year = d.year;
-        noon.month = d.month;
-        noon.day = d.day;
-    }
-    noon.hour = 12;
-    noon.minute = noon.second = noon.nanosecond = 0;
-    const Date moment = device.dateFromComponents(noon);
+    const Date moment = noonOf(o.date, "--date", device);
+    const DateComponents noon = device.components(moment);
     const std::string dateText = fmt::format("{:04}-{:02}-{:02}", noon.year, noon.month, noon.day);
 
     PrayerCalculator calculator;
