@@ -16,6 +16,7 @@
 
 #include "calculation/BuiltInMethods.h"
 #include "platform/LogMacros.h"
+#include "platform/PureResultCache.h"
 #include "tarvo/astronomy/QiblaCalculator.h"
 #include "tarvo/calculation/DubaiFixedTimes.h"
 #include "tarvo/calculation/KLFixedTimes.h"
@@ -43,6 +44,19 @@ const TimeZone& gmtZone() {
     return zone;
 }
 
+// A place's distances (nautical miles) from Dubai and from Kuala Lumpur. Every day of a
+// place asks for the same two, so the last few places' answers are kept per thread.
+std::array<double, 2> distancesToTimetableCities(double latitude, double longitude) {
+    thread_local PureResultCache<2, std::array<double, 2>, 4> distances;
+    return distances.get(distances.keyOf(latitude, longitude), [latitude, longitude] {
+        return std::array<double, 2>{
+            QiblaCalculator::getDistanceBetweenTwoLocations(latitude, longitude, kDubaiLatitude, kDubaiLongitude,
+                                                            false),
+            QiblaCalculator::getDistanceBetweenTwoLocations(latitude, longitude, kKualaLumpurLatitude,
+                                                            kKualaLumpurLongitude, false)};
+    });
+}
+
 }  // namespace
 
 PrayerCalculator::PrayerCalculator()
@@ -63,10 +77,7 @@ std::vector<double> PrayerCalculator::getDatePrayerTimes(Date date, const std::o
     lng_ = longitude;
     setTimeZone(timeZoneName);
 
-    const double dubai =
-        QiblaCalculator::getDistanceBetweenTwoLocations(latitude, longitude, kDubaiLatitude, kDubaiLongitude, false);
-    const double kualaLumpur = QiblaCalculator::getDistanceBetweenTwoLocations(
-        latitude, longitude, kKualaLumpurLatitude, kKualaLumpurLongitude, false);
+    const auto [dubai, kualaLumpur] = distancesToTimetableCities(latitude, longitude);
     auto nameContains = [&](std::string_view part) {
         return cityName && cityName->find(part) != std::string::npos;
     };
