@@ -42,37 +42,44 @@ double PrayerCalculator::julianDate(int64_t year, int64_t month, int64_t day) co
 
 namespace {
 
-// The sun's position at a Julian date. A day asks for eight dates, most of them twice (the
-// declination and the equation of time of each event), and the next day's first two are
-// this day's last two.
-solar::SunPosition sunPositionAt(double jd) {
-    thread_local PureResultCache<1, solar::SunPosition, 64> positions;
-    return positions.get(positions.keyOf(jd), [jd] { return solar::sunPosition(jd); });
+// The results kept per thread, in one object so that a request finds them all with one
+// thread-local look-up.
+struct SolarMemo {
+    // The sun's position at a Julian date. A day asks for eight dates, most of them twice
+    // (the declination and the equation of time of each event), and the next day's first
+    // two are this day's last two.
+    PureResultCache<1, solar::SunPosition, 64> positions;
+    // Sine and cosine of the few angles every event asks for again: the latitude and the
+    // depression angles of the method.
+    PureResultCache<1, double, 8> sines;
+    PureResultCache<1, double, 4> cosines;
+    // Event times by angle, Julian date and latitude.
+    PureResultCache<3, double, 64> times;
+};
+
+SolarMemo& solarMemo() {
+    thread_local SolarMemo memo;  // zero-filled: every slot starts empty
+    return memo;
 }
 
-// Sine and cosine of the few angles every event asks for again: the latitude and the
-// depression angles of the method.
-double sinOf(double degrees) {
-    thread_local PureResultCache<1, double, 8> sines;
-    return sines.get(sines.keyOf(degrees), [degrees] { return solar::sinDeg(degrees); });
-}
-double cosOf(double degrees) {
-    thread_local PureResultCache<1, double, 4> cosines;
-    return cosines.get(cosines.keyOf(degrees), [degrees] { return solar::cosDeg(degrees); });
+solar::SunPosition sunPositionAt(SolarMemo& memo, double jd) {
+    return memo.positions.get(memo.positions.keyOf(jd), [jd] { return solar::sunPosition(jd); });
 }
 
 // The hour at which the sun stands at angle G on the day and latitude, from its position
 // at the Julian date jd. Angles above 90 are "180 minus the depression" before noon; 90
 // itself counts as afternoon.
 double timeAtAngle(double G, double jd, double latitude) {
-    thread_local PureResultCache<3, double, 64> times;
-    return times.get(times.keyOf(G, jd, latitude), [G, jd, latitude] {
-        const solar::SunPosition position = sunPositionAt(jd);
+    SolarMemo& memo = solarMemo();
+    return memo.times.get(memo.times.keyOf(G, jd, latitude), [&memo, G, jd, latitude] {
+        const solar::SunPosition position = sunPositionAt(memo, jd);
         const double D = position.declination;
         const double Z = solar::fixHour(12 - position.equationOfTime);
-        const double V =
-            solar::arcCosDeg((-sinOf(G) - solar::sinDeg(D) * sinOf(latitude)) / (solar::cosDeg(D) * cosOf(latitude))) /
-            15.0;
+        const double sinG = memo.sines.get(memo.sines.keyOf(G), [G] { return solar::sinDeg(G); });
+        const double sinLat = memo.sines.get(memo.sines.keyOf(latitude), [latitude] { return solar::sinDeg(latitude); });
+        const double cosLat =
+            memo.cosines.get(memo.cosines.keyOf(latitude), [latitude] { return solar::cosDeg(latitude); });
+        const double V = solar::arcCosDeg((-sinG - solar::sinDeg(D) * sinLat) / (solar::cosDeg(D) * cosLat)) / 15.0;
         return G > 90 ? Z - V : Z + V;
     });
 }
@@ -80,12 +87,12 @@ double timeAtAngle(double G, double jd, double latitude) {
 }  // namespace
 
 std::array<double, 2> PrayerCalculator::sunPosition(double jd) const {
-    const solar::SunPosition position = sunPositionAt(jd);
+    const solar::SunPosition position = sunPositionAt(solarMemo(), jd);
     return {position.declination, position.equationOfTime};
 }
 
-double PrayerCalculator::equationOfTime(double jd) const { return sunPositionAt(jd).equationOfTime; }
-double PrayerCalculator::sunDeclination(double jd) const { return sunPositionAt(jd).declination; }
+double PrayerCalculator::equationOfTime(double jd) const { return sunPositionAt(solarMemo(), jd).equationOfTime; }
+double PrayerCalculator::sunDeclination(double jd) const { return sunPositionAt(solarMemo(), jd).declination; }
 
 double PrayerCalculator::computeMidDay(double t) const { return fixhour(12 - equationOfTime(JDate_ + t)); }
 double PrayerCalculator::computeMidDayForTomorrow(double t) const {
