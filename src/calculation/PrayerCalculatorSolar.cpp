@@ -57,7 +57,9 @@ struct SolarMemo {
     PureResultCache<3, double, 64> times;
 };
 
-SolarMemo& solarMemo() {
+// Not inlined: inlined, the compiler asks for the thread-local address again after every
+// call that follows, instead of keeping the one reference.
+[[gnu::noinline]] SolarMemo& solarMemo() {
     thread_local SolarMemo memo;  // zero-filled: every slot starts empty
     return memo;
 }
