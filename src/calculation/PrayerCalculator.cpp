@@ -12,6 +12,8 @@
 //             zone offset minus longitude/15 is added afterwards.
 #include "tarvo/calculation/PrayerCalculator.h"
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
 
 #include "calculation/BuiltInMethods.h"
@@ -116,6 +118,21 @@ std::vector<std::string> PrayerCalculator::getDatePrayerTimesAsString(Date date,
                                                                       double latitude, double longitude,
                                                                       const std::optional<std::string>& timeZoneName) {
     return adjustTimesFormat(getDatePrayerTimes(date, cityName, countryName, latitude, longitude, timeZoneName));
+}
+
+bool PrayerCalculator::computesLike(const PrayerCalculator& other) const {
+    const auto sameBits = [](double a, double b) { return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b); };
+    const auto sameTable = [&](const std::map<int64_t, MethodParams>& a, const std::map<int64_t, MethodParams>& b) {
+        return std::equal(a.begin(), a.end(), b.begin(), b.end(), [&](const auto& x, const auto& y) {
+            return x.first == y.first && std::equal(x.second.begin(), x.second.end(), y.second.begin(),
+                                                    y.second.end(), sameBits);
+        });
+    };
+    return calcMethod_ == other.calcMethod_ && asrJuristic_ == other.asrJuristic_ &&
+           adjustHighLats_ == other.adjustHighLats_ && dhuhrMinutes_ == other.dhuhrMinutes_ &&
+           overrideDST_ == other.overrideDST_ && sameBits(overrideTimeZoneOffset_, other.overrideTimeZoneOffset_) &&
+           (methodParams_ == other.methodParams_ || sameTable(*methodParams_, *other.methodParams_)) &&
+           globalGregCal_.timeZone() == other.globalGregCal_.timeZone();
 }
 
 std::vector<double> PrayerCalculator::computeDayTimes() {
