@@ -64,30 +64,40 @@ struct EngineDay {
 // depends on is equal (the calculator's settings, the date, the place and its zone): a run
 // of days asks for every day twice, once as the day after the one shown and then as the day
 // shown. The answer is the one the engine gave, so it is the same to the bit.
-EngineDay engineDay(PrayerCalculator& calculator, Date date, const TarvoCity& city) {
-    struct LastRequest {
-        std::optional<PrayerCalculator> calculator;
-        Date date;
-        std::optional<std::string> cityName;
-        std::optional<std::string> countryName;
-        std::optional<std::string> timeZone;
-        double latitude = 0;
-        double longitude = 0;
-        EngineDay day;
-    };
+struct LastRequest {
+    std::optional<PrayerCalculator> calculator;
+    Date date;
+    std::optional<std::string> cityName;
+    std::optional<std::string> countryName;
+    std::optional<std::string> timeZone;
+    double latitude = 0;
+    double longitude = 0;
+    EngineDay day;
+};
+
+// Not inlined, so that a request looks the thread-local object up once: inlined, the
+// compiler asks for its address again after every call.
+[[gnu::noinline]] LastRequest& lastRequest() {
     thread_local LastRequest last;
+    return last;
+}
+
+// The engine's day for the city and date, from the last request when that was equal.
+EngineDay engineDay(PrayerCalculator& calculator, Date date, const TarvoCity& city) {
+    LastRequest& last = lastRequest();
     const auto sameBits = [](double a, double b) { return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b); };
-    if (last.calculator && sameBits(last.date.timeIntervalSince1970(), date.timeIntervalSince1970()) &&
+    const bool sameSettings = last.calculator && last.calculator->computesLike(calculator);
+    if (sameSettings && sameBits(last.date.timeIntervalSince1970(), date.timeIntervalSince1970()) &&
         sameBits(last.latitude, city.latitude()) && sameBits(last.longitude, city.longitude()) &&
         last.cityName == city.cityName() && last.countryName == city.countryName() &&
-        last.timeZone == city.TimeZone() && last.calculator->computesLike(calculator)) {
+        last.timeZone == city.TimeZone()) {
         return last.day;
     }
     EngineDay day;
     day.times = calculator.getDatePrayerTimesAsDoubles(date, city.cityName(), city.countryName(), city.latitude(),
                                                        city.longitude(), city.TimeZone());
     day.fixed = calculator.isUsingFixedTimings();
-    last.calculator = calculator;
+    if (!sameSettings) last.calculator = calculator;  // equal settings are all it is kept for
     last.date = date;
     last.cityName = city.cityName();
     last.countryName = city.countryName();
