@@ -126,7 +126,9 @@ TEST(DayPipeline, AnswersDoNotDependOnWhatTheThreadAskedBefore) {
     PrayerCalculator other;
     for (double lat = -50; lat <= 60; lat += 10) {
         const auto t = dayAt(other, noonOn(2024, 6, 21), lat, -0.1167, "Europe/London");
-        if (lat == 50) EXPECT_GT(std::fabs(t[PrayerCalculator::Sunrise] - cold[PrayerCalculator::Sunrise]), 0.05);
+        if (lat == 50) {
+            EXPECT_GT(std::fabs(t[PrayerCalculator::Sunrise] - cold[PrayerCalculator::Sunrise]), 0.05);
+        }
     }
     for (int day = 15; day <= 27; ++day) dayAt(other, noonOn(2024, 6, day), 51.5, -0.1167, "Europe/London");
     const auto warm = london();
