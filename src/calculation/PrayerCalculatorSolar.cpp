@@ -78,7 +78,8 @@ double timeAtAngle(double G, double jd, double latitude) {
         const double D = position.declination;
         const double Z = solar::fixHour(12 - position.equationOfTime);
         const double sinG = memo.sines.get(memo.sines.keyOf(G), [G] { return solar::sinDeg(G); });
-        const double sinLat = memo.sines.get(memo.sines.keyOf(latitude), [latitude] { return solar::sinDeg(latitude); });
+        const double sinLat =
+            memo.sines.get(memo.sines.keyOf(latitude), [latitude] { return solar::sinDeg(latitude); });
         const double cosLat =
             memo.cosines.get(memo.cosines.keyOf(latitude), [latitude] { return solar::cosDeg(latitude); });
         const double V = solar::arcCosDeg((-sinG - solar::sinDeg(D) * sinLat) / (solar::cosDeg(D) * cosLat)) / 15.0;
