@@ -1,4 +1,5 @@
-// Day computation throughput: TarvoCore against libitl on the same places and days.
+// Day computation throughput: TarvoCore against libitl on the same places and days, with
+// the device zone UTC and with Europe/London (a zone with summer time).
 //
 // One benchmark iteration computes every place-day of the workload (1,000 places x 365
 // days; the environment variable TARVO_BENCH_PLACES changes the number of places). The counter per_place_day is the CPU time per place-day (seconds in the JSON and
@@ -12,6 +13,7 @@
 #include "ItlPeer.h"
 #include "Workload.h"
 #include "tarvo/calculation/PrayerCalculator.h"
+#include "tarvo/platform/TimeZone.h"
 
 namespace {
 
@@ -35,9 +37,23 @@ void setCounters(benchmark::State& state, const Workload& w) {
     state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(w.placeDays()));
 }
 
+// Makes a zone the device's zone for the life of the object (a calculator reads it when it
+// is constructed), and puts UTC back afterwards. The workload's noons stay noon UTC, which
+// is the same calendar day in every zone measured here.
+class DeviceZone {
+public:
+    explicit DeviceZone(const char* name) {
+        if (auto zone = tarvo::TimeZone::withName(name)) tarvo::TimeZone::setSystemDefault(*zone);
+    }
+    ~DeviceZone() { tarvo::TimeZone::setSystemDefault(*tarvo::TimeZone::withName("UTC")); }
+    DeviceZone(const DeviceZone&) = delete;
+    DeviceZone& operator=(const DeviceZone&) = delete;
+};
+
 // What the application's facade does per request: a fresh calculator for every place-day.
-void BM_TarvoCore_NewCalculatorPerPlaceDay(benchmark::State& state) {
+void BM_TarvoCore_NewCalculatorPerPlaceDay(benchmark::State& state, const char* deviceZone) {
     const Workload& w = *gWorkload;
+    const DeviceZone device(deviceZone);
     for (auto _ : state) {
         for (const auto& place : w.places) {
             for (const auto& day : w.days) {
@@ -52,12 +68,15 @@ void BM_TarvoCore_NewCalculatorPerPlaceDay(benchmark::State& state) {
     }
     setCounters(state, w);
 }
-BENCHMARK(BM_TarvoCore_NewCalculatorPerPlaceDay)->Unit(benchmark::kMillisecond);
+// The device zone matters: one without summer time (UTC) and one with it.
+BENCHMARK_CAPTURE(BM_TarvoCore_NewCalculatorPerPlaceDay, UTC, "UTC")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_TarvoCore_NewCalculatorPerPlaceDay, London, "Europe/London")->Unit(benchmark::kMillisecond);
 
 // One calculator per place, asked for each of its days: the construction cost is spread
 // over 365 days.
-void BM_TarvoCore_CalculatorPerPlace(benchmark::State& state) {
+void BM_TarvoCore_CalculatorPerPlace(benchmark::State& state, const char* deviceZone) {
     const Workload& w = *gWorkload;
+    const DeviceZone device(deviceZone);
     for (auto _ : state) {
         for (const auto& place : w.places) {
             tarvo::PrayerCalculator calculator;
@@ -72,7 +91,8 @@ void BM_TarvoCore_CalculatorPerPlace(benchmark::State& state) {
     }
     setCounters(state, w);
 }
-BENCHMARK(BM_TarvoCore_CalculatorPerPlace)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_TarvoCore_CalculatorPerPlace, UTC, "UTC")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_TarvoCore_CalculatorPerPlace, London, "Europe/London")->Unit(benchmark::kMillisecond);
 
 #if TARVO_BENCH_HAVE_ITL
 // libitl's getPrayerTimes for the same place-days. Its zone offsets for each day were

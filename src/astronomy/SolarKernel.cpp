@@ -50,8 +50,10 @@ SunPosition sunPosition(double jd) {
     const double q = fixAngle(280.459 + 0.98564736 * D);
     const double L = fixAngle(q + 1.915 * sinDeg(g) + 0.02 * sinDeg(2 * g));
     const double e = -3.6e-07 * D + 23.439;
-    const double declination = arcSinDeg(sinDeg(e) * sinDeg(L));
-    const double RA = fixHour(arcTan2Deg(cosDeg(e) * sinDeg(L), cosDeg(L)) / 15.0);
+    // sin L serves both the declination and the right ascension: computed once, the same bits.
+    const double sinL = sinDeg(L);
+    const double declination = arcSinDeg(sinDeg(e) * sinL);
+    const double RA = fixHour(arcTan2Deg(cosDeg(e) * sinL, cosDeg(L)) / 15.0);
     return {declination, q / 15.0 - RA};
 }
 

@@ -12,10 +12,13 @@
 //             zone offset minus longitude/15 is added afterwards.
 #include "tarvo/calculation/PrayerCalculator.h"
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
 
 #include "calculation/BuiltInMethods.h"
 #include "platform/LogMacros.h"
+#include "platform/PureResultCache.h"
 #include "tarvo/astronomy/QiblaCalculator.h"
 #include "tarvo/calculation/DubaiFixedTimes.h"
 #include "tarvo/calculation/KLFixedTimes.h"
@@ -43,6 +46,19 @@ const TimeZone& gmtZone() {
     return zone;
 }
 
+// A place's distances (nautical miles) from Dubai and from Kuala Lumpur. Every day of a
+// place asks for the same two, so the last few places' answers are kept per thread.
+std::array<double, 2> distancesToTimetableCities(double latitude, double longitude) {
+    thread_local PureResultCache<2, std::array<double, 2>, 4> distances;
+    return distances.get(distances.keyOf(latitude, longitude), [latitude, longitude] {
+        return std::array<double, 2>{
+            QiblaCalculator::getDistanceBetweenTwoLocations(latitude, longitude, kDubaiLatitude, kDubaiLongitude,
+                                                            false),
+            QiblaCalculator::getDistanceBetweenTwoLocations(latitude, longitude, kKualaLumpurLatitude,
+                                                            kKualaLumpurLongitude, false)};
+    });
+}
+
 }  // namespace
 
 PrayerCalculator::PrayerCalculator()
@@ -63,10 +79,7 @@ std::vector<double> PrayerCalculator::getDatePrayerTimes(Date date, const std::o
     lng_ = longitude;
     setTimeZone(timeZoneName);
 
-    const double dubai =
-        QiblaCalculator::getDistanceBetweenTwoLocations(latitude, longitude, kDubaiLatitude, kDubaiLongitude, false);
-    const double kualaLumpur = QiblaCalculator::getDistanceBetweenTwoLocations(
-        latitude, longitude, kKualaLumpurLatitude, kKualaLumpurLongitude, false);
+    const auto [dubai, kualaLumpur] = distancesToTimetableCities(latitude, longitude);
     auto nameContains = [&](std::string_view part) {
         return cityName && cityName->find(part) != std::string::npos;
     };
@@ -105,6 +118,21 @@ std::vector<std::string> PrayerCalculator::getDatePrayerTimesAsString(Date date,
                                                                       double latitude, double longitude,
                                                                       const std::optional<std::string>& timeZoneName) {
     return adjustTimesFormat(getDatePrayerTimes(date, cityName, countryName, latitude, longitude, timeZoneName));
+}
+
+bool PrayerCalculator::computesLike(const PrayerCalculator& other) const {
+    const auto sameBits = [](double a, double b) { return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b); };
+    const auto sameTable = [&](const std::map<int64_t, MethodParams>& a, const std::map<int64_t, MethodParams>& b) {
+        return std::equal(a.begin(), a.end(), b.begin(), b.end(), [&](const auto& x, const auto& y) {
+            return x.first == y.first && std::equal(x.second.begin(), x.second.end(), y.second.begin(),
+                                                    y.second.end(), sameBits);
+        });
+    };
+    return calcMethod_ == other.calcMethod_ && asrJuristic_ == other.asrJuristic_ &&
+           adjustHighLats_ == other.adjustHighLats_ && dhuhrMinutes_ == other.dhuhrMinutes_ &&
+           overrideDST_ == other.overrideDST_ && sameBits(overrideTimeZoneOffset_, other.overrideTimeZoneOffset_) &&
+           (methodParams_ == other.methodParams_ || sameTable(*methodParams_, *other.methodParams_)) &&
+           globalGregCal_.timeZone() == other.globalGregCal_.timeZone();
 }
 
 std::vector<double> PrayerCalculator::computeDayTimes() {

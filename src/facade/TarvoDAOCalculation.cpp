@@ -1,5 +1,6 @@
 // The facade's day timetables: one city and one date become ten prayer records with the
 // user's adjustments, and runs of days relative to today fill the facade's shared lists.
+#include <bit>
 #include <mutex>
 
 #include "platform/LogMacros.h"
@@ -32,10 +33,9 @@ TarvoDAO::DayList timelessDay() {
     return day;
 }
 
-}  // namespace
-
-int64_t TarvoDAO::getAdjustmentMinutesForPrayer(int64_t type, bool force) {
-    const auto config = configuration();
+// The user's adjustment of a prayer type in minutes, from a configuration already looked up
+// (a day's ten records ask with the one the day started with).
+int64_t adjustmentMinutes(const PrayerConfiguration* config, int64_t type, bool force) {
     if (!config) return 0;
     if (!config->UsePrayerAdjustments() && !force) return 0;
     switch (type) {
@@ -52,6 +52,66 @@ int64_t TarvoDAO::getAdjustmentMinutesForPrayer(int64_t type, bool force) {
     case Prayer::Qiyam: return config->QiyamAdj();
     default: return 0;
     }
+}
+
+// The engine's day for a city, with whether an official timetable gave it.
+struct EngineDay {
+    std::vector<double> times;
+    bool fixed = false;
+};
+
+// The engine's day, answered from this thread's last request when everything the day
+// depends on is equal (the calculator's settings, the date, the place and its zone): a run
+// of days asks for every day twice, once as the day after the one shown and then as the day
+// shown. The answer is the one the engine gave, so it is the same to the bit.
+struct LastRequest {
+    std::optional<PrayerCalculator> calculator;
+    Date date;
+    std::optional<std::string> cityName;
+    std::optional<std::string> countryName;
+    std::optional<std::string> timeZone;
+    double latitude = 0;
+    double longitude = 0;
+    EngineDay day;
+};
+
+// Not inlined, so that a request looks the thread-local object up once: inlined, the
+// compiler asks for its address again after every call.
+[[gnu::noinline]] LastRequest& lastRequest() {
+    thread_local LastRequest last;
+    return last;
+}
+
+// The engine's day for the city and date, from the last request when that was equal.
+EngineDay engineDay(PrayerCalculator& calculator, Date date, const TarvoCity& city) {
+    LastRequest& last = lastRequest();
+    const auto sameBits = [](double a, double b) { return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b); };
+    const bool sameSettings = last.calculator && last.calculator->computesLike(calculator);
+    if (sameSettings && sameBits(last.date.timeIntervalSince1970(), date.timeIntervalSince1970()) &&
+        sameBits(last.latitude, city.latitude()) && sameBits(last.longitude, city.longitude()) &&
+        last.cityName == city.cityName() && last.countryName == city.countryName() &&
+        last.timeZone == city.TimeZone()) {
+        return last.day;
+    }
+    EngineDay day;
+    day.times = calculator.getDatePrayerTimesAsDoubles(date, city.cityName(), city.countryName(), city.latitude(),
+                                                       city.longitude(), city.TimeZone());
+    day.fixed = calculator.isUsingFixedTimings();
+    if (!sameSettings) last.calculator = calculator;  // equal settings are all it is kept for
+    last.date = date;
+    last.cityName = city.cityName();
+    last.countryName = city.countryName();
+    last.timeZone = city.TimeZone();
+    last.latitude = city.latitude();
+    last.longitude = city.longitude();
+    last.day = day;
+    return day;
+}
+
+}  // namespace
+
+int64_t TarvoDAO::getAdjustmentMinutesForPrayer(int64_t type, bool force) {
+    return adjustmentMinutes(configuration().get(), type, force);
 }
 
 int64_t TarvoDAO::getDaysInMonth(int64_t year, int64_t month) {
@@ -74,14 +134,14 @@ TarvoDAO::DayList TarvoDAO::getPrayerTimesForDate(Date date, const std::shared_p
     const bool ramadan = config && config->TwoHourAfterMaghribAuto() && city->isCountrySaudiArabia() &&
                          isDateInRamdan(date, islamicCalendar, config->HijriCorrection());
     if (config && config->OneHalfHourBeforeSunrise()) {
-        calculator.setFajrMinutes(static_cast<double>(90 - getAdjustmentMinutesForPrayer(Prayer::Sunrise, false)));
+        calculator.setFajrMinutes(static_cast<double>(90 - adjustmentMinutes(config.get(), Prayer::Sunrise, false)));
     }
     // In a Saudi Ramadan the two-hour interval wins over the 90-minute option on purpose:
     // that is the official Ramadan rule there.
     if (config && !ramadan && config->OneHalfHourAfterMaghrib()) {
-        calculator.setIshaMinutes(static_cast<double>(getAdjustmentMinutesForPrayer(Prayer::Maghrib, false) + 90));
+        calculator.setIshaMinutes(static_cast<double>(adjustmentMinutes(config.get(), Prayer::Maghrib, false) + 90));
     } else if (ramadan || (config && config->TwoHourAfterMaghrib())) {
-        calculator.setIshaMinutes(static_cast<double>(getAdjustmentMinutesForPrayer(Prayer::Maghrib, false) + 120));
+        calculator.setIshaMinutes(static_cast<double>(adjustmentMinutes(config.get(), Prayer::Maghrib, false) + 120));
     }
 
     DateComponents addOneDay;
@@ -92,16 +152,15 @@ TarvoDAO::DayList TarvoDAO::getPrayerTimesForDate(Date date, const std::shared_p
 
     TARVO_LOG_VERBOSE("Get Prayer Times for City {} Timezone: {}, {}", city->cityName().value_or("(null)"),
                       city->TimeZone().value_or("(null)"), date.description());
-    std::vector<double> times = calculator.getDatePrayerTimesAsDoubles(date, city->cityName(), city->countryName(),
-                                                                       city->latitude(), city->longitude(),
-                                                                       city->TimeZone());
+    std::vector<double> times = engineDay(calculator, date, *city).times;
     if (times.size() < kDaySize) {
         TARVO_LOG_ERROR("PRAYERS ARE NULL");
         return timelessDay();
     }
     // The same calculator, so the Fajr and Isha rules decided for the requested day apply.
-    const std::vector<double> tomorrowTimes = calculator.getDatePrayerTimesAsDoubles(
-        tomorrow, city->cityName(), city->countryName(), city->latitude(), city->longitude(), city->TimeZone());
+    // Its fixed-timetable flag, as the last day it computed left it, is the one the records carry.
+    const EngineDay nextDay = engineDay(calculator, tomorrow, *city);
+    const std::vector<double>& tomorrowTimes = nextDay.times;
     if (tomorrowTimes.size() >= 2) {
         times[Prayer::TomorrowFajr] = tomorrowTimes[Prayer::Fajr];
         times[Prayer::TomorrowSunrise] = tomorrowTimes[Prayer::Sunrise];
@@ -116,7 +175,7 @@ TarvoDAO::DayList TarvoDAO::getPrayerTimesForDate(Date date, const std::shared_p
     const bool ishaTomorrow = ishaHour < maghribHour;
 
     const bool useSunrise = config && config->UseSunrise();
-    const bool fixed = calculator.isUsingFixedTimings();
+    const bool fixed = nextDay.fixed;
     DateComponents scratch;
     TarvoDAO::DayList day;
     day.reserve(kDaySize);
@@ -128,7 +187,7 @@ TarvoDAO::DayList TarvoDAO::getPrayerTimesForDate(Date date, const std::shared_p
         if (type == Prayer::Isha) stamp = ishaTomorrow ? &next : &today;
         if (type == Prayer::TomorrowFajr || type == Prayer::TomorrowSunrise) stamp = &next;
         prayer->setPrayerYear(stamp->year, stamp->month, stamp->day, PrayerCalculator::floatToHour(times[i]),
-                              PrayerCalculator::floatToMin(times[i]), getAdjustmentMinutesForPrayer(type, false),
+                              PrayerCalculator::floatToMin(times[i]), adjustmentMinutes(config.get(), type, false),
                               gregorianCalendar, scratch);
         if ((prayer->Type() == Prayer::Sunrise || prayer->Type() == Prayer::TomorrowSunrise) && !useSunrise) {
             prayer->addArbitraryMinutesToPrayerTime(kDohaDelayMinutes, gregorianCalendar, scratch);

@@ -104,3 +104,40 @@ TEST(Methods, SettersComposeTheCustomMethodWithoutTouchingOtherCalculators) {
     c.setCustomParams(params);
     EXPECT_EQ(params, (Params{0, 17, 1, 2, 1, 90}));
 }
+
+TEST(Methods, CalculatorsComputeAlikeOnlyWithEqualSettings) {
+    PrayerCalculator a;
+    PrayerCalculator b;
+    EXPECT_TRUE(a.computesLike(b));
+    // What a computation leaves behind, names and the time format play no part.
+    b.getDatePrayerTimesAsDoubles(tarvo::Date(1.7e9), std::string("Oslo"), std::nullopt, 59.9, 10.75,
+                                  std::string("Europe/Oslo"));
+    b.setTimeFormat(1);
+    b.setInvalidTime("--:--");
+    EXPECT_TRUE(a.computesLike(b));
+    EXPECT_TRUE(b.computesLike(a));
+
+    auto differs = [&](auto change) {
+        PrayerCalculator c;
+        change(c);
+        return !a.computesLike(c) && !c.computesLike(a);
+    };
+    EXPECT_TRUE(differs([](PrayerCalculator& c) { c.setCalcMethod(2); }));
+    EXPECT_TRUE(differs([](PrayerCalculator& c) { c.setAsrJuristic(2); }));
+    EXPECT_TRUE(differs([](PrayerCalculator& c) { c.setAdjustHighLats(4); }));
+    EXPECT_TRUE(differs([](PrayerCalculator& c) { c.setDhuhrMinutes(2); }));
+    EXPECT_TRUE(differs([](PrayerCalculator& c) { c.setOverrideDST(1); }));
+    EXPECT_TRUE(differs([](PrayerCalculator& c) { c.setOverrideTimeZoneOffset(3); }));
+    EXPECT_TRUE(differs([](PrayerCalculator& c) { c.setIshaMinutes(90); }));
+
+    // Equal custom parameters in tables of their own still compute alike; a parameter of
+    // another sign of zero does not count as equal.
+    PrayerCalculator x;
+    PrayerCalculator y;
+    x.setFajrAngle(16);
+    y.setFajrAngle(16);
+    EXPECT_TRUE(x.computesLike(y));
+    y.setMaghribAngle(-0.0);
+    x.setMaghribAngle(0.0);
+    EXPECT_FALSE(x.computesLike(y));
+}

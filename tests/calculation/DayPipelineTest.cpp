@@ -110,3 +110,32 @@ TEST(DayPipeline, ConcurrentCalculatorsAgreeWithASingleThread) {
         EXPECT_EQ(std::memcmp(got[i].data(), expected[i].data(), got[i].size() * sizeof(double)), 0) << zones[i];
     }
 }
+
+TEST(DayPipeline, AnswersDoNotDependOnWhatTheThreadAskedBefore) {
+    // The engine keeps recent sun positions and event times per thread. A day computed on a
+    // fresh thread (nothing kept) must match, bit for bit, the same day computed after many
+    // others, among them places on the same meridian (the same Julian dates) at other
+    // latitudes and the same place on the neighbouring days.
+    auto london = [] {
+        PrayerCalculator c;
+        return dayAt(c, noonOn(2024, 6, 21), 51.5, -0.1167, "Europe/London");
+    };
+    std::vector<double> cold;
+    std::thread([&] { cold = london(); }).join();
+
+    PrayerCalculator other;
+    for (double lat = -50; lat <= 60; lat += 10) {
+        const auto t = dayAt(other, noonOn(2024, 6, 21), lat, -0.1167, "Europe/London");
+        if (lat == 50) {
+            EXPECT_GT(std::fabs(t[PrayerCalculator::Sunrise] - cold[PrayerCalculator::Sunrise]), 0.05);
+        }
+    }
+    for (int day = 15; day <= 27; ++day) dayAt(other, noonOn(2024, 6, day), 51.5, -0.1167, "Europe/London");
+    const auto warm = london();
+    ASSERT_EQ(warm.size(), cold.size());
+    EXPECT_EQ(std::memcmp(warm.data(), cold.data(), warm.size() * sizeof(double)), 0);
+    // And the day itself, as the Royal Observatory tables give London's solstice: sunrise
+    // 04:43 BST, sunset 21:21 BST.
+    EXPECT_NEAR(warm[PrayerCalculator::Sunrise], 4 + 43 / 60.0, 2 / 60.0);
+    EXPECT_NEAR(warm[PrayerCalculator::Sunset], 21 + 21 / 60.0, 2 / 60.0);
+}

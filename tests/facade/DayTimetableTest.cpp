@@ -1,4 +1,5 @@
 // The facade's day timetable: ten records for a city and a date with the user's settings.
+#include <thread>
 #include <vector>
 
 #include "support/FacadeFixture.h"
@@ -139,4 +140,24 @@ TEST_F(DayTimetable, MonthLengthsAndRunsOfDays) {
     // A negative count of further days still runs the first day.
     EXPECT_EQ(facade->getPrayerTimesForCurrentDateWithDayOffset(0, -3, makkah()).size(), 10u);
     EXPECT_EQ(facade->TodayAndTomorrowGeneratedPrayerTimes().size(), 10u);
+}
+
+TEST_F(DayTimetable, ARunOfDaysMatchesDaysAskedOneByOne) {
+    // A run asks for each engine day twice (as the day after, then as the day shown) and
+    // the second answer is the one kept from the first; a day asked on a thread of its own
+    // (nothing kept) must give the same records.
+    auto city = makkah();
+    std::vector<std::vector<std::string>> run;
+    for (int d = 1; d <= 5; ++d) run.push_back(day(at(2016, 3, d, 12, 0), city));
+    for (int d = 1; d <= 5; ++d) {
+        std::vector<std::string> alone;
+        std::thread([&] { alone = day(at(2016, 3, d, 12, 0), city); }).join();
+        EXPECT_EQ(run[d - 1], alone) << "March " << d;
+    }
+    // A change of the city's method between two requests for the same day is honoured:
+    // the Egyptian 19.5 degrees put Fajr earlier than Umm al-Qura's 18.5.
+    const auto before = day(at(2016, 3, 5, 12, 0), city);
+    city->setIsLoadingFromDB(true);
+    city->setPrayerMethod(2);
+    EXPECT_LT(day(at(2016, 3, 5, 12, 0), city)[0], before[0]);
 }

@@ -110,6 +110,12 @@ public:
     double getTimeZoneOffset(Date date) const;
     double getTimezoneOffsetInHours(double milliseconds) const;
     const std::vector<std::string>& getTimeNames() const { return timeNames_; }
+    /// True when this calculator and `other`, asked for the same day with the same
+    /// arguments, answer the very same doubles: their stored method, Asr school,
+    /// high-latitude rule, Dhuhr minutes, offset and daylight-saving overrides, method
+    /// parameters (bit for bit) and device zone are equal. Names, the time format and the
+    /// state a computation leaves behind play no part.
+    bool computesLike(const PrayerCalculator& other) const;
     bool isUsingFixedTimings() const { return isUsingFixedTimings_; }
 
     // ---- High-latitude adjustment --------------------------------------------------
