@@ -83,22 +83,8 @@ void add(const CitiesOptions& o) {
     if (!TimeZone::withName(o.timeZone)) throw UsageError("--tz: unknown time zone '" + o.timeZone + "'");
     auto user = openUserDatabase();
 
-    // The record is filled silently: these values describe a stored city, not the user's
-    // edit of the automatic one, so they are not mirrored into the automatic-city keys.
-    auto city = std::make_shared<TarvoCity>();
-    city->setIsLoadingFromDB(true);
-    city->setCityName(o.name);
-    city->setCountryName(o.country);
-    city->setStateName(o.state.value_or(""));
-    city->setLatitude(o.latitude);
-    city->setLongitude(o.longitude);
-    city->setTimeZone(o.timeZone);
-    city->setGMT(o.calculation.gmt.value_or(TarvoCity::kGMTFromTimeZone));
-    city->setDSTPreference(o.calculation.dst.value_or(0));
-    city->setPrayerMethod(o.calculation.method);
-    city->setAsrMethod(o.calculation.asr);
-    city->setAdjustHighLatitude(o.calculation.highLatitude);
-    city->setIsLoadingFromDB(false);
+    const auto city = cityFromFields({o.name, o.country, o.state.value_or(""), o.latitude, o.longitude, o.timeZone,
+                                      o.calculation});
 
     auto saved = TarvoCity::saveNewCity(city, user->database());
     if (!saved || saved->primaryKey() <= 0 || !user->containsCity(saved->primaryKey())) {

@@ -83,6 +83,23 @@ struct CalculationOptions {
 /// leaving out --gmt means for the command.
 void addCalculationOptions(CLI::App& command, CalculationOptions& options, const std::string& gmtHelp);
 
+/// The fields of a city the user gives on the command line.
+struct CityFields {
+    std::string name;
+    std::string country;
+    std::string state;
+    double latitude = 0;
+    double longitude = 0;
+    std::string timeZone;
+    CalculationOptions calculation;
+    double customFajrAngle = 0;
+    double customIshaAngle = 0;
+};
+/// A city with those fields (offset from the zone unless --gmt was given), filled silently:
+/// it describes a place the user named, not an edit of the automatic city, so nothing is
+/// mirrored into the automatic-city preferences.
+std::shared_ptr<TarvoCity> cityFromFields(const CityFields& fields);
+
 /// "YYYY-MM-DD" as year, month and day, or a UsageError naming the option.
 struct CivilDate {
     int year;

@@ -38,25 +38,9 @@ void checkCombination(const CLI::App& cmd, const PlaceOptions& o) {
 }
 
 std::shared_ptr<TarvoCity> cityAt(const PlaceOptions& o) {
-    // Filled silently: the command's place is not the user's edit of the automatic city, so
-    // nothing is mirrored into the automatic-city preferences.
-    auto city = std::make_shared<TarvoCity>();
-    city->setIsLoadingFromDB(true);
-    city->setCityName(o.city.value_or(fmt::format("{:.4f}, {:.4f}", o.latitude, o.longitude)));
-    city->setCountryName(o.country.value_or(""));
-    city->setStateName(std::string());
-    city->setLatitude(o.latitude);
-    city->setLongitude(o.longitude);
-    city->setTimeZone(o.timeZone);
-    city->setGMT(o.calculation.gmt.value_or(TarvoCity::kGMTFromTimeZone));
-    city->setDSTPreference(o.calculation.dst.value_or(0));
-    city->setPrayerMethod(o.calculation.method);
-    city->setAsrMethod(o.calculation.asr);
-    city->setAdjustHighLatitude(o.calculation.highLatitude);
-    city->setCustomFajrAngle(o.fajrAngle.value_or(0));
-    city->setCustomIshaAngle(o.ishaAngle.value_or(0));
-    city->setIsLoadingFromDB(false);
-    return city;
+    return cityFromFields({o.city.value_or(fmt::format("{:.4f}, {:.4f}", o.latitude, o.longitude)),
+                           o.country.value_or(""), "", o.latitude, o.longitude, o.timeZone, o.calculation,
+                           o.fajrAngle.value_or(0), o.ishaAngle.value_or(0)});
 }
 
 }  // namespace
@@ -97,6 +81,26 @@ Place resolvePlace(const CLI::App& cmd, const PlaceOptions& o) {
     // its clock, so the place's zone is the device's for this run.
     TimeZone::setSystemDefault(*zone);
     return Place{city, *zone};
+}
+
+std::shared_ptr<TarvoCity> cityFromFields(const CityFields& f) {
+    auto city = std::make_shared<TarvoCity>();
+    city->setIsLoadingFromDB(true);
+    city->setCityName(f.name);
+    city->setCountryName(f.country);
+    city->setStateName(f.state);
+    city->setLatitude(f.latitude);
+    city->setLongitude(f.longitude);
+    city->setTimeZone(f.timeZone);
+    city->setGMT(f.calculation.gmt.value_or(TarvoCity::kGMTFromTimeZone));
+    city->setDSTPreference(f.calculation.dst.value_or(0));
+    city->setPrayerMethod(f.calculation.method);
+    city->setAsrMethod(f.calculation.asr);
+    city->setAdjustHighLatitude(f.calculation.highLatitude);
+    city->setCustomFajrAngle(f.customFajrAngle);
+    city->setCustomIshaAngle(f.customIshaAngle);
+    city->setIsLoadingFromDB(false);
+    return city;
 }
 
 std::string Place::iso(Date moment) const {
