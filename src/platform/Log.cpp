@@ -1,11 +1,14 @@
 #include "tarvo/platform/Log.h"
 
 #include <atomic>
+#include <condition_variable>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <mutex>
 
 #include <spdlog/async.h>
+#include <spdlog/sinks/base_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
 
@@ -15,6 +18,35 @@ namespace tarvo {
 
 namespace {
 
+// Standard error, counting the lines it has written so that Log::flush can wait for exactly
+// the lines handed to the background writer before it was called (spdlog's own flush of an
+// asynchronous logger only queues the request and returns).
+class CountingStderrSink final : public spdlog::sinks::base_sink<std::mutex> {
+public:
+    void waitFor(uint64_t lines) {
+        std::unique_lock lock(countMutex_);
+        written_.wait(lock, [&] { return count_ >= lines; });
+    }
+
+private:
+    void sink_it_(const spdlog::details::log_msg& message) override {
+        spdlog::memory_buf_t formatted;
+        formatter_->format(message, formatted);
+        std::fwrite(formatted.data(), 1, formatted.size(), stderr);
+        std::fflush(stderr);
+        {
+            std::lock_guard lock(countMutex_);
+            ++count_;
+        }
+        written_.notify_all();
+    }
+    void flush_() override { std::fflush(stderr); }
+
+    std::mutex countMutex_;
+    std::condition_variable written_;
+    uint64_t count_ = 0;
+};
+
 struct LogState {
     std::atomic<int> threshold{static_cast<int>(Log::Level::error)};
     std::atomic<bool> hasObserver{false};
@@ -22,6 +54,13 @@ struct LogState {
     Log::Observer observer;
     std::once_flag loggerOnce;
     std::shared_ptr<spdlog::logger> logger;
+    std::shared_ptr<CountingStderrSink> sink;
+    // Lines handed to the logger so far; the sink's count catches up with it.
+    std::atomic<uint64_t> posted{0};
+    std::atomic<bool> synchronous{false};
+    std::shared_ptr<spdlog::logger> direct;
+    std::atomic<bool> closed{false};
+    std::atomic<bool> ready{false};
 };
 
 LogState& state() {
@@ -50,13 +89,23 @@ spdlog::logger& logger() {
     LogState& s = state();
     std::call_once(s.loggerOnce, [&s] {
         spdlog::init_thread_pool(8192, 1);
-        auto sink = std::make_shared<spdlog::sinks::stderr_sink_mt>();
-        s.logger = std::make_shared<spdlog::async_logger>("tarvo", std::move(sink), spdlog::thread_pool(),
+        s.sink = std::make_shared<CountingStderrSink>();
+        // Blocking when the queue is full: no line is ever dropped, which the counting needs.
+        s.logger = std::make_shared<spdlog::async_logger>("tarvo", s.sink, spdlog::thread_pool(),
                                                           spdlog::async_overflow_policy::block);
         s.logger->set_pattern("[%Y-%m-%d %H:%M:%S.%e] [%l] [%s:%# %!] %v");
         s.logger->set_level(spdlog::level::trace);
-        s.logger->flush_on(spdlog::level::err);
-        std::atexit([] { spdlog::shutdown(); });
+        // Lines written after the background writer has stopped (by destructors at exit)
+        // go straight to standard error.
+        s.direct = std::make_shared<spdlog::logger>("tarvo-direct", std::make_shared<spdlog::sinks::stderr_sink_mt>());
+        s.direct->set_pattern("[%Y-%m-%d %H:%M:%S.%e] [%l] [%s:%# %!] %v");
+        s.direct->set_level(spdlog::level::trace);
+        std::atexit([] {
+            Log::flush();
+            state().closed = true;
+            spdlog::shutdown();
+        });
+        s.ready.store(true, std::memory_order_release);
     });
     return *s.logger;
 }
@@ -97,11 +146,25 @@ void Log::write(Level level, const char* file, const char* function, int line, c
         if (s.observer) s.observer(level, message);
     }
     if (level == Level::off || static_cast<int>(level) < s.threshold.load()) return;
-    logger().log(spdlog::source_loc{file, line, function}, toSpdlog(level), message);
+    spdlog::logger& target = logger();
+    if (s.closed) {
+        s.direct->log(spdlog::source_loc{file, line, function}, toSpdlog(level), message);
+        return;
+    }
+    target.log(spdlog::source_loc{file, line, function}, toSpdlog(level), message);
+    ++s.posted;  // counted once queued: flush never waits for a line that is not in the queue
+    if (s.synchronous.load(std::memory_order_relaxed)) flush();
+}
+
+void Log::setSynchronous(bool synchronous) {
+    state().synchronous = synchronous;
+    if (synchronous) flush();
 }
 
 void Log::flush() {
-    if (state().logger) logger().flush();
+    LogState& s = state();
+    if (!s.ready.load(std::memory_order_acquire) || s.closed) return;
+    s.sink->waitFor(s.posted.load());
 }
 
 }  // namespace tarvo

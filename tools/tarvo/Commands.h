@@ -27,6 +27,11 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Reads the command line (argv[0] is the program's name) and runs the command it names;
+/// the exit status: 0 done, 1 failed, 2 a usage error. Log lines written while a command
+/// ran reach standard error before the command's own output.
+int run(int argc, const char* const* argv);
+
 /// Each subcommand registers itself on the application and runs from its callback.
 void registerTimesCommand(CLI::App& app);
 void registerQiblaCommand(CLI::App& app);

@@ -31,6 +31,10 @@ public:
     static void write(Level level, const char* file, const char* function, int line, const std::string& message);
     /// Waits until every line written so far has reached standard error.
     static void flush();
+    /// Whether write() waits until its line has reached standard error (off by default, so
+    /// that logging never slows a host's thread). A command-line program turns it on so that
+    /// a line saying why something failed comes before the output that shows the failure.
+    static void setSynchronous(bool synchronous);
 };
 
 }  // namespace tarvo
