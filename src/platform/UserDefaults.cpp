@@ -76,6 +76,8 @@ struct UserDefaults::Impl {
     Value registered = Value::object();
 
     bool openFile();
+    // An empty database, or one that has the preferences table.
+    bool isOwnDatabase() const;
     bool prepareStatements();
     void openInMemory();
     std::optional<Value> stored(std::string_view key) const;
@@ -90,11 +92,19 @@ bool UserDefaults::Impl::openFile() {
     std::error_code ec;
     if (path.has_parent_path()) std::filesystem::create_directories(path.parent_path(), ec);
     if (!db.open(path)) {
-        TARVO_LOG_ERROR("Preferences {} cannot be used, keeping them in memory only: {}", path.string(),
-                        db.errorMessage());
+        // The database's message names the file already.
+        TARVO_LOG_ERROR("Preferences cannot be used, keeping them in memory only: {}", db.errorMessage());
         return false;
     }
     db.setBusyTimeout(kBusyTimeoutMs);
+    // Somebody else's database (tables of its own and no preferences table) is left exactly
+    // as it was: nothing created in it, its journal mode not switched.
+    if (!isOwnDatabase()) {
+        TARVO_LOG_ERROR("Preferences cannot be used, keeping them in memory only: {}: another program's "
+                        "database (the file is left untouched)",
+                        path.string());
+        return false;
+    }
     // The table first: a database that has a "preferences" table of another shape is not
     // ours, and is then left as it is.
     if (db.exec(kSchema) != SQLITE_OK || !prepareStatements()) {
@@ -118,6 +128,18 @@ bool UserDefaults::Impl::openFile() {
     // which also flushes it to the disk.
     db.exec("PRAGMA synchronous=NORMAL");
     return true;
+}
+
+bool UserDefaults::Impl::isOwnDatabase() const {
+    SqliteStatement tables;
+    if (tables.prepare(db, "SELECT name FROM sqlite_master WHERE type = 'table'") != SQLITE_OK) return false;
+    bool anyTable = false;
+    int rc = SQLITE_OK;
+    while ((rc = tables.step()) == SQLITE_ROW) {
+        if (tables.columnText(0) == "preferences") return true;
+        anyTable = true;
+    }
+    return rc == SQLITE_DONE && !anyTable;
 }
 
 bool UserDefaults::Impl::prepareStatements() {

@@ -68,5 +68,25 @@ TEST_F(ConfigCommand, BadInputIsAOneLineErrorAndChangesNothing) {
     EXPECT_EQ(config({"get", "UseSunrise"}).out, "true\n");
 }
 
+TEST_F(ConfigCommand, RefusedSuiteIsExplainedOnceBeforeTheValuesAndLeftAsItWas) {
+    const auto file = folder / "shared.sqlite";
+    test::writeBytes(file, "my own notes, not preferences\n");
+    // Both streams into one, as a person at a terminal sees them.
+    const auto run = test::runProcess("/bin/sh", {"-c", std::string("\"") + TARVO_TOOL_PATH + "\" config get 2>&1"});
+    EXPECT_EQ(run.status, 0);
+    const std::string& seen = run.out;
+    const auto because = seen.find("Preferences cannot be used, keeping them in memory only: " + file.string() +
+                                   ": not an SQLite database (the file is left untouched)");
+    ASSERT_NE(because, std::string::npos) << seen;
+    EXPECT_LT(because, seen.find("AutoCityGMT = 50.0 (default)")) << "cause before effect:\n" << seen;
+    EXPECT_EQ(seen.find(file.string()), seen.rfind(file.string())) << "the file is named once:\n" << seen;
+    EXPECT_EQ(test::readBytes(file), "my own notes, not preferences\n");
+    std::vector<std::string> listing;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
+        listing.push_back(entry.path().filename());
+    }
+    EXPECT_EQ(listing, std::vector<std::string>{"shared.sqlite"});
+}
+
 }  // namespace
 }  // namespace tarvo

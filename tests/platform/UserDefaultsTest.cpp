@@ -131,9 +131,15 @@ TEST(UserDefaultsFiles, UnusableFilesAreLeftUntouchedAndTheStoreWorksInMemory) {
     ASSERT_TRUE(test::runSql(temp / "ours.sqlite", "CREATE TABLE preferences(key TEXT PRIMARY KEY, value BLOB) "
                                                    "WITHOUT ROWID; INSERT INTO preferences VALUES('FajrAdj', x'03')"));
     ASSERT_TRUE(test::runSql(temp / "foreign.sqlite", "CREATE TABLE preferences(name TEXT, setting INTEGER)"));
+    // Another program's databases: tables of their own and no preferences table, one of them
+    // left in write-ahead-log mode.
+    ASSERT_TRUE(test::runSql(temp / "notes.sqlite", "CREATE TABLE notes(body TEXT)"));
+    ASSERT_TRUE(test::runSql(temp / "notes-wal.sqlite", "PRAGMA journal_mode=WAL; CREATE TABLE notes(body TEXT)"));
     const std::pair<std::string, bool> cases[] = {{"FajrAdj=3\nUseSunrise=YES\n", false},
                                                   {readBytes(temp / "ours.sqlite"), true},  // read-only
-                                                  {readBytes(temp / "foreign.sqlite"), false}};
+                                                  {readBytes(temp / "foreign.sqlite"), false},
+                                                  {readBytes(temp / "notes.sqlite"), false},
+                                                  {readBytes(temp / "notes-wal.sqlite"), false}};
     for (const auto& [bytes, readOnly] : cases) {
         TempFolder folder;
         const auto file = folder / "shared.sqlite";
@@ -149,8 +155,12 @@ TEST(UserDefaultsFiles, UnusableFilesAreLeftUntouchedAndTheStoreWorksInMemory) {
             EXPECT_FALSE(store.synchronize()) << "nothing could be made durable";
         }
         EXPECT_EQ(readBytes(file), bytes);
-        EXPECT_FALSE(std::filesystem::exists(folder / "shared.sqlite-wal"));
-        EXPECT_FALSE(std::filesystem::exists(folder / "shared.sqlite-journal"));
+        // Nothing beside it either: no journal, no write-ahead log, no shared-memory index.
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
+            names.push_back(entry.path().filename().string());
+        }
+        EXPECT_EQ(names, std::vector<std::string>{"shared.sqlite"});
     }
 }
 
