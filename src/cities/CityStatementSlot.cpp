@@ -51,13 +51,9 @@ Result<void> CityStatementSlot::prepareOnce(const SqliteDatabase& database, std:
     return prepare(database, sql);
 }
 
-void CityStatementSlot::log(Log::Level level, const std::source_location& where, const std::string& message) {
+void CityStatementSlot::log(Log::Level level, const CallSite& where, const std::string& message) {
     if (!Log::isEnabled(level)) return;
-    // The bare function name, as the logging macros give it, not the full signature.
-    std::string_view function = where.function_name();
-    function = function.substr(0, function.find('('));
-    if (const auto cut = function.find_last_of(": "); cut != std::string_view::npos) function.remove_prefix(cut + 1);
-    Log::write(level, where.file_name(), std::string(function).c_str(), static_cast<int>(where.line()), message);
+    Log::write(level, where.file, where.function, where.line, message);
 }
 
 std::string CityStatementSlot::failureMessage(std::string_view failureLine, const SqliteDatabase& database) {

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <mutex>
-#include <source_location>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -83,9 +82,11 @@ public:
     template <typename Use>
     static auto run(Id id, const SqliteDatabase& database, std::string_view sql, std::string_view traceLine,
                     std::string_view failureLine, Use&& use,
-                    std::source_location where = std::source_location::current())
+                    const char* file = __builtin_FILE(), const char* function = __builtin_FUNCTION(),
+                    int line = __builtin_LINE())
         -> Result<std::invoke_result_t<Use, CityStatementSlot&>> {
         std::lock_guard lock(TarvoCity::syncObj());
+        const CallSite where{file, function, line};
         if (!traceLine.empty()) log(Log::Level::debug, where, std::string(traceLine));
         CityStatementSlot& s = slot(id);
         if (auto prepared = s.prepareOnce(database, sql); !prepared) {
@@ -104,7 +105,14 @@ public:
     }
 
 private:
-    static void log(Log::Level level, const std::source_location& where, const std::string& message);
+    // The caller's place in the source. The compiler built-ins stand in for
+    // std::source_location, which not every compiler the library is built with has yet.
+    struct CallSite {
+        const char* file;
+        const char* function;
+        int line;
+    };
+    static void log(Log::Level level, const CallSite& where, const std::string& message);
     static std::string failureMessage(std::string_view failureLine, const SqliteDatabase& database);
 
     SqliteStatement statement_;

@@ -70,7 +70,7 @@ void TarvoDAO::saveConfigurationInSharedPreferences() {
 void TarvoDAO::saveActiveCityInSharedPreferences() {
     const auto city = ActiveCity();
     if (!city) return;
-    KeyedArchiver archiver(std::string(TarvoCity::kArchiveClassName));
+    KeyedArchiver archiver{std::string(TarvoCity::kArchiveClassName)};
     city->encodeWithCoder(archiver);
     const auto shared = UserDefaults::sharedUserDefaultsObj();
     shared->setData(kSharedActiveCityKey, archiver.encodedData());

@@ -98,7 +98,7 @@ TEST_F(TarvoCityRecordTest, ArchivingNarrowsAnglesToSinglePrecisionAndStopsAtAWr
     city.setLatitude(19.0760123456789);
     city.setCustomFajrAngle(18.2);
     city.setStateName("Maharashtra");
-    KeyedArchiver archiver(std::string(TarvoCity::kArchiveClassName));
+    KeyedArchiver archiver{std::string(TarvoCity::kArchiveClassName)};
     city.encodeWithCoder(archiver);
     log_.clear();
     auto back = decoded(archiver);
@@ -111,7 +111,7 @@ TEST_F(TarvoCityRecordTest, ArchivingNarrowsAnglesToSinglePrecisionAndStopsAtAWr
     EXPECT_FALSE(back->stateName().has_value()) << "only the listed fields travel";
     EXPECT_EQ(back->TimeZone(), "") << "absent names are archived as empty texts";
 
-    KeyedArchiver wrong(std::string(TarvoCity::kArchiveClassName));
+    KeyedArchiver wrong{std::string(TarvoCity::kArchiveClassName)};
     wrong.encodeDouble(3.0, "GMT");
     wrong.encodeObject("four", "prayerMethod");  // not a number
     wrong.encodeInteger(2, "asrMethod");

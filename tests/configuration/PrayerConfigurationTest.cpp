@@ -16,7 +16,7 @@ using Value = UserDefaults::Value;
 std::shared_ptr<UserDefaults> shared() { return UserDefaults::sharedUserDefaultsObj(); }
 
 KeyedUnarchiver archived(const PrayerConfiguration& configuration) {
-    KeyedArchiver archiver(std::string(PrayerConfiguration::kArchiveClassName));
+    KeyedArchiver archiver{std::string(PrayerConfiguration::kArchiveClassName)};
     configuration.encodeWithCoder(archiver);
     return KeyedUnarchiver::forReadingFromData(archiver.encodedData(), PrayerConfiguration::kArchiveClassName).value();
 }
