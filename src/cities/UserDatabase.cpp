@@ -1,5 +1,6 @@
 #include "tarvo/cities/UserDatabase.h"
 
+#include <algorithm>
 #include <array>
 #include <mutex>
 
@@ -88,16 +89,23 @@ int64_t UserDatabase::recognisedVersion() const {
 bool UserDatabase::upgrade(std::string& error) {
     std::lock_guard lock(TarvoCity::syncObj());
     // A file made elsewhere may hold a later layout without having recorded it: recognise
-    // it rather than redo upgrades whose UPDATE steps would reset the users' values.
+    // it rather than redo upgrades whose UPDATE steps would reset the users' values. A
+    // recorded layout is believed only when its tables are there (a later app's layout
+    // keeps ours): a damaged number, negative or too high, is worked out from the tables.
     auto currentVersion = [this] {
         const int64_t recorded = schemaVersion();
-        return recorded != 0 ? recorded : recognisedVersion();
+        if (recorded > 0 && layoutReached(std::min(recorded, kSchemaVersion))) return recorded;
+        return recognisedVersion();
     };
     // An up-to-date file is not written at all.
     if (currentVersion() >= kSchemaVersion) return true;
 
     auto fail = [this, &error](const std::string& what) {
-        error = fmt::format("{}: {}: {}", database_.path().string(), what, database_.errorMessage());
+        // The failing step's reason is in its own log line when a later statement of the
+        // step has already cleared the connection's error.
+        const bool hasReason = database_.errorCode() != SQLITE_OK;
+        error = hasReason ? fmt::format("{}: {}: {}", database_.path().string(), what, database_.errorMessage())
+                          : fmt::format("{}: {}", database_.path().string(), what);
         database_.exec("ROLLBACK");
         return false;
     };

@@ -218,6 +218,32 @@ TEST_F(SavedCitiesTest, RerunUpgradesLogEveryStepTheyCannotRedoAndUnversionedLay
     EXPECT_EQ(readBytes(UserDatabase::defaultPath()), before);
 }
 
+TEST_F(SavedCitiesTest, DamagedLayoutNumbersAreWorkedOutFromTheTables) {
+    // A recorded layout is believed only when its tables are there: a negative number, or one
+    // far ahead of tables that are still the first layout, are upgraded from the tables.
+    for (const int recorded : {-1, 64}) {
+        createOldDatabase();
+        ASSERT_TRUE(test::runSql(UserDatabase::defaultPath(), "PRAGMA user_version = " + std::to_string(recorded)));
+        user_.reset();
+        TarvoCity::resetStatementCache();
+        EXPECT_EQ(TarvoCity::GetSavedCities(db()).size(), 3u) << recorded;
+        EXPECT_EQ(user_->schemaVersion(), UserDatabase::kSchemaVersion) << recorded;
+        EXPECT_EQ(queryText(db(), "SELECT count(*) FROM sqlite_master WHERE name IN ('cachedcities', 'lastused')"), "2")
+            << recorded;
+        user_.reset();
+        TarvoCity::resetStatementCache();
+        std::filesystem::remove(UserDatabase::defaultPath());
+    }
+    // A later app's layout (a higher number, our tables all there) is left as it is.
+    ASSERT_EQ(db().exec("PRAGMA user_version = 9"), SQLITE_OK);
+    user_.reset();
+    TarvoCity::resetStatementCache();
+    const std::string before = readBytes(UserDatabase::defaultPath());
+    EXPECT_TRUE(TarvoCity::GetSavedCities(db()).empty());
+    EXPECT_EQ(user_->schemaVersion(), 9);
+    EXPECT_EQ(readBytes(UserDatabase::defaultPath()), before);
+}
+
 using SavedCitiesConcurrent = SavedCitiesTest;
 
 TEST_F(SavedCitiesConcurrent, SaversReadersAndDeletersShareTheCachedStatements) {
