@@ -84,7 +84,9 @@ std::shared_ptr<CityDirectory> CityDirectory::open(const std::filesystem::path& 
         error = file.string() + ": no such file";
         return nullptr;
     }
-    if (!directory->database_.open(file, SqliteDatabase::kOpenReadOnly)) {
+    // Immutable: the directory is data shipped with the library, never written, so it is
+    // read without locks and nothing is ever created beside it.
+    if (!directory->database_.open(file, SqliteDatabase::kOpenReadOnly | SqliteDatabase::kOpenImmutable)) {
         error = file.string() + ": " + directory->database_.errorMessage();
         return nullptr;
     }

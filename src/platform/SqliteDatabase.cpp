@@ -8,6 +8,8 @@
 
 #include <sqlite3.h>
 
+#include "platform/LogMacros.h"
+
 namespace tarvo {
 
 static_assert(SqliteDatabase::kOpenReadOnly == SQLITE_OPEN_READONLY);
@@ -18,6 +20,10 @@ static_assert(SqliteDatabase::kOpenMemory == SQLITE_OPEN_MEMORY);
 static_assert(SqliteDatabase::kOpenNoMutex == SQLITE_OPEN_NOMUTEX);
 static_assert(SqliteDatabase::kOpenFullMutex == SQLITE_OPEN_FULLMUTEX);
 static_assert(SqliteDatabase::kOpenNoFollow == SQLITE_OPEN_NOFOLLOW);
+static_assert((SqliteDatabase::kOpenImmutable &
+               (SQLITE_OPEN_READONLY | SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_URI | SQLITE_OPEN_MEMORY |
+                SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_FULLMUTEX | SQLITE_OPEN_SHAREDCACHE | SQLITE_OPEN_PRIVATECACHE |
+                SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_EXRESCODE)) == 0);
 
 namespace {
 
@@ -33,6 +39,37 @@ bool hasSqliteHeader(const std::filesystem::path& path) {
     in.read(head.data(), static_cast<std::streamsize>(head.size()));
     return in.gcount() == static_cast<std::streamsize>(head.size()) && head == kHeader;
 }
+
+// "file:" URI of a path, with the characters a URI gives a meaning escaped.
+std::string fileUri(const std::filesystem::path& path) {
+    // An empty authority before an absolute path, so that a path starting "//" is no host.
+    std::string uri = path.is_absolute() ? "file://" : "file:";
+    for (const char c : path.string()) {
+        switch (c) {
+            case '%': uri += "%25"; break;
+            case '?': uri += "%3f"; break;
+            case '#': uri += "%23"; break;
+            default: uri += c;
+        }
+    }
+    return uri;
+}
+
+// SQLite's own report of a failure of the storage under it (a full disk, an I/O error, a
+// damaged file), which says what was being done when it happened. Callers see only a result
+// code, and some (the saved-cities store) log no step failures at all, so this is where a
+// person finds out why a write was lost. Other results (constraints, a busy lock, a schema
+// that does not match) are the callers' to report.
+void logStorageFault(void*, int code, const char* message) {
+    const int primary = code & 0xff;
+    if (primary == SQLITE_FULL || primary == SQLITE_IOERR || primary == SQLITE_CORRUPT) {
+        TARVO_LOG_ERROR("SQLite storage fault: {} ({}): {}", sqlite3_errstr(code), code, message);
+    }
+}
+
+// Installed when the library is loaded: SQLite takes its log only before it first starts.
+// A host that started SQLite earlier keeps its own log.
+[[maybe_unused]] const int kStorageFaultLogInstalled = sqlite3_config(SQLITE_CONFIG_LOG, &logStorageFault, nullptr);
 
 bool isSpecialName(const std::filesystem::path& path, int flags) {
     return path.empty() || path == ":memory:" || (flags & (SQLITE_OPEN_URI | SQLITE_OPEN_MEMORY)) != 0;
@@ -95,7 +132,16 @@ bool SqliteDatabase::open(const std::filesystem::path& path, int flags) {
         }
     }
 
-    const int rc = sqlite3_open_v2(path.c_str(), &db_, flags | SQLITE_OPEN_EXRESCODE, nullptr);
+    std::string name = path.string();
+    if ((flags & kOpenImmutable) != 0) {
+        if (wantsWrite || isSpecialName(path, flags)) {
+            fail(SQLITE_MISUSE, "only a file opened for reading can be immutable");
+            return false;
+        }
+        name = fileUri(path) + "?immutable=1";
+        flags = (flags & ~kOpenImmutable) | SQLITE_OPEN_URI;
+    }
+    const int rc = sqlite3_open_v2(name.c_str(), &db_, flags | SQLITE_OPEN_EXRESCODE, nullptr);
     if (rc != SQLITE_OK) {
         const std::string message = db_ ? sqlite3_errmsg(db_) : sqlite3_errstr(rc);
         fail(rc, message);

@@ -314,5 +314,28 @@ TEST_F(CityDirectoryTest, ConcurrentLookupsAndCacheWrites) {
     EXPECT_EQ(test::queryText(user->database(), "SELECT count(*) FROM lastused"), "1");
 }
 
+TEST_F(CityDirectoryTest, DirectoryIsOnlyReadEvenInWriteAheadLogMode) {
+    // A copy left in write-ahead-log mode, in a folder whose name means something in a URI.
+    test::TempFolder temp;
+    const auto folder = temp / "we?ird#%25 dir";
+    std::filesystem::create_directories(folder);
+    const auto file = folder / "cities.sqlite";
+    std::filesystem::copy_file(small_.path(), file);
+    ASSERT_TRUE(test::runSql(file, "PRAGMA journal_mode=WAL"));
+    const std::string before = test::readBytes(file);
+    {
+        std::string error;
+        auto directory = CityDirectory::open(file, error);
+        ASSERT_TRUE(directory) << error;
+        EXPECT_EQ(names(TarvoCity::GetCities(directory->database(), "LON")), std::vector<std::string>{"London"});
+        EXPECT_EQ(nearest(51.5, -0.12, 10)->cityName(), "London");
+        TarvoCity::resetStatementCache();
+    }
+    EXPECT_EQ(test::readBytes(file), before);
+    std::vector<std::string> listing;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) listing.push_back(entry.path().filename());
+    EXPECT_EQ(listing, std::vector<std::string>{"cities.sqlite"});
+}
+
 }  // namespace
 }  // namespace tarvo

@@ -27,6 +27,10 @@ public:
     static constexpr int kOpenNoMutex = 0x00008000;
     static constexpr int kOpenFullMutex = 0x00010000;
     static constexpr int kOpenNoFollow = 0x01000000;
+    /// TarvoCore's own bit, not SQLite's: with kOpenReadOnly, a file that nothing changes
+    /// while it is open (a shipped data file). SQLite then reads it without locking and never
+    /// creates anything beside it, not even for a file left in write-ahead-log mode.
+    static constexpr int kOpenImmutable = 0x40000000;
     static constexpr int kDefaultFlags = kOpenReadWrite | kOpenCreate;
     /// How long an opened connection waits for another connection's lock before a
     /// statement gives up with SQLITE_BUSY (setBusyTimeout changes it).
