@@ -83,7 +83,9 @@ std::string firstPresent(const json& address, std::initializer_list<const char*>
     return {};
 }
 
-Geocoder::Result parseAnswer(std::string_view body) {
+}  // namespace
+
+Geocoder::Result WebGeocoder::parseAnswer(std::string_view body) {
     Geocoder::Result result;
     if (SearchText::trim(body).empty()) return result;  // no answer: no place
     if (tooDeep(body)) {
@@ -118,6 +120,8 @@ Geocoder::Result parseAnswer(std::string_view body) {
     result.places.push_back(std::move(place));
     return result;
 }
+
+namespace {
 
 std::optional<std::string> nonEmpty(std::optional<std::string> text) {
     if (text && SearchText::trim(*text).empty()) return std::nullopt;
