@@ -1,0 +1,43 @@
+// The text a person types into the city search, run against the shipped directory and
+// the saved cities. The text is never SQL: every search prepares and runs, and answers at
+// most 75 cities.
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+#include "FuzzSupport.h"
+#include "tarvo/cities/CityDirectory.h"
+#include "tarvo/cities/TarvoCity.h"
+
+namespace {
+
+std::shared_ptr<tarvo::CityDirectory> gDirectory;
+std::atomic<int> gErrors{0};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    tarvo::fuzz::dataFolder();
+    tarvo::fuzz::quietLog();
+    // A statement that fails to prepare is logged at error level: count those lines.
+    tarvo::Log::setObserver([](tarvo::Log::Level level, const std::string&) {
+        if (level == tarvo::Log::Level::error) ++gErrors;
+    });
+    std::string error;
+    gDirectory = tarvo::CityDirectory::open(TARVO_FUZZ_CITY_DIRECTORY, error);
+    if (!gDirectory) {
+        std::fprintf(stderr, "name_search: %s\n", error.c_str());
+        std::abort();
+    }
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const std::string search(tarvo::fuzz::text(data, size));
+    gErrors = 0;
+    const auto cities = tarvo::TarvoCity::GetCities(gDirectory->database(), search);
+    TARVO_FUZZ_CHECK(cities.size() <= 75, "a search answered more than 75 cities");
+    (void)gDirectory->country(search);
+    TARVO_FUZZ_CHECK(gErrors == 0, "a search text broke the statement it was put in");
+    return 0;
+}

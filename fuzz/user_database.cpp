@@ -1,0 +1,59 @@
+// The user database (saved cities, reverse-geocode cache, last used city) from arbitrary
+// bytes: an older app's file to upgrade, a damaged one, or somebody else's. A file that is
+// refused is left as it was; one that opens is at the current layout, and opening it again
+// changes nothing.
+#include <cstdint>
+#include <string>
+
+#include "FuzzSupport.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/cities/UserDatabase.h"
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    tarvo::fuzz::dataFolder();
+    tarvo::fuzz::quietLog();
+    return 0;
+}
+
+namespace {
+
+// The city store caches its statements class-wide, whatever database prepared them; every
+// input is another file, so the cache is emptied after each one, however it ends.
+struct StatementCacheReset {
+    ~StatementCacheReset() { tarvo::TarvoCity::resetStatementCache(); }
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    StatementCacheReset resetAfterwards;
+    const std::string_view bytes = tarvo::fuzz::text(data, size);
+    const auto folder = tarvo::fuzz::freshFolder("user");
+    const auto path = folder / tarvo::UserDatabase::kFileName;
+    tarvo::fuzz::writeFile(path, bytes);
+    std::string error;
+    auto database = tarvo::UserDatabase::open(path, error);
+    if (!database) {
+        TARVO_FUZZ_CHECK(!error.empty(), "a refused user database says why");
+        TARVO_FUZZ_CHECK(tarvo::fuzz::readFile(path) == bytes, "a refused user database was changed");
+        return 0;
+    }
+    TARVO_FUZZ_CHECK(database->schemaVersion() >= tarvo::UserDatabase::kSchemaVersion,
+                     "an opened user database is not at the current layout (or a later one)");
+    tarvo::SqliteDatabase& db = database->database();
+    const auto saved = tarvo::TarvoCity::GetSavedCities(db);
+    (void)tarvo::TarvoCity::initWithCurrentSelectionUsingDB(db);
+    (void)tarvo::TarvoCity::GetLastUsedCity(db);
+    (void)database->cachedCities();
+    (void)tarvo::TarvoCity::GetCityForLat(21.4, 39.8, &db, 100.0, true);
+    if (!saved.empty()) (void)database->selectCity(saved.front()->primaryKey());
+    tarvo::TarvoCity::resetStatementCache();
+    database.reset();
+
+    const std::string upgraded = tarvo::fuzz::readFile(path);
+    auto again = tarvo::UserDatabase::open(path, error);
+    TARVO_FUZZ_CHECK(again != nullptr, "an upgraded user database is refused the next time");
+    again.reset();
+    TARVO_FUZZ_CHECK(tarvo::fuzz::readFile(path) == upgraded, "opening an up-to-date user database changed it");
+    return 0;
+}
