@@ -1,15 +1,18 @@
 // The facade's naming of a position fix: local look-ups in their order, the web geocoder,
 // the fallback, and the publish step on the main queue.
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <thread>
 
 #include "support/FacadeFixture.h"
+#include "support/GeocodingServer.h"
 #include "support/LogCapture.h"
 #include "support/SmallDirectory.h"
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/Geocoder.h"
 #include "tarvo/cities/UserDatabase.h"
+#include "tarvo/cities/WebGeocoder.h"
 #include "tarvo/platform/DispatchQueue.h"
 #include "tarvo/platform/NotificationCenter.h"
 
@@ -184,6 +187,32 @@ TEST_F(Location, NetworkAnswersAndFallbacks) {
     auto there = fixAt(43.0, -33.0);
     locate(there, 1.5);
     EXPECT_EQ(there->cityName(), "Named");
+}
+
+TEST_F(Location, HostileServiceAnswersFallBackToTheOfflineNames) {
+    // The real web geocoder against a service that answers badly, every time.
+    test::GeocodingServer server;
+    facade->setWebGeocoder(std::make_shared<WebGeocoder>(server.url()));
+    fallback->set(places({{"Offline Town", "", "Offland", ""}}));
+    const std::pair<std::string, std::function<void()>> answers[] = {
+        {"invalid UTF-8", [&] { server.answer("{\"address\":{\"city\":\"Lon\xC0\xAF\"}}"); }},
+        {"deep nesting", [&] { server.answer(std::string(5000, '[') + std::string(5000, ']')); }},
+        {"wrong types", [&] { server.answer(R"({"address":{"city":["London"]},"display_name":7})"); }},
+        {"huge body", [&] { server.answer("{\"display_name\":\"" + std::string(3 * 1024 * 1024, 'x') + "\"}"); }},
+        {"redirect to a file", [&] { server.redirect("file:///etc/passwd"); }},
+        {"redirect to another scheme", [&] { server.redirect("ftp://127.0.0.1/reverse"); }},
+    };
+    double latitude = 30.0;
+    for (const auto& [what, answer] : answers) {
+        answer();
+        const int asked = server.requests();
+        auto city = fixAt(latitude, -30.0);
+        latitude += 1.0;
+        locate(city, 1.5);
+        EXPECT_EQ(server.requests(), asked + 1) << what;
+        EXPECT_EQ(city->cityName(), "Offline Town") << what;
+        EXPECT_EQ(facade->lastLocationSource(), TarvoDAO::LocationSource::fallback) << what;
+    }
 }
 
 TEST_F(Location, ConcurrentFixesAllPublished) {

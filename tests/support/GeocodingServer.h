@@ -21,6 +21,7 @@ public:
             std::string body;
             int status = 0;
             std::chrono::milliseconds delay{};
+            std::string location;
             {
                 std::lock_guard lock(mutex_);
                 lastQuery_ = request.params;
@@ -28,9 +29,11 @@ public:
                 body = body_;
                 status = status_;
                 delay = delay_;
+                location = location_;
             }
             if (delay.count() > 0) std::this_thread::sleep_for(delay);
             response.status = status;
+            if (!location.empty()) response.set_header("Location", location);
             response.set_content(body, "application/json");
         });
         port_ = server_.bind_to_any_port("127.0.0.1");
@@ -48,6 +51,15 @@ public:
         body_ = std::move(body);
         status_ = status;
         delay_ = delay;
+        location_.clear();
+    }
+    /// Answers every request with a redirect to `location`.
+    void redirect(std::string location, int status = 302) {
+        std::lock_guard lock(mutex_);
+        body_.clear();
+        status_ = status;
+        delay_ = {};
+        location_ = std::move(location);
     }
     std::string url() const { return "http://127.0.0.1:" + std::to_string(port_); }
     int requests() const { return requests_; }
@@ -72,6 +84,7 @@ private:
     std::string body_ = "{}";
     int status_ = 200;
     std::chrono::milliseconds delay_{};
+    std::string location_;
 };
 
 }  // namespace tarvo::test

@@ -1,11 +1,14 @@
 #pragma once
 
 #include <fcntl.h>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <thread>
 #include <string>
 #include <vector>
 
@@ -55,6 +58,12 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
+    /// What the process has written to standard output so far.
+    std::string outputSoFar() const { return readBytes(output_ / "out"); }
+    /// Sends a signal (SIGKILL: the process dies where it stands, as in a crash).
+    void kill(int signal) {
+        if (pid_ > 0) ::kill(pid_, signal);
+    }
     /// Waits for the end (once) and collects what the process wrote.
     ProcessResult wait() {
         if (pid_ > 0) {
@@ -78,6 +87,20 @@ private:
 inline ProcessResult runProcess(const std::string& program, const std::vector<std::string>& args,
                                 const std::vector<std::string>& env = {}) {
     return ChildProcess(program, args, env).wait();
+}
+
+/// Waits until the process has written at least `lines` lines to standard output (or
+/// `deadline` passed); the output so far.
+inline std::string waitForLines(const ChildProcess& process, size_t lines,
+                                std::chrono::seconds deadline = std::chrono::seconds(60)) {
+    const auto end = std::chrono::steady_clock::now() + deadline;
+    std::string out = process.outputSoFar();
+    while (static_cast<size_t>(std::count(out.begin(), out.end(), '\n')) < lines &&
+           std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        out = process.outputSoFar();
+    }
+    return out;
 }
 
 /// Runs the built tarvo tool to its end.

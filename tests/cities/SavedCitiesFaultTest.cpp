@@ -1,0 +1,141 @@
+// The saved cities when the storage fails under them: a full or read-only disk, a writer
+// killed mid-way, another process holding the lock.
+#include <csignal>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "support/DataFolder.h"
+#include "support/FaultyStorage.h"
+#include "support/LogCapture.h"
+#include "support/RunProcess.h"
+#include "support/SqliteScript.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/cities/UserDatabase.h"
+
+using namespace tarvo;
+using tarvo::test::FaultyStorage;
+
+namespace {
+
+std::shared_ptr<TarvoCity> town(const std::string& name) {
+    auto city = std::make_shared<TarvoCity>();
+    city->setCityName(name);
+    city->setCountryName("Testland");
+    city->setLatitude(21.42);
+    city->setLongitude(39.83);
+    return city;
+}
+
+std::vector<std::string> savedNames(SqliteDatabase& db) {
+    std::vector<std::string> names;
+    for (const auto& city : TarvoCity::GetSavedCities(db)) names.push_back(city->cityName().value_or("?"));
+    return names;
+}
+
+class SavedCitiesFaults : public ::testing::Test {
+protected:
+    void TearDown() override { TarvoCity::resetStatementCache(); }
+    test::TempFolder temp;
+    std::filesystem::path path = temp / "user.sqlite";
+};
+
+}  // namespace
+
+TEST_F(SavedCitiesFaults, FullOrReadOnlyDiskKeepsTheSavedCities) {
+    test::LogCapture log;
+    FaultyStorage storage;
+    std::string error;
+    auto user = UserDatabase::open(path, error);
+    ASSERT_TRUE(user) << error;
+    ASSERT_TRUE(TarvoCity::saveNewCity(town("Makkah"), user->database()));
+
+    const std::pair<FaultyStorage::Fault, const char*> faults[] = {
+        {FaultyStorage::Fault::diskFull, "database or disk is full"},
+        {FaultyStorage::Fault::readOnly, "disk I/O error"}};
+    for (const auto& [fault, reason] : faults) {
+        log.clear();
+        storage.set(fault);
+        TarvoCity::saveNewCity(town("Madinah"), user->database());
+        storage.set(FaultyStorage::Fault::none);
+        // The store logs no step failure; the storage's own report says what was lost and why.
+        const auto errors = log.errors();
+        ASSERT_EQ(errors.size(), 1u) << reason << ::testing::PrintToString(errors);
+        EXPECT_NE(errors[0].find("INSERT INTO savedcities"), std::string::npos) << errors[0];
+        EXPECT_NE(errors[0].find(reason), std::string::npos) << errors[0];
+        EXPECT_EQ(savedNames(user->database()), std::vector<std::string>{"Makkah"}) << reason;
+        EXPECT_FALSE(user->containsCity(2)) << reason;
+    }
+    ASSERT_TRUE(TarvoCity::saveNewCity(town("Jeddah"), user->database()));
+    user.reset();
+    EXPECT_EQ(test::queryText(path, "PRAGMA integrity_check"), "ok");
+    user = UserDatabase::open(path, error);
+    ASSERT_TRUE(user) << error;
+    EXPECT_EQ(savedNames(user->database()), (std::vector<std::string>{"Makkah", "Jeddah"}));
+}
+
+TEST_F(SavedCitiesFaults, FullDiskDuringTheFirstOpenLeavesNoHalfUpgradedFile) {
+    // An older app's file, to be upgraded when opened.
+    ASSERT_TRUE(test::runSql(path, "CREATE TABLE savedcities (pk INTEGER PRIMARY KEY, current_city INTEGER, "
+                                   "country_name VARCHAR(100), city_name VARCHAR(200), latitude DOUBLE, "
+                                   "longitude DOUBLE, gmt DOUBLE, uses_dst INTEGER, prayermethod INTEGER, "
+                                   "asrmethod INTEGER, custom_fajrangle DOUBLE, custom_ishaangle DOUBLE);"
+                                   "INSERT INTO savedcities(city_name, country_name) VALUES('Makkah', 'SA')"));
+    const std::string before = test::readBytes(path);
+    {
+        test::LogCapture log;
+        FaultyStorage storage;
+        storage.set(FaultyStorage::Fault::diskFull);
+        std::string error;
+        EXPECT_FALSE(UserDatabase::open(path, error));
+        EXPECT_EQ(error, path.string() + ": upgrade to layout 1 failed");
+        EXPECT_TRUE(log.hasError("[DB] [1] Schema ERROR: message 'database or disk is full'."));
+    }
+    EXPECT_EQ(test::readBytes(path), before);
+    std::string error;
+    auto user = UserDatabase::open(path, error);
+    ASSERT_TRUE(user) << error;
+    EXPECT_EQ(user->schemaVersion(), UserDatabase::kSchemaVersion);
+    EXPECT_EQ(savedNames(user->database()), std::vector<std::string>{"Makkah"});
+}
+
+TEST_F(SavedCitiesFaults, WriterKilledMidwayLosesNoCommittedCity) {
+    test::ChildProcess writer(TARVO_STORE_WRITER_PATH, {"cities", path.string(), "1000000"});
+    test::waitForLines(writer, 100);
+    writer.kill(SIGKILL);
+    std::istringstream lines(writer.wait().out);
+    std::vector<int> committed;
+    for (int i = 0; lines >> i;) committed.push_back(i);
+    ASSERT_GE(committed.size(), 100u);
+
+    EXPECT_EQ(test::queryText(path, "PRAGMA integrity_check"), "ok");
+    std::string error;
+    auto user = UserDatabase::open(path, error);
+    ASSERT_TRUE(user) << error;
+    const auto names = savedNames(user->database());
+    for (int i : committed) {
+        EXPECT_NE(std::find(names.begin(), names.end(), "Town " + std::to_string(i)), names.end())
+            << "city " << i << " lost";
+    }
+}
+
+TEST_F(SavedCitiesFaults, LockHeldBeyondTheTimeOutIsAnErrorNotAHang) {
+    std::string error;
+    auto user = UserDatabase::open(path, error);
+    ASSERT_TRUE(user) << error;
+    ASSERT_TRUE(TarvoCity::saveNewCity(town("Makkah"), user->database()));
+    user->database().setBusyTimeout(300);
+    test::ChildProcess holder(TARVO_STORE_WRITER_PATH, {"hold", path.string()});
+    ASSERT_EQ(test::waitForLines(holder, 1), "locked\n");
+
+    test::LogCapture log;
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(user->selectCity(1));
+    TarvoCity::saveNewCity(town("Madinah"), user->database());
+    EXPECT_EQ(user->database().errorMessage(), "database is locked");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30)) << "the lock was waited out";
+    EXPECT_TRUE(log.hasError("cannot select city 1: database is locked"));
+    holder.kill(SIGKILL);
+    holder.wait();
+    EXPECT_EQ(savedNames(user->database()), std::vector<std::string>{"Makkah"});
+}

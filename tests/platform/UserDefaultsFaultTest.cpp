@@ -1,0 +1,88 @@
+// Preferences when the storage fails under them: a full or read-only disk, a writer
+// killed mid-way, another process holding the lock.
+#include <csignal>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "support/DataFolder.h"
+#include "support/FaultyStorage.h"
+#include "support/LogCapture.h"
+#include "support/RunProcess.h"
+#include "support/SqliteScript.h"
+#include "tarvo/platform/UserDefaults.h"
+
+using namespace tarvo;
+using tarvo::test::FaultyStorage;
+
+TEST(UserDefaultsFaults, FullOrReadOnlyDiskKeepsThePreviousValue) {
+    test::TempFolder temp;
+    const auto path = temp / "shared.sqlite";
+    test::LogCapture log;
+    FaultyStorage storage;
+    {
+        UserDefaults store(path);
+        ASSERT_TRUE(store.isPersistent());
+        store.setString("CityName", "Makkah");
+        ASSERT_TRUE(store.synchronize());
+
+        const std::pair<FaultyStorage::Fault, const char*> faults[] = {
+            {FaultyStorage::Fault::diskFull, "database or disk is full"},
+            {FaultyStorage::Fault::readOnly, "disk I/O error"}};
+        for (const auto& [fault, reason] : faults) {
+            log.clear();
+            storage.set(fault);
+            store.setString("CityName", "Madinah");
+            store.setInteger("NewKey", 7);
+            storage.set(FaultyStorage::Fault::none);
+            EXPECT_TRUE(log.hasError("writing 'CityName' failed: " + std::string(reason))) << reason;
+            EXPECT_EQ(store.stringForKey("CityName"), "Makkah") << reason;
+            EXPECT_FALSE(store.objectForKey("NewKey")) << reason;
+        }
+        EXPECT_GT(storage.refusedWrites(), 0);
+        // The disk has room again: the same store writes as before.
+        store.setString("CityName", "Jeddah");
+        EXPECT_TRUE(store.synchronize());
+    }
+    UserDefaults reopened(path);
+    EXPECT_EQ(reopened.stringForKey("CityName"), "Jeddah");
+    EXPECT_FALSE(reopened.objectForKey("NewKey"));
+    EXPECT_EQ(test::queryText(path, "PRAGMA integrity_check"), "ok");
+}
+
+TEST(UserDefaultsFaults, WriterKilledMidwayLosesNoCommittedWrite) {
+    test::TempFolder temp;
+    const auto path = temp / "shared.sqlite";
+    test::ChildProcess writer(TARVO_STORE_WRITER_PATH, {"preferences", path.string(), "1000000"});
+    test::waitForLines(writer, 300);
+    writer.kill(SIGKILL);
+    // Every line printed is a write the writer saw committed.
+    std::istringstream lines(writer.wait().out);
+    std::vector<int> committed;
+    for (int i = 0; lines >> i;) committed.push_back(i);
+    ASSERT_GE(committed.size(), 300u);
+
+    EXPECT_EQ(test::queryText(path, "PRAGMA integrity_check"), "ok");
+    UserDefaults store(path);
+    ASSERT_TRUE(store.isPersistent());
+    for (int i : committed) ASSERT_EQ(store.integerForKey("key." + std::to_string(i)), i) << "write " << i << " lost";
+    // The store goes on taking writes.
+    store.setBool("AfterTheCrash", true);
+    EXPECT_TRUE(store.boolForKey("AfterTheCrash"));
+}
+
+TEST(UserDefaultsFaults, LockHeldBeyondTheTimeOutIsAnErrorNotAHang) {
+    test::TempFolder temp;
+    const auto path = temp / "shared.sqlite";
+    test::LogCapture log;
+    UserDefaults store(path);
+    store.setString("CityName", "Makkah");
+    {
+        test::ChildProcess holder(TARVO_STORE_WRITER_PATH, {"hold", path.string()});
+        ASSERT_EQ(test::waitForLines(holder, 1), "locked\n");
+        store.setString("CityName", "Madinah");  // waits out the busy time-out, then gives up
+        holder.kill(SIGKILL);
+    }
+    EXPECT_TRUE(log.hasError("writing 'CityName' failed: database is locked"));
+    EXPECT_EQ(store.stringForKey("CityName"), "Makkah");
+}
