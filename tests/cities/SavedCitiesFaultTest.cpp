@@ -1,7 +1,6 @@
 // The saved cities when the storage fails under them: a full or read-only disk, a writer
 // killed mid-way, another process holding the lock.
 #include <csignal>
-#include <sstream>
 
 #include <gtest/gtest.h>
 
@@ -10,6 +9,7 @@
 #include "support/LogCapture.h"
 #include "support/RunProcess.h"
 #include "support/SqliteScript.h"
+#include "support/StoreWriter.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
 
@@ -100,12 +100,7 @@ TEST_F(SavedCitiesFaults, FullDiskDuringTheFirstOpenLeavesNoHalfUpgradedFile) {
 }
 
 TEST_F(SavedCitiesFaults, WriterKilledMidwayLosesNoCommittedCity) {
-    test::ChildProcess writer(TARVO_STORE_WRITER_PATH, {"cities", path.string(), "1000000"});
-    test::waitForLines(writer, 100);
-    writer.kill(SIGKILL);
-    std::istringstream lines(writer.wait().out);
-    std::vector<int> committed;
-    for (int i = 0; lines >> i;) committed.push_back(i);
+    const std::vector<int> committed = test::writesBeforeKill("cities", path, 100);
     ASSERT_GE(committed.size(), 100u);
 
     EXPECT_EQ(test::queryText(path, "PRAGMA integrity_check"), "ok");

@@ -1,7 +1,6 @@
 // Preferences when the storage fails under them: a full or read-only disk, a writer
 // killed mid-way, another process holding the lock.
 #include <csignal>
-#include <sstream>
 
 #include <gtest/gtest.h>
 
@@ -10,6 +9,7 @@
 #include "support/LogCapture.h"
 #include "support/RunProcess.h"
 #include "support/SqliteScript.h"
+#include "support/StoreWriter.h"
 #include "tarvo/platform/UserDefaults.h"
 
 using namespace tarvo;
@@ -53,13 +53,7 @@ TEST(UserDefaultsFaults, FullOrReadOnlyDiskKeepsThePreviousValue) {
 TEST(UserDefaultsFaults, WriterKilledMidwayLosesNoCommittedWrite) {
     test::TempFolder temp;
     const auto path = temp / "shared.sqlite";
-    test::ChildProcess writer(TARVO_STORE_WRITER_PATH, {"preferences", path.string(), "1000000"});
-    test::waitForLines(writer, 300);
-    writer.kill(SIGKILL);
-    // Every line printed is a write the writer saw committed.
-    std::istringstream lines(writer.wait().out);
-    std::vector<int> committed;
-    for (int i = 0; lines >> i;) committed.push_back(i);
+    const std::vector<int> committed = test::writesBeforeKill("preferences", path, 300);
     ASSERT_GE(committed.size(), 300u);
 
     EXPECT_EQ(test::queryText(path, "PRAGMA integrity_check"), "ok");
