@@ -18,6 +18,9 @@ namespace tarvo {
 
 namespace {
 
+// Time, level, then the source file, line and function of the call.
+constexpr const char* kPattern = "[%Y-%m-%d %H:%M:%S.%e] [%l] [%s:%# %!] %v";
+
 // Standard error, counting the lines it has written so that Log::flush can wait for exactly
 // the lines handed to the background writer before it was called (spdlog's own flush of an
 // asynchronous logger only queues the request and returns).
@@ -93,12 +96,12 @@ spdlog::logger& logger() {
         // Blocking when the queue is full: no line is ever dropped, which the counting needs.
         s.logger = std::make_shared<spdlog::async_logger>("tarvo", s.sink, spdlog::thread_pool(),
                                                           spdlog::async_overflow_policy::block);
-        s.logger->set_pattern("[%Y-%m-%d %H:%M:%S.%e] [%l] [%s:%# %!] %v");
+        s.logger->set_pattern(kPattern);
         s.logger->set_level(spdlog::level::trace);
         // Lines written after the background writer has stopped (by destructors at exit)
         // go straight to standard error.
         s.direct = std::make_shared<spdlog::logger>("tarvo-direct", std::make_shared<spdlog::sinks::stderr_sink_mt>());
-        s.direct->set_pattern("[%Y-%m-%d %H:%M:%S.%e] [%l] [%s:%# %!] %v");
+        s.direct->set_pattern(kPattern);
         s.direct->set_level(spdlog::level::trace);
         std::atexit([] {
             Log::flush();
