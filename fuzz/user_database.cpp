@@ -2,12 +2,15 @@
 // bytes: an older app's file to upgrade, a damaged one, or somebody else's. A file that is
 // refused is left as it was; one that opens is at the current layout, and opening it again
 // changes nothing.
+#include <sqlite3.h>
+
 #include <cstdint>
 #include <string>
 
 #include "FuzzSupport.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
+#include "tarvo/platform/SqliteStatement.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     tarvo::fuzz::dataFolder();
@@ -38,9 +41,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         TARVO_FUZZ_CHECK(tarvo::fuzz::readFile(path) == bytes, "a refused user database was changed");
         return 0;
     }
-    TARVO_FUZZ_CHECK(database->schemaVersion() >= tarvo::UserDatabase::kSchemaVersion,
-                     "an opened user database is not at the current layout (or a later one)");
     tarvo::SqliteDatabase& db = database->database();
+    // At the current layout or a later one: recorded so, or unrecorded (0 or below) with the
+    // tables there, which is left as it is.
+    const int64_t recorded = database->schemaVersion();
+    TARVO_FUZZ_CHECK(recorded >= tarvo::UserDatabase::kSchemaVersion || recorded <= 0,
+                     "an opened user database records an older layout");
+    {
+        tarvo::SqliteStatement tables;
+        TARVO_FUZZ_CHECK(tables.prepare(db, "SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name IN "
+                                            "('savedcities', 'cachedcities', 'lastused')") == SQLITE_OK &&
+                             tables.step() == SQLITE_ROW && tables.columnInt64(0) == 3,
+                         "an opened user database lacks a table of the current layout");
+    }
     const auto saved = tarvo::TarvoCity::GetSavedCities(db);
     (void)tarvo::TarvoCity::initWithCurrentSelectionUsingDB(db);
     (void)tarvo::TarvoCity::GetLastUsedCity(db);
