@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -57,6 +58,19 @@ inline std::filesystem::path freshFolder(std::string_view name) {
 
 /// Log lines would drown the fuzzer's own report; failures show as broken invariants.
 inline void quietLog() { Log::setLevel(Log::Level::off); }
+
+/// Error lines the library has written since the first call (counted even with the log off).
+inline std::atomic<int>& errorLines() {
+    static std::atomic<int> count{0};
+    static const bool observing = [] {
+        Log::setObserver([](Log::Level level, const std::string&) {
+            if (level == Log::Level::error) ++count;
+        });
+        return true;
+    }();
+    (void)observing;
+    return count;
+}
 
 inline std::string_view text(const uint8_t* data, size_t size) {
     return {reinterpret_cast<const char*>(data), size};

@@ -12,7 +12,6 @@
 namespace {
 
 std::shared_ptr<tarvo::CityDirectory> gDirectory;
-std::atomic<int> gErrors{0};
 
 }  // namespace
 
@@ -20,9 +19,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     tarvo::fuzz::dataFolder();
     tarvo::fuzz::quietLog();
     // A statement that fails to prepare is logged at error level: count those lines.
-    tarvo::Log::setObserver([](tarvo::Log::Level level, const std::string&) {
-        if (level == tarvo::Log::Level::error) ++gErrors;
-    });
+    tarvo::fuzz::errorLines();
     std::string error;
     gDirectory = tarvo::CityDirectory::open(TARVO_FUZZ_CITY_DIRECTORY, error);
     if (!gDirectory) {
@@ -34,10 +31,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string search(tarvo::fuzz::text(data, size));
-    gErrors = 0;
+    tarvo::fuzz::errorLines() = 0;
     const auto cities = tarvo::TarvoCity::GetCities(gDirectory->database(), search);
     TARVO_FUZZ_CHECK(cities.size() <= 75, "a search answered more than 75 cities");
     (void)gDirectory->country(search);
-    TARVO_FUZZ_CHECK(gErrors == 0, "a search text broke the statement it was put in");
+    TARVO_FUZZ_CHECK(tarvo::fuzz::errorLines() == 0, "a search text broke the statement it was put in");
     return 0;
 }

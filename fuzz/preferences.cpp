@@ -17,8 +17,7 @@ namespace {
 
 using tarvo::UserDefaults;
 
-// Error lines the library wrote (the log itself is off).
-std::atomic<int> gErrors{0};
+
 
 void readEveryWay(const UserDefaults& store, const std::string& key) {
     (void)store.boolForKey(key);
@@ -45,11 +44,11 @@ void wholeFile(std::string_view bytes) {
             return;
         }
         // A write either lands or is logged as failed (a damaged page under an intact table).
-        const int errorsBefore = gErrors;
+        const int errorsBefore = tarvo::fuzz::errorLines();
         store.setString("FuzzProbe", "written");
         store.synchronize();
         if (store.stringForKey("FuzzProbe") != "written") {
-            TARVO_FUZZ_CHECK(gErrors > errorsBefore, "a suite in use lost a write without saying so");
+            TARVO_FUZZ_CHECK(tarvo::fuzz::errorLines() > errorsBefore, "a suite in use lost a write without saying so");
             return;
         }
     }
@@ -102,9 +101,7 @@ void storedValues(std::string_view bytes) {
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     tarvo::fuzz::dataFolder();
     tarvo::fuzz::quietLog();
-    tarvo::Log::setObserver([](tarvo::Log::Level level, const std::string&) {
-        if (level == tarvo::Log::Level::error) ++gErrors;
-    });
+    tarvo::fuzz::errorLines();
     return 0;
 }
 
