@@ -50,10 +50,7 @@ TEST_F(SavedCitiesFaults, FullOrReadOnlyDiskKeepsTheSavedCities) {
     ASSERT_TRUE(user) << error;
     ASSERT_TRUE(TarvoCity::saveNewCity(town("Makkah"), user->database()));
 
-    const std::pair<FaultyStorage::Fault, const char*> faults[] = {
-        {FaultyStorage::Fault::diskFull, "database or disk is full"},
-        {FaultyStorage::Fault::readOnly, "disk I/O error"}};
-    for (const auto& [fault, reason] : faults) {
+    for (const auto& [fault, reason] : FaultyStorage::kFaultsAndReasons) {
         log.clear();
         storage.set(fault);
         TarvoCity::saveNewCity(town("Madinah"), user->database());

@@ -26,10 +26,7 @@ TEST(UserDefaultsFaults, FullOrReadOnlyDiskKeepsThePreviousValue) {
         store.setString("CityName", "Makkah");
         ASSERT_TRUE(store.synchronize());
 
-        const std::pair<FaultyStorage::Fault, const char*> faults[] = {
-            {FaultyStorage::Fault::diskFull, "database or disk is full"},
-            {FaultyStorage::Fault::readOnly, "disk I/O error"}};
-        for (const auto& [fault, reason] : faults) {
+        for (const auto& [fault, reason] : FaultyStorage::kFaultsAndReasons) {
             log.clear();
             storage.set(fault);
             store.setString("CityName", "Madinah");

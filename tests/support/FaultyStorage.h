@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <utility>
 
 #include <sqlite3.h>
 
@@ -21,6 +22,10 @@ public:
         diskFull,    ///< every write and every growth of a file fails with SQLITE_FULL (ENOSPC)
         readOnly,    ///< every write fails as on a file system remounted read-only (EROFS)
     };
+
+    /// Each fault with SQLite's text for the error it causes.
+    static constexpr std::pair<Fault, const char*> kFaultsAndReasons[] = {
+        {Fault::diskFull, "database or disk is full"}, {Fault::readOnly, "disk I/O error"}};
 
     FaultyStorage() {
         Shim& shim = Shim::instance();
