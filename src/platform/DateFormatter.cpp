@@ -5,6 +5,7 @@
 #include <unicode/datefmt.h>
 #include <unicode/dtfmtsym.h>
 #include <unicode/locid.h>
+#include <unicode/simpletz.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
 #include <unicode/unistr.h>
@@ -23,11 +24,15 @@ struct DateFormatter::Impl {
     std::optional<std::string> am;
     std::optional<std::string> pm;
 
-    // The ICU formatter, made again after a setting changed; the zone it has.
+    // The ICU formatter, made again after a setting changed; the offset it was given last
+    // (nothing until it has one).
     mutable std::unique_ptr<icu::DateFormat> formatter;
-    mutable std::string appliedZone;
+    mutable std::optional<int64_t> appliedOffset;
 
-    void invalidate() { formatter.reset(); }
+    void invalidate() {
+        formatter.reset();
+        appliedOffset.reset();
+    }
     icu::DateFormat* build() const;
 };
 
@@ -93,7 +98,7 @@ icu::DateFormat* DateFormatter::Impl::build() const {
             simple->setDateFormatSymbols(symbols);
         }
     }
-    appliedZone.clear();
+    appliedOffset.reset();
     return formatter.get();
 }
 
@@ -178,7 +183,7 @@ void DateFormatter::setCalendarIdentifier(std::string_view identifier) {
 
 void DateFormatter::setTimeZone(std::optional<TimeZone> zone) {
     impl_->zone = std::move(zone);
-    impl_->appliedZone.clear();
+    impl_->appliedOffset.reset();
 }
 
 void DateFormatter::setAMSymbol(std::string_view symbol) {
@@ -194,10 +199,14 @@ void DateFormatter::setPMSymbol(std::string_view symbol) {
 std::string DateFormatter::stringFromDate(Date date) const {
     icu::DateFormat* formatter = impl_->build();
     if (!formatter) return {};
-    const std::string zone = impl_->zone ? impl_->zone->name() : TimeZone::systemDefault().name();
-    if (zone != impl_->appliedZone) {
-        formatter->adoptTimeZone(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zone)));
-        impl_->appliedZone = zone;
+    // ICU's own zone data is years old: the formatter gets the offset the system's database
+    // gives for this moment, as a fixed zone, so that the fields it writes are today's.
+    const TimeZone zone = impl_->zone ? *impl_->zone : TimeZone::systemDefault();
+    const int64_t offset = zone.secondsFromGMT(date);
+    if (offset != impl_->appliedOffset) {
+        formatter->adoptTimeZone(
+            new icu::SimpleTimeZone(static_cast<int32_t>(offset * 1000), icu::UnicodeString::fromUTF8(zone.name())));
+        impl_->appliedOffset = offset;
     }
     icu::UnicodeString out;
     formatter->format(date.timeIntervalSince1970() * 1000.0, out);

@@ -10,11 +10,13 @@
 
 namespace tarvo {
 
-/// A named time zone with its daylight-saving rules (ICU's zone data).
+/// A named time zone with its daylight-saving rules, from the system's IANA time-zone
+/// database (`/usr/share/zoneinfo`, or the folder `TZDIR` names). ICU's built-in copy of the
+/// rules, which is years old, is used only on a system without the database.
 ///
-/// Zones are looked up once per name and the immutable zone data is shared, so a
-/// TimeZone is cheap to copy and safe to use from several threads. Repeated questions
-/// about the same moment are answered from a small per-thread cache.
+/// Zones are read once per name and the immutable zone data is shared, so a TimeZone is
+/// cheap to copy and safe to use from several threads. Each zone keeps the table of its
+/// transitions: an offset is found by bisection.
 class TimeZone {
 public:
     /// The zone with this identifier ("Europe/London", "GMT", "UTC", "Etc/GMT-3"),
@@ -22,6 +24,9 @@ public:
     static std::optional<TimeZone> withName(std::string_view name);
     /// The zone named "GMT".
     static TimeZone gmt();
+    /// A zone always `seconds` ahead of GMT (behind when negative), named like "GMT+05:30";
+    /// nothing beyond 18 hours either way.
+    static std::optional<TimeZone> forSecondsFromGMT(int64_t seconds);
     /// The device's zone: the TZ environment variable, else the system's setting.
     static TimeZone systemDefault();
     /// Makes `zone` the device's zone for this process (hosts that follow a user setting, tests).

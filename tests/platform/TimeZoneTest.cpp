@@ -1,0 +1,106 @@
+// Time zones from the system's zone database: today's rules, the POSIX rules that continue
+// each zone past its table, wall-clock times that are skipped or repeated, and files that are
+// not zone files.
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include <gtest/gtest.h>
+
+#include "platform/PosixTimeZoneRule.h"
+#include "platform/ZoneRules.h"
+#include "tarvo/platform/TimeZone.h"
+
+using namespace tarvo;
+
+namespace {
+
+int64_t offsetOn(const char* zone, int64_t utcSeconds) {
+    return TimeZone::withName(zone)->secondsFromGMT(Date(static_cast<double>(utcSeconds)));
+}
+
+}  // namespace
+
+TEST(TimeZone, TodaysRulesFromTheSystemDatabase) {
+    constexpr int64_t kJuly2026 = 1782907200;  // 2026-07-01 12:00 UTC
+    EXPECT_EQ(offsetOn("Africa/Cairo", kJuly2026), 3 * 3600);        // summer time again since 2023
+    EXPECT_EQ(offsetOn("America/Mexico_City", kJuly2026), -6 * 3600);  // no summer time since 2022
+    EXPECT_EQ(offsetOn("Asia/Almaty", kJuly2026), 5 * 3600);         // one zone for Kazakhstan since 2024
+    EXPECT_EQ(offsetOn("America/Ciudad_Juarez", kJuly2026), -6 * 3600);
+    EXPECT_EQ(offsetOn("Europe/London", 1711846799), 0);  // the second before summer time, 2024
+    EXPECT_EQ(offsetOn("Europe/London", 1711846800), 3600);
+    EXPECT_EQ(offsetOn("Europe/London", 10420966800), 3600);  // 2300, from the zone's yearly rule
+    EXPECT_EQ(offsetOn("Europe/London", 10420966799), 0);
+
+    // Dublin's file calls winter the exception; summer is still the summer time people mean.
+    const TimeZone dublin = *TimeZone::withName("Europe/Dublin");
+    EXPECT_EQ(dublin.daylightSavingTimeOffset(Date(kJuly2026)), 3600);
+    EXPECT_FALSE(dublin.isDaylightSavingTime(Date(1767268800)));  // 2026-01-01
+
+    // 01:30 on 31 March 2024 never happens in London (read as 02:30 summer time); 01:30 on
+    // 27 October happens twice (the later, winter reading).
+    const TimeZone london = *TimeZone::withName("Europe/London");
+    EXPECT_EQ(london.secondsFromGMTForLocalTime(1711848600), 0);
+    EXPECT_EQ(london.secondsFromGMTForLocalTime(1729992600), 0);
+    EXPECT_EQ(london.secondsFromGMTForLocalTime(1729992600 - 7200), 3600);
+
+    EXPECT_EQ(TimeZone::forSecondsFromGMT(19800)->name(), "GMT+05:30");
+    EXPECT_EQ(TimeZone::forSecondsFromGMT(-12600)->secondsFromGMT(Date(kJuly2026)), -12600);
+    EXPECT_FALSE(TimeZone::forSecondsFromGMT(19 * 3600));
+}
+
+TEST(TimeZone, PosixRulesNorthSouthAndNegative) {
+    struct Case {
+        const char* rule;
+        int64_t moment;
+        int32_t offset;
+        int32_t dst;
+    };
+    const Case cases[] = {
+        {"GMT0BST,M3.5.0/1,M10.5.0", 1711846800, 3600, 3600},         // 31 March 2024 01:00 UTC
+        {"GMT0BST,M3.5.0/1,M10.5.0", 1729990800, 0, 0},               // 27 October 2024 01:00 UTC
+        {"AEST-10AEDT,M10.1.0,M4.1.0/3", 1712419199, 39600, 3600},     // Sydney, the second before
+        {"AEST-10AEDT,M10.1.0,M4.1.0/3", 1712419200, 36000, 0},        // 7 April 03:00 summer time
+        {"AEST-10AEDT,M10.1.0,M4.1.0/3", 1728144000, 39600, 3600},     // 6 October 02:00
+        {"IST-1GMT0,M10.5.0,M3.5.0/1", 1720000000, 3600, 3600},        // Dublin in July
+        {"IST-1GMT0,M10.5.0,M3.5.0/1", 1704067200, 0, 0},              // and in January
+        {"<+0330>-3:30", 1720000000, 12600, 0},
+        {"EST5EDT", 1720000000, -14400, 3600},                         // no dates: the US rule
+    };
+    for (const Case& c : cases) {
+        const auto rule = PosixTimeZoneRule::parse(c.rule);
+        ASSERT_TRUE(rule) << c.rule;
+        const ZoneTransition t = ZoneRules::fromPosix(*rule).at(c.moment);
+        EXPECT_EQ(t.offset, c.offset) << c.rule << " at " << c.moment;
+        EXPECT_EQ(t.dst, c.dst) << c.rule << " at " << c.moment;
+    }
+    for (const char* bad : {"", "EST", "5", "EST5EDT,M13.1.0,M11.1.0", "<+03-3", "EST5EDT,M3.2.0", "GMT0x"}) {
+        EXPECT_FALSE(PosixTimeZoneRule::parse(bad)) << bad;
+    }
+}
+
+TEST(TimeZone, NamesStayInsideTheDatabaseAndFilesMustBeZoneFiles) {
+    for (const char* name : {"../../etc/passwd", "/etc/localtime", "Europe/../../../etc/hostname", "", "Europe/"}) {
+        EXPECT_FALSE(TimeZone::withName(name)) << name;
+    }
+    std::string london;
+    {
+        std::ifstream in("/usr/share/zoneinfo/Europe/London", std::ios::binary);
+        london.assign(std::istreambuf_iterator<char>(in), {});
+    }
+    ASSERT_TRUE(ZoneRules::fromTzif(london));
+    for (size_t cut : {size_t{0}, size_t{10}, size_t{44}, london.size() / 2}) {
+        EXPECT_FALSE(ZoneRules::fromTzif(std::string_view(london).substr(0, cut))) << cut;
+    }
+
+    // TZDIR names another database.
+    const std::filesystem::path dir = std::filesystem::path(testing::TempDir()) / "tarvo-tzdir";
+    std::filesystem::create_directories(dir / "Test");
+    std::filesystem::copy_file("/usr/share/zoneinfo/Asia/Tokyo", dir / "Test" / "Nine",
+                               std::filesystem::copy_options::overwrite_existing);
+    ::setenv("TZDIR", dir.c_str(), 1);
+    const auto nine = TimeZone::withName("Test/Nine");
+    ::unsetenv("TZDIR");
+    ASSERT_TRUE(nine);
+    EXPECT_EQ(nine->secondsFromGMT(Date(1720000000)), 9 * 3600);
+}
