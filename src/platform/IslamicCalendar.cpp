@@ -14,17 +14,19 @@ namespace tarvo {
 
 struct IslamicCalendar::Impl {
     mutable std::mutex mutex;
+    /// The calendar runs in UTC on local wall-clock time: the zone's offsets come from the
+    /// system's database (ICU's built-in copy of the zone rules is years old).
     std::unique_ptr<icu::Calendar> calendar;
+    TimeZone zone = TimeZone::gmt();
 };
 
 namespace {
 
-std::unique_ptr<icu::Calendar> makeCalendar(const std::string& zoneName) {
+std::unique_ptr<icu::Calendar> makeCalendar() {
     UErrorCode status = U_ZERO_ERROR;
-    icu::TimeZone* zone = icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zoneName));
     // The calendar adopts the zone.
-    std::unique_ptr<icu::Calendar> calendar(
-        icu::Calendar::createInstance(zone, icu::Locale("en@calendar=islamic-civil"), status));
+    std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(
+        icu::TimeZone::getGMT()->clone(), icu::Locale("en@calendar=islamic-civil"), status));
     if (U_FAILURE(status)) {
         TARVO_LOG_ERROR("Islamic calendar unavailable: {}", u_errorName(status));
         return nullptr;
@@ -38,7 +40,8 @@ std::unique_ptr<icu::Calendar> makeCalendar(const std::string& zoneName) {
 IslamicCalendar::IslamicCalendar() : IslamicCalendar(TimeZone::systemDefault()) {}
 
 IslamicCalendar::IslamicCalendar(const TimeZone& zone) : impl_(std::make_unique<Impl>()) {
-    impl_->calendar = makeCalendar(zone.name());
+    impl_->calendar = makeCalendar();
+    impl_->zone = zone;
 }
 
 IslamicCalendar::~IslamicCalendar() = default;
@@ -49,7 +52,8 @@ DateComponents IslamicCalendar::components(Date date, int64_t days) const {
     icu::Calendar* cal = impl_->calendar.get();
     if (!cal) return c;
     UErrorCode status = U_ZERO_ERROR;
-    cal->setTime(date.timeIntervalSince1970() * 1000.0, status);
+    const double seconds = date.timeIntervalSince1970();
+    cal->setTime((seconds + static_cast<double>(impl_->zone.secondsFromGMT(date))) * 1000.0, status);
     if (days != 0) cal->add(UCAL_DATE, static_cast<int32_t>(days), status);
     c.year = cal->get(UCAL_EXTENDED_YEAR, status);
     c.month = cal->get(UCAL_MONTH, status) + 1;
@@ -77,9 +81,22 @@ Date IslamicCalendar::dateFromComponents(const DateComponents& c) const {
     cal->set(UCAL_HOUR_OF_DAY, static_cast<int32_t>(c.hour));
     cal->set(UCAL_MINUTE, static_cast<int32_t>(c.minute));
     cal->set(UCAL_SECOND, static_cast<int32_t>(c.second));
-    const UDate millis = cal->getTime(status);
+    const double local = cal->getTime(status) / 1000.0;
     if (U_FAILURE(status)) return Date();
-    return Date(millis / 1000.0);
+    return Date(local - static_cast<double>(impl_->zone.secondsFromGMTForLocalTime(local)));
+}
+
+int64_t IslamicCalendar::daysInMonth(int64_t month, int64_t year) {
+    if (month < 1 || month > 12 || year < -100000 || year > 100000) return 0;
+    std::unique_ptr<icu::Calendar> cal = makeCalendar();
+    if (!cal) return 0;
+    UErrorCode status = U_ZERO_ERROR;
+    cal->clear();
+    cal->set(UCAL_EXTENDED_YEAR, static_cast<int32_t>(year));
+    cal->set(UCAL_MONTH, static_cast<int32_t>(month - 1));
+    cal->set(UCAL_DATE, 1);
+    const int32_t days = cal->getActualMaximum(UCAL_DATE, status);
+    return U_SUCCESS(status) ? days : 0;
 }
 
 bool isDateInRamdan(Date date, const IslamicCalendar& islamicCalendar, int64_t correction) {

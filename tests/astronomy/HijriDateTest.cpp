@@ -1,6 +1,7 @@
 // Hijri and Gregorian dates with the user's correction, read through the facade at each
 // call; around the Hijri new year 1446 (8 July 2024 in the arithmetical calendar) and a
 // Gregorian new year where the week-based year shows.
+#include "tarvo/platform/IslamicCalendar.h"
 #include "support/FacadeFixture.h"
 #include "tarvo/astronomy/SunCalculator.h"
 
@@ -47,6 +48,14 @@ TEST_F(HijriDates, HijriToGregorianWithCorrections) {
     EXPECT_EQ(SunCalculator::convertToGregorianFromHijriDay(28, 6, 1446), "30 Dec 2025");
 
     EXPECT_EQ(ymd(SunCalculator::getDateForDay(29, 2, 2024)), "2024-02-29 00:00");
+
+    // Month lengths of the arithmetical calendar: Safar 1445 has 29 days, Dhu al-Hijjah of the
+    // leap year 1445 has 30, of 1446 29.
+    EXPECT_EQ(IslamicCalendar::daysInMonth(2, 1445), 29);
+    EXPECT_EQ(IslamicCalendar::daysInMonth(1, 1445), 30);
+    EXPECT_EQ(IslamicCalendar::daysInMonth(12, 1445), 30);
+    EXPECT_EQ(IslamicCalendar::daysInMonth(12, 1446), 29);
+    EXPECT_EQ(IslamicCalendar::daysInMonth(13, 1445), 0);
 }
 
 TEST_F(HijriDates, GregorianToHijriIsTheInverse) {

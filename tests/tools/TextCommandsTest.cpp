@@ -182,6 +182,7 @@ TEST_F(TextCommands, BadInputIsOneLineAndStatusTwoAndChangesNothing) {
         {"hijri", "1", "13", "1445"},
         {"hijri", "0", "9", "1445"},
         {"hijri", "31", "9", "1445"},
+        {"hijri", "30", "2", "1445"},  // Safar 1445 has 29 days
         {"hijri", "1", "9", "10000"},
         {"hijri", "1", "9"},
         {"hijri", "1", "9", "1445", "--date", "2024-03-11"},

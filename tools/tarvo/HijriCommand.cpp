@@ -13,6 +13,7 @@
 #include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Clock.h"
+#include "tarvo/platform/IslamicCalendar.h"
 
 namespace tarvo::cli {
 
@@ -49,6 +50,11 @@ void toGregorian(const HijriOptions& o) {
     if (month < 1 || month > 12) throw UsageError(fmt::format("Hijri month {} is outside 1 to 12", month));
     if (day < 1 || day > 30) throw UsageError(fmt::format("Hijri day {} is outside 1 to 30", day));
     if (year < 1 || year > 9999) throw UsageError(fmt::format("Hijri year {} is outside 1 to 9999", year));
+    // The calendar would roll 30 Safar over into Rabi I; a date that does not exist is refused.
+    if (const int64_t length = IslamicCalendar::daysInMonth(month, year); day > length) {
+        throw UsageError(fmt::format("Hijri month {} of {} has {} days: day {} does not exist", month, year,
+                                     length, day));
+    }
     TarvoDAO::getSharedInstance();  // the correction is the configuration's
     const std::vector<int32_t> parts = SunCalculator::getCompsForGregorianFromHijriDay(day, month, year);
     const ordered_json out{{"text", SunCalculator::convertToGregorianFromHijriDay(day, month, year)},
