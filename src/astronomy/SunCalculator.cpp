@@ -23,6 +23,9 @@ constexpr double kElongationPerDay = 360.0 / kSynodicMonthDays;
 // A principal phase is named for the day around its instant.
 constexpr double kPrincipalPhaseHalfWidth = kElongationPerDay / 2.0;
 constexpr const char* kPrincipalPhases[] = {"new", "first quarter", "full", "last quarter"};
+// The names between them, by the quarter of the elongation (0-90, 90-180, ...).
+constexpr const char* kIntermediatePhases[] = {"waxing crescent", "waxing gibbous", "waning gibbous",
+                                               "waning crescent"};
 
 SunCalculator::Position seenFromSite(const EquatorialPosition& place, Date moment, double latitude, double longitude) {
     const Observer::Horizontal h = Observer(latitude, longitude).topocentric(place, moment);
@@ -144,20 +147,21 @@ SunCalculator::MoonPhase SunCalculator::moonPhaseForDay(int64_t year, int64_t mo
     // The elongation grows 10 to 15 degrees a day: at most one quarter is passed.
     const double first = std::floor(elongationAt(start) / 90.0);
     const double last = std::floor(elongationAt(end) / 90.0);
-    if (first != last) phase.name = kPrincipalPhases[static_cast<int>(last) % 4];
+    // Only the local day that holds the instant carries a principal name; its neighbours, even
+    // within an hour of it, are named by the quarter they lie in.
+    phase.name = first != last ? kPrincipalPhases[static_cast<int>(last) % 4]
+                               : kIntermediatePhases[static_cast<int>(first) % 4];
     return phase;
 }
 
 std::string SunCalculator::moonPhaseName(double elongation) {
-    const auto& kPrincipal = kPrincipalPhases;
-    static const char* const kBetween[] = {"waxing crescent", "waxing gibbous", "waning gibbous", "waning crescent"};
     if (!std::isfinite(elongation)) return {};
     const double e = range(elongation);
     const double quarter = std::floor((e + kPrincipalPhaseHalfWidth) / 90.0);
     if (std::fabs(e - quarter * 90.0) <= kPrincipalPhaseHalfWidth) {
-        return kPrincipal[static_cast<int>(quarter) % 4];
+        return kPrincipalPhases[static_cast<int>(quarter) % 4];
     }
-    return kBetween[static_cast<int>(e / 90.0) % 4];
+    return kIntermediatePhases[static_cast<int>(e / 90.0) % 4];
 }
 
 void SunCalculator::calculateSunAndMoonAngles(Date moment, double latitude, double longitude) {

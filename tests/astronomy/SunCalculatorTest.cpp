@@ -2,6 +2,8 @@
 // figures: Meeus's worked examples, the 2019 solstice, perigee and lunar phases.
 #include <cmath>
 
+#include <map>
+
 #include <gtest/gtest.h>
 
 #include "tarvo/astronomy/SunCalculator.h"
@@ -121,6 +123,14 @@ TEST(SunCalculator, MoonPhases) {
     EXPECT_EQ(SunCalculator::moonPhaseForDay(2019, 1, 6, newYork).name, "waxing crescent");
     EXPECT_EQ(SunCalculator::moonPhaseForDay(2019, 1, 6, tokyo).name, "new");
     EXPECT_NEAR(SunCalculator::moonPhaseForDay(2019, 1, 21, newYork).ageDays, 15 + (15 + 32 / 60.0) / 24, 0.005);
+    // January 1977 in Chicago: first quarter about an hour before midnight on the 26th. Only
+    // that day carries the name; every principal phase is named on exactly one day.
+    const auto chicago = *tarvo::TimeZone::withName("America/Chicago");
+    std::map<std::string, int> named;
+    for (int day = 1; day <= 31; ++day) named[SunCalculator::moonPhaseForDay(1977, 1, day, chicago).name]++;
+    for (const char* principal : {"new", "first quarter", "full", "last quarter"}) EXPECT_EQ(named[principal], 1) << principal;
+    EXPECT_EQ(SunCalculator::moonPhaseForDay(1977, 1, 26, chicago).name, "first quarter");
+    EXPECT_EQ(SunCalculator::moonPhaseForDay(1977, 1, 27, chicago).name, "waxing gibbous");
 
     const std::pair<double, const char*> names[] = {
         {0, "new"},         {6, "new"},          {7, "waxing crescent"}, {90, "first quarter"},

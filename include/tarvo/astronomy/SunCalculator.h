@@ -87,8 +87,9 @@ public:
     static Position sunPosition(Date moment, double latitude, double longitude);
     static Position moonPosition(Date moment, double latitude, double longitude);
     static MoonPhase moonPhase(Date moment);
-    /// The phase at local noon of a date, named for the whole day: a day in which new moon,
-    /// first quarter, full moon or last quarter falls carries that name, as calendars print it.
+    /// The phase at local noon of a date, named for the whole day as calendars print it: the
+    /// local day in which new moon, first quarter, full moon or last quarter falls carries that
+    /// name, and only that day; the others are named by the quarter they lie in.
     static MoonPhase moonPhaseForDay(int64_t year, int64_t month, int64_t day, const TimeZone& zone);
     /// "new", "waxing crescent", "first quarter", "waxing gibbous", "full", "waning gibbous",
     /// "last quarter" or "waning crescent": a principal phase while the elongation is within
