@@ -146,7 +146,11 @@ std::vector<double> PrayerCalculator::computeDayTimes() {
     adjustTimes(times);
     isUsingFixedTimings_ = false;
     if (isDubai_ || isKualaLumpur_) applyFixedTimetable(times);
-    return std::move(computeQiyamTime(times));
+    // Tomorrow's Fajr is written on tomorrow's clock; on the night the clocks change, the
+    // night's length is measured on today's, so that Qiyam falls at the real two thirds.
+    const double clockChange = getTimeZoneOffset(TomorrowGregDate_.value_or(Date())) -
+                               getTimeZoneOffset(GregDate_.value_or(Date()));
+    return std::move(computeQiyamTime(times, clockChange));
 }
 
 double PrayerCalculator::timetableKeyForToday() const {
@@ -239,9 +243,10 @@ std::vector<double>& PrayerCalculator::adjustTimes(std::vector<double>& times) {
     return times;
 }
 
-std::vector<double>& PrayerCalculator::computeQiyamTime(std::vector<double>& times) {
+std::vector<double>& PrayerCalculator::computeQiyamTime(std::vector<double>& times, double clockChange) {
     if (times.size() < EntryCount) times.resize(EntryCount, std::nan(""));
-    const double night = (24 - times[Maghrib] + times[TomorrowFajr]) / 3.0;
+    // On every other night clockChange is 0 and the subtraction leaves Fajr's bits as they are.
+    const double night = (24 - times[Maghrib] + (times[TomorrowFajr] - clockChange)) / 3.0;
     times[Qiyam] = std::fmod(times[Maghrib] + 2 * night, 24.0);
     return times;
 }

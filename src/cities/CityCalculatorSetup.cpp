@@ -1,5 +1,7 @@
 #include "tarvo/cities/CityCalculatorSetup.h"
 
+#include <cmath>
+
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/cities/TarvoCity.h"
 
@@ -23,10 +25,25 @@ void configureCalculatorFromCity(PrayerCalculator& calculator, const TarvoCity& 
     // 50 as that marker, and -100 taken literally would be an offset of minus a hundred hours.
     const double gmt = city.GMT() == TarvoCity::kGMTFromTimeZoneLegacy ? TarvoCity::kGMTFromTimeZone : city.GMT();
     calculator.setOverrideTimeZoneOffset(gmt);
-    if (calculator.calcMethod() == 6) {
-        calculator.setFajrAngle(city.customFajrAngle());
-        calculator.setIshaAngle(city.customIshaAngle());
+    // A city on the custom method that never chose its angles (0, the record's default) keeps
+    // the method's own starting angles, the Muslim League's 18 and 17 degrees: an angle of 0
+    // would put Fajr at sunrise and Isha at sunset.
+    if (calculator.calcMethod() == PrayerCalculator::kCustomMethod) {
+        if (city.customFajrAngle() > 0) calculator.setFajrAngle(city.customFajrAngle());
+        if (city.customIshaAngle() > 0) calculator.setIshaAngle(city.customIshaAngle());
     }
+}
+
+TimeZone clockOfCity(const TarvoCity& city, Date date) {
+    const TimeZone zone = TimeZone::withName(city.TimeZone().value_or("")).value_or(TimeZone::gmt());
+    const bool followsZone = (city.GMT() == TarvoCity::kGMTFromTimeZone || city.GMT() == TarvoCity::kGMTFromTimeZoneLegacy) &&
+                             city.DSTPreference() != 1 && city.DSTPreference() != 2;
+    if (followsZone) return zone;
+    PrayerCalculator calculator;
+    configureCalculatorFromCity(calculator, city);
+    calculator.setTimeZone(city.TimeZone());
+    const auto seconds = static_cast<int64_t>(std::llround(calculator.getTimeZoneOffset(date) * 3600.0));
+    return TimeZone::forSecondsFromGMT(seconds).value_or(zone);
 }
 
 }  // namespace tarvo

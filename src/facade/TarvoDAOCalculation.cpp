@@ -1,6 +1,8 @@
 // The facade's day timetables: one city and one date become ten prayer records with the
 // user's adjustments, and runs of days relative to today fill the facade's shared lists.
+#include <array>
 #include <bit>
+#include <cmath>
 #include <mutex>
 
 #include "platform/LogMacros.h"
@@ -54,10 +56,12 @@ int64_t adjustmentMinutes(const PrayerConfiguration* config, int64_t type, bool 
     }
 }
 
-// The engine's day for a city, with whether an official timetable gave it.
+// The engine's day for a city, with whether an official timetable gave it and the offset
+// from GMT, in whole seconds, in which its times of day are written.
 struct EngineDay {
     std::vector<double> times;
     bool fixed = false;
+    double offsetSeconds = 0;
 };
 
 // The engine's day, answered from this thread's last request when everything the day
@@ -97,6 +101,7 @@ EngineDay engineDay(PrayerCalculator& calculator, Date date, const TarvoCity& ci
     day.times = calculator.getDatePrayerTimesAsDoubles(date, city.cityName(), city.countryName(), city.latitude(),
                                                        city.longitude(), city.TimeZone());
     day.fixed = calculator.isUsingFixedTimings();
+    day.offsetSeconds = std::round(calculator.getTimeZoneOffset(date) * 3600.0);
     if (!sameSettings) last.calculator = calculator;  // equal settings are all it is kept for
     last.date = date;
     last.cityName = city.cityName();
@@ -106,6 +111,31 @@ EngineDay engineDay(PrayerCalculator& calculator, Date date, const TarvoCity& ci
     last.longitude = city.longitude();
     last.day = day;
     return day;
+}
+
+// Which entries carry tomorrow's date. The evening's events follow one another: from Dhuhr
+// on, an event whose clock time (as it is stamped, to the minute) is earlier than the one
+// before it has passed midnight, and it and every later event belong to the next calendar
+// day (a Reykjavik sunset at 00:04 in June is the next day's; a Qiyam at 01:30 after a 21:00
+// Isha too). Deciding on exact minutes, not whole hours, keeps every record after the one it
+// follows. The tomorrow entries always carry the next day.
+std::array<bool, kDaySize> stampedOnNextDay(const std::vector<double>& times) {
+    const auto minuteOfDay = [](double t) {
+        return PrayerCalculator::floatToHour(t) * 60 + PrayerCalculator::floatToMin(t);
+    };
+    std::array<bool, kDaySize> next{};
+    next[Prayer::TomorrowFajr] = next[Prayer::TomorrowSunrise] = true;
+    int64_t previous = minuteOfDay(times[Prayer::Dhuhr]);
+    bool pastMidnight = false;
+    for (size_t i = Prayer::Asr; i <= Prayer::Qiyam; ++i) {
+        if (std::isfinite(times[i])) {  // a time the engine could not find follows no order
+            const int64_t minute = minuteOfDay(times[i]);
+            pastMidnight = pastMidnight || minute < previous;
+            previous = minute;
+        }
+        next[i] = pastMidnight;
+    }
+    return next;
 }
 
 }  // namespace
@@ -152,7 +182,9 @@ TarvoDAO::DayList TarvoDAO::getPrayerTimesForDate(Date date, const std::shared_p
 
     TARVO_LOG_VERBOSE("Get Prayer Times for City {} Timezone: {}, {}", city->cityName().value_or("(null)"),
                       city->TimeZone().value_or("(null)"), date.description());
-    std::vector<double> times = engineDay(calculator, date, *city).times;
+    const EngineDay requested = engineDay(calculator, date, *city);
+    std::vector<double> times = requested.times;
+    const double todayOffset = requested.offsetSeconds;
     if (times.size() < kDaySize) {
         TARVO_LOG_ERROR("PRAYERS ARE NULL");
         return timelessDay();
@@ -166,29 +198,27 @@ TarvoDAO::DayList TarvoDAO::getPrayerTimesForDate(Date date, const std::shared_p
         times[Prayer::TomorrowSunrise] = tomorrowTimes[Prayer::Sunrise];
     }
 
-    // Which day Isha and Qiyam belong to is decided on whole hours only, so an Isha at 00:40
-    // after a Maghrib at 00:10 stays on the requested day.
-    const int64_t maghribHour = PrayerCalculator::floatToHour(times[Prayer::Maghrib]);
-    const int64_t ishaHour = PrayerCalculator::floatToHour(times[Prayer::Isha]);
-    const int64_t qiyamHour = PrayerCalculator::floatToHour(times[Prayer::Qiyam]);
-    const bool qiyamTomorrow = qiyamHour < ishaHour || (qiyamHour > ishaHour && ishaHour < maghribHour);
-    const bool ishaTomorrow = ishaHour < maghribHour;
-
+    const std::array<bool, kDaySize> onNextDay = stampedOnNextDay(times);
     const bool useSunrise = config && config->UseSunrise();
     const bool fixed = nextDay.fixed;
+    // The engine writes times of day on the clock of the moment it was asked about (today's
+    // offset for today's entries, tomorrow's for tomorrow's). Each record's moment is that
+    // clock reading less that offset: read as wall time in the zone, a time on the far side
+    // of a change of summer time would be an hour off, and with a fixed offset the zone's
+    // clock is not the one the times were written on at all.
+    static const Calendar wallClock(TimeZone::gmt());
     DateComponents scratch;
     TarvoDAO::DayList day;
     day.reserve(kDaySize);
     for (size_t i = 0; i < kDaySize; ++i) {
         const auto type = static_cast<int64_t>(i);
         auto prayer = Prayer::CreatePrayerOfType(type);
-        const DateComponents* stamp = &today;
-        if (type == Prayer::Qiyam) stamp = qiyamTomorrow ? &next : &today;
-        if (type == Prayer::Isha) stamp = ishaTomorrow ? &next : &today;
-        if (type == Prayer::TomorrowFajr || type == Prayer::TomorrowSunrise) stamp = &next;
-        prayer->setPrayerYear(stamp->year, stamp->month, stamp->day, PrayerCalculator::floatToHour(times[i]),
+        const DateComponents& stamp = onNextDay[i] ? next : today;
+        prayer->setPrayerYear(stamp.year, stamp.month, stamp.day, PrayerCalculator::floatToHour(times[i]),
                               PrayerCalculator::floatToMin(times[i]), adjustmentMinutes(config.get(), type, false),
-                              gregorianCalendar, scratch);
+                              wallClock, scratch);
+        const double offset = i >= Prayer::TomorrowFajr ? nextDay.offsetSeconds : todayOffset;
+        prayer->setPrayerTime(prayer->PrayerTime()->addingTimeInterval(-offset));
         if ((prayer->Type() == Prayer::Sunrise || prayer->Type() == Prayer::TomorrowSunrise) && !useSunrise) {
             prayer->addArbitraryMinutesToPrayerTime(kDohaDelayMinutes, gregorianCalendar, scratch);
         }

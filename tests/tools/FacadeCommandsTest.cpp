@@ -100,3 +100,21 @@ TEST_F(FacadeCommands, BadInputIsOneLineAndStatusTwo) {
                                   "--fajr-angle", "15", "--date", "2016-01-05"});
     EXPECT_EQ(custom.status, 0) << custom.err;
 }
+
+TEST_F(FacadeCommands, OneCustomMethodRuleAndTheOffsetActuallyUsed) {
+    // The custom method without angles is the Muslim League's 18 and 17 degrees in every command.
+    const std::vector<std::string> custom = {"--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh",
+                                             "--method", "6", "--date", "2016-01-05", "--json"};
+    const json day = json::parse(runTarvo(with({"day"}, custom)).out);
+    const json times = json::parse(runTarvo(with({"times"}, custom)).out);
+    const json& prayers = day["days"][0]["prayers"];
+    EXPECT_EQ(prayers[0]["clock"], times["text"][0]);
+    EXPECT_EQ(prayers[6]["clock"], times["text"][6]);
+    EXPECT_NE(prayers[0]["clock"], prayers[1]["clock"]);  // Fajr is not at sunrise
+
+    // A fixed offset of five hours: Umm al-Qura's 05:38 (+03:00) Fajr is 07:38 on that clock,
+    // and every time says so.
+    const json gmt = json::parse(runTarvo(with(with({"day"}, kMakkah), {"--gmt", "5", "--date", "2016-01-05", "--json"})).out);
+    EXPECT_EQ(gmt["days"][0]["prayers"][0]["time"], "2016-01-05T07:38:00+05:00");
+    EXPECT_EQ(gmt["days"][0]["prayers"][7]["time"], "2016-01-06T03:43:00+05:00");
+}

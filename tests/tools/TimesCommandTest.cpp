@@ -30,7 +30,7 @@ TEST(TarvoTimes, JsonTextCustomAnglesAndPolarDays) {
     for (const char* part : {"Makkah, Saudi Arabia", "Umm Al-Qura", "pm"}) {
         EXPECT_NE(text.out.find(part), std::string::npos) << text.out;
     }
-    const auto custom = json::parse(makkah({"--fajr-angle", "15", "--json"}).out);
+    const auto custom = json::parse(makkah({"--method", "6", "--fajr-angle", "15", "--json"}).out);
     EXPECT_EQ(custom["method"], 6);
     EXPECT_GT(custom["hours"][0].get<double>(), j["hours"][0].get<double>());  // a shallower dawn comes later
     const auto polar = json::parse(runTarvo({"times", "--lat", "78.22", "--lon", "15.65", "--tz", "Arctic/Longyearbyen",

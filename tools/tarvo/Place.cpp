@@ -6,9 +6,11 @@
 
 #include <fmt/format.h>
 
+#include "tarvo/cities/CityCalculatorSetup.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
 #include "tarvo/platform/Calendar.h"
+#include "tarvo/platform/Clock.h"
 
 namespace tarvo::cli {
 
@@ -45,13 +47,13 @@ std::shared_ptr<TarvoCity> cityAt(const PlaceOptions& o) {
 
 }  // namespace
 
-void addPlaceOptions(CLI::App& cmd, PlaceOptions& o) {
+void addPlaceOptions(CLI::App& cmd, PlaceOptions& o, const std::string& zoneHelp) {
     cmd.add_flag("--saved", o.saved,
                  "Use the selected saved city (London when none is selected) with all its settings, instead of "
                  "--lat/--lon/--tz and the calculation options");
     addLatitudeOption(cmd, o.latitude, false);
     addLongitudeOption(cmd, o.longitude, false);
-    cmd.add_option("--tz", o.timeZone, "Time zone of the place, e.g. Asia/Riyadh (the run uses its clock)");
+    cmd.add_option("--tz", o.timeZone, zoneHelp);
     addCalculationOptions(cmd, o.calculation, "Fixed offset from GMT in hours instead of the zone's");
     cmd.add_option("--city", o.city, "City name (Dubai and Kuala Lumpur use their official timetables)");
     cmd.add_option("--country", o.country, "Country name (chooses the automatic Asr school)");
@@ -61,26 +63,26 @@ void addPlaceOptions(CLI::App& cmd, PlaceOptions& o) {
         ->check(numberBetween(0, 90));
 }
 
-Place resolvePlace(const CLI::App& cmd, const PlaceOptions& o) {
+std::shared_ptr<TarvoCity> placeCity(const CLI::App& cmd, const PlaceOptions& o) {
     checkCombination(cmd, o);
-    std::shared_ptr<TarvoCity> city;
     if (o.saved) {
         auto user = openUserDatabase();
-        city = TarvoCity::initWithCurrentSelectionUsingDB(user->database());
-    } else {
-        registerHostDefaults();
-        city = cityAt(o);
+        return TarvoCity::initWithCurrentSelectionUsingDB(user->database());
     }
+    return cityAt(o);
+}
+
+Place resolvePlace(const CLI::App& cmd, const PlaceOptions& o) {
+    const std::shared_ptr<TarvoCity> city = placeCity(cmd, o);
+    if (!o.saved) registerHostDefaults();
     const std::string zoneName = city->TimeZone().value_or("");
-    auto zone = TimeZone::withName(zoneName);
-    if (!zone) {
-        warn("unknown time zone '" + zoneName + "'; using GMT");
-        zone = TimeZone::gmt();
-    }
-    // The library stamps records in the device's zone; someone asking about a place wants
-    // its clock, so the place's zone is the device's for this run.
-    TimeZone::setSystemDefault(*zone);
-    return Place{city, *zone};
+    if (!TimeZone::withName(zoneName)) warn("unknown time zone '" + zoneName + "'; using GMT");
+    // Someone asking about a place wants its clock, so the place's clock is the device's
+    // zone for this run: the zone, or the fixed offset its settings give (--gmt, --dst),
+    // taken as it stands now.
+    const TimeZone zone = clockOfCity(*city, Clock::now());
+    TimeZone::setSystemDefault(zone);
+    return Place{city, zone};
 }
 
 std::shared_ptr<TarvoCity> cityFromFields(const CityFields& f) {

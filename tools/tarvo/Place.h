@@ -45,9 +45,13 @@ struct Place {
     Date noonOf(const std::string& date, std::string_view option) const;
 };
 
-/// Adds --saved, --lat, --lon, --tz, the calculation options, --city, --country and the
-/// custom angles.
-void addPlaceOptions(CLI::App& command, PlaceOptions& options);
+/// Adds --saved, --lat, --lon, --tz (described by `zoneHelp`), the calculation options,
+/// --city, --country and the custom angles.
+void addPlaceOptions(CLI::App& command, PlaceOptions& options,
+                     const std::string& zoneHelp = "Time zone of the place, e.g. Asia/Riyadh (the run uses its clock)");
+/// Checks the combination (one line and exit status 2 when it is wrong) and builds the city:
+/// the selected saved city with --saved, else one from the options.
+std::shared_ptr<TarvoCity> placeCity(const CLI::App& command, const PlaceOptions& options);
 /// Checks the combination (one line and exit status 2 when it is wrong), registers the host
 /// defaults, builds the city and makes its zone the device's zone.
 Place resolvePlace(const CLI::App& command, const PlaceOptions& options);

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "Place.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/cities/CityCalculatorSetup.h"
 #include "tarvo/cities/TarvoCity.h"
@@ -18,24 +19,11 @@ namespace tarvo::cli {
 namespace {
 
 struct TimesOptions {
-    double latitude = 0;
-    double longitude = 0;
-    std::string timeZone;
+    PlaceOptions place;
     std::string date;
-    CalculationOptions calculation;
-    std::optional<std::string> city;
-    std::optional<std::string> country;
-    std::optional<double> fajrAngle;
-    std::optional<double> ishaAngle;
     std::string format = "24";
     bool json = false;
-    bool saved = false;
 };
-
-// Options that describe the place or its calculation settings; --saved takes all of them
-// from the selected city instead.
-constexpr const char* kPlaceOptions[] = {"--lat",     "--lon", "--tz",  "--city", "--country",    "--method",
-                                         "--highlat", "--asr", "--dst", "--gmt",  "--fajr-angle", "--isha-angle"};
 
 std::string jsonNumber(double value) {
     // 17 significant digits: the exact double, for scripts that compare raw values.
@@ -55,11 +43,11 @@ void printJson(const std::string& date, const std::vector<double>& hours, const 
     std::cout << out << "}\n";
 }
 
-void printText(const std::string& date, const TimesOptions& o, const std::vector<std::string>& text,
+void printText(const std::string& date, const TarvoCity& city, const std::vector<std::string>& text,
                const PrayerCalculator& calculator) {
-    std::string place = o.city.value_or(fmt::format("{:.4f}, {:.4f}", o.latitude, o.longitude));
-    if (o.country && !o.country->empty()) place += ", " + *o.country;
-    std::cout << "Prayer times for " << place << " on " << date << " (" << o.timeZone << ")\n";
+    std::string place = city.cityName().value_or("");
+    if (city.countryName() && !city.countryName()->empty()) place += ", " + *city.countryName();
+    std::cout << "Prayer times for " << place << " on " << date << " (" << city.TimeZone().value_or("") << ")\n";
     std::cout << "Method: " << PrayerCalculator::getPrayerMethodNameFromNumber(calculator.calcMethod())
               << "; Asr: " << PrayerCalculator::getAsrMethodFromNumber(calculator.asrJuristic())
               << "; high latitudes: " << PrayerCalculator::getAdjustHighLatNameFromNumber(calculator.adjustHighLats())
@@ -74,50 +62,10 @@ void printText(const std::string& date, const TimesOptions& o, const std::vector
     }
 }
 
-void configureFromOptions(PrayerCalculator& calculator, const TimesOptions& o) {
-    // Same order as the day timetable generation: position first (the automatic method
-    // depends on it), then the method choices, overrides, and custom angles last.
-    calculator.setLat(o.latitude);
-    calculator.setLng(o.longitude);
-    calculator.setCalcMethod(o.calculation.method);
-    calculator.setAsrJuristic(o.calculation.asr);
-    calculator.setAdjustHighLats(o.calculation.highLatitude);
-    if (o.calculation.dst) calculator.setOverrideDST(*o.calculation.dst);
-    if (o.calculation.gmt) calculator.setOverrideTimeZoneOffset(*o.calculation.gmt);
-    if (o.fajrAngle) calculator.setFajrAngle(*o.fajrAngle);
-    if (o.ishaAngle) calculator.setIshaAngle(*o.ishaAngle);
-}
-
-void checkPlaceOptions(const CLI::App& cmd, const TimesOptions& o) {
-    std::string given;
-    for (const char* name : kPlaceOptions) {
-        if (cmd.get_option(name)->count() > 0) given += (given.empty() ? "" : ", ") + std::string(name);
-    }
-    if (o.saved && !given.empty()) {
-        throw UsageError("--saved takes the place and its settings from the selected city; leave out " + given);
-    }
-    if (!o.saved) {
-        for (const char* name : {"--lat", "--lon", "--tz"}) {
-            if (cmd.get_option(name)->count() == 0) {
-                throw UsageError(std::string(name) + " is required (or use --saved for the selected city)");
-            }
-        }
-    }
-}
-
-void run(TimesOptions o) {
-    std::shared_ptr<TarvoCity> city;
-    if (o.saved) {
-        auto user = openUserDatabase();
-        // London when no city is selected.
-        city = TarvoCity::initWithCurrentSelectionUsingDB(user->database());
-        o.latitude = city->latitude();
-        o.longitude = city->longitude();
-        o.timeZone = city->TimeZone().value_or("");
-        o.city = city->cityName();
-        o.country = city->countryName();
-    }
-    if (!TimeZone::withName(o.timeZone)) warn("unknown time zone '" + o.timeZone + "'; using GMT");
+void run(const CLI::App& cmd, const TimesOptions& o) {
+    const std::shared_ptr<TarvoCity> city = placeCity(cmd, o.place);
+    const std::optional<std::string> zoneName = city->TimeZone();
+    if (!TimeZone::withName(zoneName.value_or(""))) warn("unknown time zone '" + zoneName.value_or("") + "'; using GMT");
 
     // The moment asked about is noon of the date in the device's own zone.
     const Calendar device;
@@ -126,20 +74,16 @@ void run(TimesOptions o) {
     const std::string dateText = fmt::format("{:04}-{:02}-{:02}", noon.year, noon.month, noon.day);
 
     PrayerCalculator calculator;
-    if (city) {
-        configureCalculatorFromCity(calculator, *city);
-    } else {
-        configureFromOptions(calculator, o);
-    }
+    configureCalculatorFromCity(calculator, *city);
     calculator.setTimeFormat(o.format == "12" ? 1 : o.format == "12ns" ? 2 : 0);
 
     const std::vector<double> hours = calculator.getDatePrayerTimesAsDoubles(
-        moment, o.city, o.country, o.latitude, o.longitude, o.timeZone);
+        moment, city->cityName(), city->countryName(), city->latitude(), city->longitude(), zoneName);
     const std::vector<std::string> text = calculator.adjustTimesFormat(hours);
     if (o.json) {
-        printJson(dateText, hours, text, calculator, city.get());
+        printJson(dateText, hours, text, calculator, o.place.saved ? city.get() : nullptr);
     } else {
-        printText(dateText, o, text, calculator);
+        printText(dateText, *city, text, calculator);
     }
 }
 
@@ -148,29 +92,13 @@ void run(TimesOptions o) {
 void registerTimesCommand(CLI::App& app) {
     auto options = std::make_shared<TimesOptions>();
     CLI::App* cmd = app.add_subcommand("times", "Show one day's prayer times for a place");
-    addLatitudeOption(*cmd, options->latitude, false);
-    addLongitudeOption(*cmd, options->longitude, false);
-    cmd->add_option("--tz", options->timeZone, "Time zone of the place, e.g. Europe/London");
-    cmd->add_flag("--saved", options->saved,
-                  "Use the selected saved city (London when none is selected) with its method, Asr school, "
-                  "high-latitude rule, daylight-saving rule, offset and custom angles, instead of "
-                  "--lat/--lon/--tz and the calculation options");
+    addPlaceOptions(*cmd, options->place, "Time zone of the place, e.g. Europe/London");
     cmd->add_option("--date", options->date, "Date as YYYY-MM-DD (default: today)");
-    addCalculationOptions(*cmd, options->calculation, "Fixed offset from GMT in hours instead of the zone's");
-    cmd->add_option("--city", options->city, "City name (Dubai and Kuala Lumpur use their official timetables)");
-    cmd->add_option("--country", options->country, "Country name (chooses the automatic Asr school)");
-    cmd->add_option("--fajr-angle", options->fajrAngle, "Custom Fajr sun depression in degrees")
-        ->check(numberBetween(0, 90));
-    cmd->add_option("--isha-angle", options->ishaAngle, "Custom Isha sun depression in degrees")
-        ->check(numberBetween(0, 90));
     cmd->add_option("--format", options->format, "Time format: 24, 12 or 12ns (12-hour without am/pm)")
         ->check(CLI::IsMember({"24", "12", "12ns"}));
     cmd->add_flag("--json", options->json, "Print one JSON object instead of text");
     cmd->footer("Give either --lat, --lon and --tz (all three), or --saved.");
-    cmd->callback([options, cmd] {
-        checkPlaceOptions(*cmd, *options);
-        run(*options);
-    });
+    cmd->callback([options, cmd] { run(*cmd, *options); });
 }
 
 }  // namespace tarvo::cli

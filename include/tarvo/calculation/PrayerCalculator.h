@@ -33,6 +33,8 @@ public:
     /// Six method parameters: Fajr selector and value, Maghrib selector and value, Isha
     /// selector and value. Selector 0: the value is a sun depression angle; 1: minutes.
     using MethodParams = std::vector<double>;
+    /// The custom method: its Fajr and Isha angles are the user's (18 and 17 until set).
+    static constexpr int64_t kCustomMethod = 6;
 
     PrayerCalculator();
 
@@ -105,7 +107,9 @@ public:
     /// Turns the first guesses (hours) into day portions in place, and returns the raw times.
     std::vector<double> computeTimes(std::vector<double>& guesses);
     std::vector<double>& adjustTimes(std::vector<double>& times);
-    std::vector<double>& computeQiyamTime(std::vector<double>& times);
+    /// Qiyam at two thirds of the night from Maghrib to tomorrow's Fajr; `clockChange` is how
+    /// many hours tomorrow's clock runs ahead of today's (0 but on a night of summer time).
+    std::vector<double>& computeQiyamTime(std::vector<double>& times, double clockChange = 0.0);
     void setTimeZone(const std::optional<std::string>& name);
     double getTimeZoneOffset(Date date) const;
     double getTimezoneOffsetInHours(double milliseconds) const;
