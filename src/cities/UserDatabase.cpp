@@ -153,6 +153,18 @@ bool UserDatabase::selectCity(int64_t primaryKey) {
     return false;
 }
 
+bool UserDatabase::setCustomAngles(int64_t primaryKey, double fajrAngle, double ishaAngle) {
+    std::lock_guard lock(TarvoCity::syncObj());
+    SqliteStatement update;
+    const bool written =
+        update.prepare(database_, "UPDATE savedcities SET custom_fajrangle = ?, custom_ishaangle = ? WHERE pk = ?") ==
+            SQLITE_OK &&
+        update.bindDouble(1, fajrAngle) == SQLITE_OK && update.bindDouble(2, ishaAngle) == SQLITE_OK &&
+        update.bindInt64(3, primaryKey) == SQLITE_OK && update.step() == SQLITE_DONE && database_.changes() == 1;
+    if (!written) TARVO_LOG_ERROR("[DB] Error: cannot set the angles of city {}: {}", primaryKey, database_.errorMessage());
+    return written;
+}
+
 std::vector<std::shared_ptr<TarvoCity>> UserDatabase::cachedCities() {
     std::lock_guard lock(TarvoCity::syncObj());
     std::vector<std::shared_ptr<TarvoCity>> cities;

@@ -111,6 +111,12 @@ TEST_F(FacadeCommands, OneCustomMethodRuleAndTheOffsetActuallyUsed) {
     EXPECT_EQ(prayers[0]["clock"], times["text"][0]);
     EXPECT_EQ(prayers[6]["clock"], times["text"][6]);
     EXPECT_NE(prayers[0]["clock"], prayers[1]["clock"]);  // Fajr is not at sunrise
+    // A saved city keeps the angles it was given.
+    const std::vector<std::string> at15 = {"--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "6",
+                                           "--fajr-angle", "15"};
+    ASSERT_EQ(runTarvo(with(with({"cities", "add", "--name", "M", "--country", "Saudi Arabia"}, at15), {})).status, 0);
+    EXPECT_EQ(json::parse(runTarvo({"day", "--saved", "--date", "2016-01-05", "--json"}).out)["days"][0]["prayers"][0],
+              json::parse(runTarvo(with(with({"day"}, at15), {"--date", "2016-01-05", "--json"})).out)["days"][0]["prayers"][0]);
 
     // A fixed offset of five hours: Umm al-Qura's 05:38 (+03:00) Fajr is 07:38 on that clock,
     // and every time says so.

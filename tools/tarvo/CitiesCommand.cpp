@@ -81,6 +81,7 @@ void add(const CitiesOptions& o) {
     if (o.name.empty()) throw UsageError("--name must not be empty");
     if (o.country.empty()) throw UsageError("--country must not be empty");
     if (!TimeZone::withName(o.timeZone)) throw UsageError("--tz: unknown time zone '" + o.timeZone + "'");
+    checkCalculationOptions(o.calculation);
     auto user = openUserDatabase();
 
     const auto city = cityFromFields({o.name, o.country, o.state.value_or(""), o.latitude, o.longitude, o.timeZone,
@@ -97,6 +98,12 @@ void add(const CitiesOptions& o) {
     saved->setIsLoadingFromDB(true);
     saved->setIsSelectedCity(true);
     saved->setIsLoadingFromDB(false);
+    // A new row holds no custom angles: they are written to the saved row after it.
+    if ((o.calculation.fajrAngle || o.calculation.ishaAngle) &&
+        !user->setCustomAngles(saved->primaryKey(), o.calculation.fajrAngle.value_or(0),
+                               o.calculation.ishaAngle.value_or(0))) {
+        throw UsageError("the city was saved but its angles could not be stored in " + user->path().string());
+    }
     printCity("Saved and selected", *saved, o.json);
 }
 
@@ -145,6 +152,8 @@ ordered_json cityJson(const TarvoCity& city) {
     j["prayerMethod"] = city.prayerMethod();
     j["asrMethod"] = city.asrMethod();
     j["adjustHighLatitude"] = city.adjustHighLatitude();
+    j["customFajrAngle"] = city.customFajrAngle();  // 0: not chosen (the custom method's 18)
+    j["customIshaAngle"] = city.customIshaAngle();  // 0: not chosen (17)
     j["isSelectedCity"] = city.isSelectedCity();
     return j;
 }

@@ -83,10 +83,14 @@ struct CalculationOptions {
     int64_t highLatitude = 0;  ///< 0 automatic
     std::optional<int64_t> dst;  ///< 0 follow the zone, 1 force on, 2 force off
     std::optional<double> gmt;   ///< fixed offset in hours
+    std::optional<double> fajrAngle;  ///< the custom method's angles (18 and 17 when not given)
+    std::optional<double> ishaAngle;
 };
-/// --method, --asr, --highlat, --dst and --gmt with their value ranges; `gmtHelp` says what
-/// leaving out --gmt means for the command.
+/// --method, --asr, --highlat, --dst, --gmt, --fajr-angle and --isha-angle with their value
+/// ranges; `gmtHelp` says what leaving out --gmt means for the command.
 void addCalculationOptions(CLI::App& command, CalculationOptions& options, const std::string& gmtHelp);
+/// Refuses custom angles without the custom method (any other method ignores them).
+void checkCalculationOptions(const CalculationOptions& options);
 
 /// The fields of a city the user gives on the command line.
 struct CityFields {
@@ -97,8 +101,6 @@ struct CityFields {
     double longitude = 0;
     std::string timeZone;
     CalculationOptions calculation;
-    double customFajrAngle = 0;
-    double customIshaAngle = 0;
 };
 /// A city with those fields (offset from the zone unless --gmt was given), filled silently:
 /// it describes a place the user named, not an edit of the automatic city, so nothing is
@@ -129,6 +131,8 @@ struct ClockTime {
     std::string iso;
 };
 ClockTime clockTime(Date moment, const TimeZone& zone);
+/// An offset from UTC as ISO 8601 writes it: "+03:00", "-09:30".
+std::string offsetText(int64_t seconds);
 
 /// A warning line on standard error ("tarvo: warning: ...").
 void warn(const std::string& message);

@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "Commands.h"
+#include "tarvo/calculation/PrayerCalculator.h"
 #include "platform/Text.h"
 #include "tarvo/platform/Calendar.h"
 
@@ -50,6 +51,21 @@ void addCalculationOptions(CLI::App& command, CalculationOptions& options, const
     command.add_option("--dst", options.dst, "Daylight saving: 0 follow the zone, 1 force on, 2 force off")
         ->check(numberBetween(0, 2));
     command.add_option("--gmt", options.gmt, gmtHelp)->check(numberBetween(-14, 14));
+    command.add_option("--fajr-angle", options.fajrAngle, "Custom Fajr sun depression in degrees, above 0 (with "
+                                                          "--method 6; default 18)")
+        ->check(numberBetween(0, 90));
+    command.add_option("--isha-angle", options.ishaAngle, "Custom Isha sun depression in degrees, above 0 (with "
+                                                          "--method 6; default 17)")
+        ->check(numberBetween(0, 90));
+}
+
+void checkCalculationOptions(const CalculationOptions& o) {
+    if ((o.fajrAngle || o.ishaAngle) && o.method != PrayerCalculator::kCustomMethod) {
+        throw UsageError("--fajr-angle and --isha-angle need --method 6 (the custom method)");
+    }
+    // 0 is what a city stores for "not chosen"; as an angle it would put Fajr at sunrise.
+    if (o.fajrAngle.value_or(1) <= 0) throw UsageError("--fajr-angle must be above 0 degrees");
+    if (o.ishaAngle.value_or(1) <= 0) throw UsageError("--isha-angle must be above 0 degrees");
 }
 
 void addClockOption(CLI::App& command, std::optional<int64_t>& clock) {
@@ -119,13 +135,15 @@ Date momentOrNow(const std::string& at, std::string_view option) {
 ClockTime clockTime(Date moment, const TimeZone& zone) {
     const Date minute(std::round(moment.timeIntervalSince1970() / 60.0) * 60.0);
     const DateComponents c = Calendar(zone).components(minute);
-    const int64_t offset = zone.secondsFromGMT(minute) / 60;
-    const int64_t size = offset < 0 ? -offset : offset;
     ClockTime t;
     t.clock = fmt::format("{:02}:{:02}", c.hour, c.minute);
-    t.iso = fmt::format("{:04}-{:02}-{:02}T{}{}{:02}:{:02}", c.year, c.month, c.day, t.clock, offset < 0 ? '-' : '+',
-                        size / 60, size % 60);
+    t.iso = fmt::format("{:04}-{:02}-{:02}T{}{}", c.year, c.month, c.day, t.clock, offsetText(zone.secondsFromGMT(minute)));
     return t;
+}
+
+std::string offsetText(int64_t seconds) {
+    const int64_t minutes = (seconds < 0 ? -seconds : seconds) / 60;
+    return fmt::format("{}{:02}:{:02}", seconds < 0 ? '-' : '+', minutes / 60, minutes % 60);
 }
 
 void warn(const std::string& message) { std::cerr << "tarvo: warning: " << message << "\n"; }

@@ -33,16 +33,12 @@ void checkCombination(const CLI::App& cmd, const PlaceOptions& o) {
             throw UsageError(std::string(name) + " is required (or use --saved for the selected city)");
         }
     }
-    // Custom angles belong to a city that uses the custom method; any other method ignores them.
-    if ((o.fajrAngle || o.ishaAngle) && o.calculation.method != 6) {
-        throw UsageError("--fajr-angle and --isha-angle need --method 6 (the custom method)");
-    }
+    checkCalculationOptions(o.calculation);
 }
 
 std::shared_ptr<TarvoCity> cityAt(const PlaceOptions& o) {
     return cityFromFields({o.city.value_or(fmt::format("{:.4f}, {:.4f}", o.latitude, o.longitude)),
-                           o.country.value_or(""), "", o.latitude, o.longitude, o.timeZone, o.calculation,
-                           o.fajrAngle.value_or(0), o.ishaAngle.value_or(0)});
+                           o.country.value_or(""), "", o.latitude, o.longitude, o.timeZone, o.calculation});
 }
 
 }  // namespace
@@ -57,10 +53,6 @@ void addPlaceOptions(CLI::App& cmd, PlaceOptions& o, const std::string& zoneHelp
     addCalculationOptions(cmd, o.calculation, "Fixed offset from GMT in hours instead of the zone's");
     cmd.add_option("--city", o.city, "City name (Dubai and Kuala Lumpur use their official timetables)");
     cmd.add_option("--country", o.country, "Country name (chooses the automatic Asr school)");
-    cmd.add_option("--fajr-angle", o.fajrAngle, "Custom Fajr sun depression in degrees (with --method 6)")
-        ->check(numberBetween(0, 90));
-    cmd.add_option("--isha-angle", o.ishaAngle, "Custom Isha sun depression in degrees (with --method 6)")
-        ->check(numberBetween(0, 90));
 }
 
 std::shared_ptr<TarvoCity> placeCity(const CLI::App& cmd, const PlaceOptions& o) {
@@ -99,18 +91,17 @@ std::shared_ptr<TarvoCity> cityFromFields(const CityFields& f) {
     city->setPrayerMethod(f.calculation.method);
     city->setAsrMethod(f.calculation.asr);
     city->setAdjustHighLatitude(f.calculation.highLatitude);
-    city->setCustomFajrAngle(f.customFajrAngle);
-    city->setCustomIshaAngle(f.customIshaAngle);
+    // 0: not chosen, so the custom method keeps its own angles.
+    city->setCustomFajrAngle(f.calculation.fajrAngle.value_or(0));
+    city->setCustomIshaAngle(f.calculation.ishaAngle.value_or(0));
     city->setIsLoadingFromDB(false);
     return city;
 }
 
 std::string Place::iso(Date moment) const {
     const DateComponents c = Calendar(zone).components(moment);
-    const int64_t offset = zone.secondsFromGMT(moment);
-    const int64_t magnitude = std::llabs(offset);
-    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}{}{:02}:{:02}", c.year, c.month, c.day, c.hour, c.minute,
-                       c.second, offset < 0 ? '-' : '+', magnitude / 3600, (magnitude % 3600) / 60);
+    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}{}", c.year, c.month, c.day, c.hour, c.minute, c.second,
+                       offsetText(zone.secondsFromGMT(moment)));
 }
 
 std::string Place::clock(Date moment) const {

@@ -26,8 +26,6 @@ struct PlaceOptions {
     CalculationOptions calculation;
     std::optional<std::string> city;
     std::optional<std::string> country;
-    std::optional<double> fajrAngle;
-    std::optional<double> ishaAngle;
 };
 
 /// A resolved place: the city, and the zone that was made the device's zone for the run.

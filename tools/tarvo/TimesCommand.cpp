@@ -31,8 +31,11 @@ std::string jsonNumber(double value) {
 }
 
 void printJson(const std::string& date, const std::vector<double>& hours, const std::vector<std::string>& text,
-               const PrayerCalculator& calculator, const TarvoCity* city) {
-    std::string out = "{\"date\":" + nlohmann::json(date).dump() + ",\"hours\":[";
+               const PrayerCalculator& calculator, Date moment, const TarvoCity* city) {
+    // The offset the day's times are written on (tomorrow's entries may differ on the night
+    // the clocks change).
+    const auto offset = static_cast<int64_t>(std::llround(calculator.getTimeZoneOffset(moment) * 3600.0));
+    std::string out = "{\"date\":" + nlohmann::json(date).dump() + ",\"utcOffset\":\"" + offsetText(offset) + "\",\"hours\":[";
     for (size_t i = 0; i < hours.size(); ++i) out += (i ? "," : "") + jsonNumber(hours[i]);
     out += "],\"text\":" + nlohmann::json(text).dump();
     out += ",\"names\":" + nlohmann::json(calculator.getTimeNames()).dump();
@@ -81,7 +84,7 @@ void run(const CLI::App& cmd, const TimesOptions& o) {
         moment, city->cityName(), city->countryName(), city->latitude(), city->longitude(), zoneName);
     const std::vector<std::string> text = calculator.adjustTimesFormat(hours);
     if (o.json) {
-        printJson(dateText, hours, text, calculator, o.place.saved ? city.get() : nullptr);
+        printJson(dateText, hours, text, calculator, moment, o.place.saved ? city.get() : nullptr);
     } else {
         printText(dateText, *city, text, calculator);
     }

@@ -53,6 +53,11 @@ public:
     /// Makes the city with this primary key the only selected row. False, with nothing
     /// changed, when there is no such city or the database cannot be written.
     bool selectCity(int64_t primaryKey);
+    /// Stores the custom method's Fajr and Isha angles of a saved city (0: not chosen, the
+    /// method's own 18 and 17). Saving a city writes no angles and editing a saved city never
+    /// happens in the app, so this is how a saved city gets its own. False when there is no
+    /// such city or the database cannot be written.
+    bool setCustomAngles(int64_t primaryKey, double fajrAngle, double ishaAngle);
     /// The places of the reverse-geocode cache, oldest first (name, country, position and
     /// zone; a zone means GMT 50).
     std::vector<std::shared_ptr<TarvoCity>> cachedCities();

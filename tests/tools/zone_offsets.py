@@ -1,0 +1,79 @@
+#!/usr/bin/env python3
+"""Every offset `tarvo day` and `tarvo times` print agrees with Python's zoneinfo (the same
+system database, read by an independent implementation), for every zone of zone1970.tab at its
+own position over a whole year, and every Dhuhr lies within 40 minutes of the sun's transit
+(NOAA's solar-noon approximation). Usage: zone_offsets.py TARVO [YEAR]"""
+import datetime as dt
+import json
+import math
+import os
+import re
+import subprocess
+import sys
+import tempfile
+from zoneinfo import ZoneInfo
+
+TARVO = sys.argv[1]
+YEAR = int(sys.argv[2]) if len(sys.argv) > 2 else 2026
+ENV = dict(os.environ, TARVO_HOME=tempfile.mkdtemp(prefix="tarvo-zones-"), TZ="UTC")
+
+
+def coordinate(text):
+    m = re.fullmatch(r"([+-])(\d\d)(\d\d)(\d\d)?([+-])(\d\d\d)(\d\d)(\d\d)?", text)
+    lat = (int(m[2]) + int(m[3]) / 60 + int(m[4] or 0) / 3600) * (1 if m[1] == "+" else -1)
+    lon = (int(m[6]) + int(m[7]) / 60 + int(m[8] or 0) / 3600) * (1 if m[5] == "+" else -1)
+    return lat, lon
+
+
+def transit_minutes_utc(day, lon):
+    g = 2 * math.pi / 365 * (day.timetuple().tm_yday - 1)
+    eot = 229.18 * (0.000075 + 0.001868 * math.cos(g) - 0.032077 * math.sin(g)
+                    - 0.014615 * math.cos(2 * g) - 0.040849 * math.sin(2 * g))
+    return 720 - 4 * lon - eot
+
+
+def tarvo(*args):
+    run = subprocess.run([TARVO, *args], capture_output=True, text=True, env=ENV)
+    if run.returncode != 0:
+        raise SystemExit(f"tarvo {' '.join(args)} failed: {run.stderr}")
+    return json.loads(run.stdout)
+
+
+zones = {}
+with open(os.path.join(os.environ.get("TZDIR", "/usr/share/zoneinfo"), "zone1970.tab")) as table:
+    for line in table:
+        if not line.startswith("#"):
+            fields = line.rstrip("\n").split("\t")
+            zones[fields[2]] = coordinate(fields[1])
+
+problems = []
+checked = 0
+for name, (lat, lon) in sorted(zones.items()):
+    zone = ZoneInfo(name)
+    place = ["--lat", f"{lat:.4f}", "--lon", f"{lon:.4f}", "--tz", name]
+    days = tarvo("day", *place, "--date", f"{YEAR}-01-01", "--days", "365", "--json")["days"]
+    for day in days:
+        for prayer in day["prayers"]:
+            moment = dt.datetime.fromisoformat(prayer["time"])
+            checked += 1
+            if moment.utcoffset() != moment.astimezone(zone).utcoffset():
+                problems.append(f"{name} {prayer['time']}: zoneinfo says {moment.astimezone(zone).isoformat()}")
+            if prayer["type"] == 2:
+                utc = moment.astimezone(dt.timezone.utc)
+                early = (utc.hour * 60 + utc.minute - transit_minutes_utc(utc.date(), lon) + 720) % 1440 - 720
+                if abs(early) > 40:
+                    problems.append(f"{name} Dhuhr {prayer['time']} is {early:.0f} min from the transit")
+    for date in (f"{YEAR}-01-15", f"{YEAR}-07-15"):
+        times = tarvo("times", *place, "--date", date, "--json")
+        noon = dt.datetime.fromisoformat(date + "T12:00").replace(tzinfo=dt.timezone.utc)
+        want = noon.astimezone(zone).utcoffset()
+        sign, hours, minutes = times["utcOffset"][0], int(times["utcOffset"][1:3]), int(times["utcOffset"][4:6])
+        got = dt.timedelta(hours=hours, minutes=minutes) * (-1 if sign == "-" else 1)
+        checked += 1
+        if got != want:
+            problems.append(f"{name} times {date}: {times['utcOffset']}, zoneinfo says {want}")
+
+print(f"{len(zones)} zones, {checked} offsets checked, {len(problems)} disagreements")
+for p in problems[:40]:
+    print(p)
+sys.exit(1 if problems else 0)
