@@ -183,6 +183,20 @@ std::shared_ptr<TarvoCity> TarvoCity::InitWithDefaults() {
     return city;
 }
 
+std::vector<SettingDescription> TarvoCity::automaticCitySettings() {
+    using Type = SettingDescription::Type;
+    return {
+        {kAutoCityGMT, Type::number, false, -100, 50,
+         "Hours from GMT of the automatic city (50: the time zone's offset)"},
+        {kAutoCityDST, Type::integer, false, 0, 2, "Summer time of the automatic city: 0 the zone's, 1 on, 2 off"},
+        {kAutoCityPrayerMethod, Type::integer, false, 0, 7, "Calculation method of the automatic city (0 automatic)"},
+        {kAutoCityAsrMethod, Type::integer, false, 0, 2, "Asr school of the automatic city: 0 automatic, 1 Shafi, 2 Hanafi"},
+        {kAutoCityHighLatMethod, Type::integer, false, 0, 4, "High-latitude rule of the automatic city (0 automatic)"},
+        {kAutoCityFajrAngle, Type::number, false, 0, 90, "Custom-method Fajr angle of the automatic city (0: 18)"},
+        {kAutoCityIshaAngle, Type::number, false, 0, 90, "Custom-method Isha angle of the automatic city (0: 17)"},
+    };
+}
+
 void TarvoCity::loadAutoCityPreferences() {
     setIsLoadingFromDB(true);
     setGMT(store()->doubleForKey(kAutoCityGMT));

@@ -1,6 +1,7 @@
 #include "tarvo/configuration/PrayerConfiguration.h"
 
 #include <array>
+#include <limits>
 #include <string>
 
 #include "tarvo/platform/KeyedArchiver.h"
@@ -24,7 +25,8 @@ std::string alertKey(const char* prayer) { return std::string(prayer) + "SoundAl
 
 }  // namespace
 
-// One stored setting: its key (the same in the store and in archives) and how it is kept.
+// One stored setting: its key (the same in the store and in archives), how it is kept, what
+// it means and, for numbers, the values that make sense.
 struct PrayerConfiguration::Field {
     enum class Kind {
         flag,           // a bool in the store and in archives
@@ -34,47 +36,79 @@ struct PrayerConfiguration::Field {
     };
     const char* key;
     Kind kind;
+    const char* meaning;
     bool PrayerConfiguration::*flag = nullptr;
     int64_t PrayerConfiguration::*number = nullptr;
+    double minimum = -std::numeric_limits<double>::infinity();
+    double maximum = std::numeric_limits<double>::infinity();
 };
+
+namespace {
+using C = PrayerConfiguration;
+// An adjustment moves a prayer by at most three hours either way.
+constexpr double kMaxAdjustment = 180;
+}  // namespace
 
 // Loading order. The digit-first keys of the four extra times are the names existing stores
 // hold and must not be "tidied".
 const PrayerConfiguration::Field PrayerConfiguration::kFields[] = {
     // Read as an integer and compared with exactly 1: any other number counts as off.
-    {"UsePrayerAdjustments", Field::Kind::flagIsOne, &PrayerConfiguration::UsePrayerAdjustments_},
-    {"TimerStyleExactTime", Field::Kind::flag, &PrayerConfiguration::TimerStyleExactTime_},
-    {"SoundAlertsDisabled", Field::Kind::flagIsNonZero, &PrayerConfiguration::SoundAlertsDisabled_},
-    {"FajrAdj", Field::Kind::number, nullptr, &PrayerConfiguration::FajrAdj_},
-    {"SunriseAdj", Field::Kind::number, nullptr, &PrayerConfiguration::SunriseAdj_},
-    {"DhuhrAdj", Field::Kind::number, nullptr, &PrayerConfiguration::DhuhrAdj_},
-    {"AsrAdj", Field::Kind::number, nullptr, &PrayerConfiguration::AsrAdj_},
-    {"MaghribAdj", Field::Kind::number, nullptr, &PrayerConfiguration::MaghribAdj_},
-    {"IshaAdj", Field::Kind::number, nullptr, &PrayerConfiguration::IshaAdj_},
-    {"QiyamAdj", Field::Kind::number, nullptr, &PrayerConfiguration::QiyamAdj_},
-    {"HijriCorrection", Field::Kind::number, nullptr, &PrayerConfiguration::HijriCorrection_},
-    {"ShouldPlayDuaAfterAthan", Field::Kind::flag, &PrayerConfiguration::ShouldPlayDuaAfterAthan_},
-    {"15HourBeforeSunrise", Field::Kind::flag, &PrayerConfiguration::OneHalfHourBeforeSunrise_},
-    {"15HourAfterMaghrib", Field::Kind::flag, &PrayerConfiguration::OneHalfHourAfterMaghrib_},
-    {"20HourAfterMaghrib", Field::Kind::flag, &PrayerConfiguration::TwoHourAfterMaghrib_},
-    {"20HourAfterMaghribAuto", Field::Kind::flag, &PrayerConfiguration::TwoHourAfterMaghribAuto_},
-    {"ShowingCurrentLocation", Field::Kind::flag, &PrayerConfiguration::ShowingCurrentLocation_},
-    {"ShowQiyam", Field::Kind::flag, &PrayerConfiguration::ShowQiyam_},
-    {"SahoorEndsReminder", Field::Kind::flag, &PrayerConfiguration::SahoorEndsReminder_},
-    {"UseSunrise", Field::Kind::flag, &PrayerConfiguration::UseSunrise_},
-    {"StatusItemShowsTextDisplay", Field::Kind::flag, &PrayerConfiguration::StatusItemShowsTextDisplay_},
-    {"StatusItemPrayerTimeDisplayType", Field::Kind::number, nullptr,
-     &PrayerConfiguration::StatusItemPrayerTimeDisplayType_},
+    {"UsePrayerAdjustments", Field::Kind::flagIsOne, "Apply the per-prayer adjustment minutes", &C::UsePrayerAdjustments_},
+    {"TimerStyleExactTime", Field::Kind::flag, "Countdowns in exact-time timer style", &C::TimerStyleExactTime_},
+    {"SoundAlertsDisabled", Field::Kind::flagIsNonZero, "All prayer sound alerts off", &C::SoundAlertsDisabled_},
+    {"FajrAdj", Field::Kind::number, "Minutes added to Fajr", nullptr, &C::FajrAdj_, -kMaxAdjustment, kMaxAdjustment},
+    {"SunriseAdj", Field::Kind::number, "Minutes added to Sunrise", nullptr, &C::SunriseAdj_, -kMaxAdjustment, kMaxAdjustment},
+    {"DhuhrAdj", Field::Kind::number, "Minutes added to Dhuhr", nullptr, &C::DhuhrAdj_, -kMaxAdjustment, kMaxAdjustment},
+    {"AsrAdj", Field::Kind::number, "Minutes added to Asr", nullptr, &C::AsrAdj_, -kMaxAdjustment, kMaxAdjustment},
+    {"MaghribAdj", Field::Kind::number, "Minutes added to Maghrib (and Sunset)", nullptr, &C::MaghribAdj_, -kMaxAdjustment,
+     kMaxAdjustment},
+    {"IshaAdj", Field::Kind::number, "Minutes added to Isha", nullptr, &C::IshaAdj_, -kMaxAdjustment, kMaxAdjustment},
+    {"QiyamAdj", Field::Kind::number, "Minutes added to Qiyam", nullptr, &C::QiyamAdj_, -kMaxAdjustment, kMaxAdjustment},
+    {"HijriCorrection", Field::Kind::number, "Days of correction for Hijri dates (+1: each Hijri day starts a day earlier)",
+     nullptr, &C::HijriCorrection_, -3, 3},
+    {"ShouldPlayDuaAfterAthan", Field::Kind::flag, "Play the supplication after the call to prayer",
+     &C::ShouldPlayDuaAfterAthan_},
+    {"15HourBeforeSunrise", Field::Kind::flag, "Fajr one and a half hours before sunrise", &C::OneHalfHourBeforeSunrise_},
+    {"15HourAfterMaghrib", Field::Kind::flag, "Isha one and a half hours after Maghrib", &C::OneHalfHourAfterMaghrib_},
+    {"20HourAfterMaghrib", Field::Kind::flag, "Isha two hours after Maghrib", &C::TwoHourAfterMaghrib_},
+    {"20HourAfterMaghribAuto", Field::Kind::flag, "Isha two hours after Maghrib in a Saudi Ramadan",
+     &C::TwoHourAfterMaghribAuto_},
+    {"ShowingCurrentLocation", Field::Kind::flag, "The host shows the current location, not a saved city",
+     &C::ShowingCurrentLocation_},
+    {"ShowQiyam", Field::Kind::flag, "Count the night prayer Qiyam as current and next", &C::ShowQiyam_},
+    {"SahoorEndsReminder", Field::Kind::flag, "Remind when the pre-dawn meal ends", &C::SahoorEndsReminder_},
+    {"UseSunrise", Field::Kind::flag, "Call the second time Sunrise (off: Doha, 10 minutes later)", &C::UseSunrise_},
+    {"StatusItemShowsTextDisplay", Field::Kind::flag, "The status item shows text", &C::StatusItemShowsTextDisplay_},
+    {"StatusItemPrayerTimeDisplayType", Field::Kind::number, "How the status item shows the time (the host's index)",
+     nullptr, &C::StatusItemPrayerTimeDisplayType_},
     // A two-way choice, kept as a bool although the name says "type": the stores of existing
     // users hold a bool here.
-    {"StatusItemPrayerNameDisplayType", Field::Kind::flag, &PrayerConfiguration::StatusItemPrayerNameDisplayType_},
-    {"StatusItemShouldDisplayIcon", Field::Kind::flag, &PrayerConfiguration::StatusItemShouldDisplayIcon_},
-    {"ShowPrayerNamesInArabic", Field::Kind::flag, &PrayerConfiguration::ShowPrayerNamesInArabic_},
-    {"BackgroundLocationUpdates", Field::Kind::flag, &PrayerConfiguration::BackgroundLocationUpdates_},
-    {"UseSystemArabicFont", Field::Kind::flag, &PrayerConfiguration::UseSystemArabicFont_},
-    {"PreAlertType", Field::Kind::number, nullptr, &PrayerConfiguration::PreAlertType_},
-    {"PreAlertInterval", Field::Kind::number, nullptr, &PrayerConfiguration::PreAlertInterval_},
+    {"StatusItemPrayerNameDisplayType", Field::Kind::flag, "How the status item shows the name (a two-way choice)",
+     &C::StatusItemPrayerNameDisplayType_},
+    {"StatusItemShouldDisplayIcon", Field::Kind::flag, "The status item shows an icon", &C::StatusItemShouldDisplayIcon_},
+    {"ShowPrayerNamesInArabic", Field::Kind::flag, "Prayer names in Arabic", &C::ShowPrayerNamesInArabic_},
+    {"BackgroundLocationUpdates", Field::Kind::flag, "The host may update the location in the background",
+     &C::BackgroundLocationUpdates_},
+    {"UseSystemArabicFont", Field::Kind::flag, "The system font for Arabic text", &C::UseSystemArabicFont_},
+    {"PreAlertType", Field::Kind::number, "Kind of pre-alert before a prayer", nullptr, &C::PreAlertType_},
+    {"PreAlertInterval", Field::Kind::number, "Minutes of the pre-alert before a prayer", nullptr, &C::PreAlertInterval_, 0,
+     24 * 60},
 };
+
+std::vector<SettingDescription> PrayerConfiguration::settings() {
+    std::vector<SettingDescription> out;
+    for (const Field& f : kFields) {
+        SettingDescription d;
+        d.key = f.key;
+        d.type = f.kind == Field::Kind::number ? SettingDescription::Type::integer : SettingDescription::Type::boolean;
+        d.storedAsInteger = f.kind == Field::Kind::flagIsOne || f.kind == Field::Kind::flagIsNonZero;
+        d.minimum = f.minimum;
+        d.maximum = f.maximum;
+        d.meaning = f.meaning;
+        out.push_back(d);
+    }
+    return out;
+}
 
 PrayerConfiguration::PrayerConfiguration() { loadConfiguration(); }
 

@@ -67,9 +67,11 @@ std::string registerHostResources();
 
 /// --clock 12|24 for the commands that print clock times.
 void addClockOption(CLI::App& command, std::optional<int64_t>& clock);
-/// Makes the host's choice of clock: --clock when given; else, when the environment names
-/// no locale (C or POSIX), a 24-hour clock as terminal tools write it; else the locale's.
-void applyClockOption(const std::optional<int64_t>& clock);
+/// Makes the host's choice of clock: for machine output (JSON, CSV) the POSIX locale and a
+/// 24-hour clock whatever the environment says; else --clock when given; else, when the
+/// environment names no locale (C or POSIX), a 24-hour clock as terminal tools write it;
+/// else the locale's.
+void applyClockOption(const std::optional<int64_t>& clock, bool machineOutput = false);
 
 /// Shared option helpers. numberBetween checks a number within inclusive bounds, with a
 /// plain message for text that is not a number.

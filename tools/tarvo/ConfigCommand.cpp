@@ -3,12 +3,16 @@
 #include <cmath>
 #include <iostream>
 #include <memory>
+#include <optional>
+#include <vector>
 #include <stdexcept>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/configuration/PrayerConfiguration.h"
 #include "tarvo/platform/UserDefaults.h"
 
 namespace tarvo::cli {
@@ -20,9 +24,56 @@ using json = nlohmann::json;
 struct ConfigOptions {
     std::string key;
     std::string value;
-    std::string type = "string";
+    std::optional<std::string> type;
     bool json = false;
 };
+
+std::string dumpJson(const json& value);
+
+// Every preference the library reads, with its type, range and meaning.
+const std::vector<SettingDescription>& knownSettings() {
+    static const std::vector<SettingDescription> all = [] {
+        std::vector<SettingDescription> list = PrayerConfiguration::settings();
+        for (const SettingDescription& s : TarvoCity::automaticCitySettings()) list.push_back(s);
+        return list;
+    }();
+    return all;
+}
+
+const SettingDescription* knownSetting(std::string_view key) {
+    for (const SettingDescription& s : knownSettings()) {
+        if (s.key == key) return &s;
+    }
+    return nullptr;
+}
+
+// What an unset key reads as: the host's registered default, else false or 0.
+json defaultOf(const SettingDescription& s) {
+    if (hostDefaults().contains(std::string(s.key))) return hostDefaults()[std::string(s.key)];
+    if (s.type == SettingDescription::Type::boolean) return json(false);
+    return s.type == SettingDescription::Type::integer ? json(0) : json(0.0);
+}
+
+void printKeys(bool asJson) {
+    json list = json::array();
+    for (const SettingDescription& s : knownSettings()) {
+        json entry{{"key", s.key}, {"type", s.typeName()}, {"default", defaultOf(s)}, {"meaning", s.meaning}};
+        if (std::isfinite(s.minimum)) entry["minimum"] = s.minimum;
+        if (std::isfinite(s.maximum)) entry["maximum"] = s.maximum;
+        list.push_back(entry);
+    }
+    if (asJson) {
+        std::cout << dumpJson(list) << "\n";
+        return;
+    }
+    for (const json& e : list) {
+        std::string range;
+        if (e.contains("minimum")) range = fmt::format(" {} to {}", e["minimum"].get<double>(), e["maximum"].get<double>());
+        std::cout << fmt::format("{:<32} {:<6}{:<14} default {:<6} {}\n", e["key"].get<std::string>(),
+                                 e["type"].get<std::string>(), range, dumpJson(e["default"]),
+                                 e["meaning"].get<std::string>());
+    }
+}
 
 std::shared_ptr<UserDefaults> store() {
     registerHostDefaults();
@@ -64,9 +115,22 @@ void printAll(const ConfigOptions& o) {
 
 json parseValue(const ConfigOptions& o) {
     const std::string& text = o.value;
-    auto malformed = [&] { return UsageError("'" + text + "' is not a valid " + o.type); };
-    if (o.type == "string") return text;
-    if (o.type == "bool") {
+    // A key the library reads takes its own type: "true" for a bool stored as 1/0 is 1.
+    if (const SettingDescription* known = knownSetting(o.key)) {
+        // A bool the library reads as an integer may also be given as an int (1 or 0).
+        const bool asStored = known->storedAsInteger && o.type == "int";
+        if (o.type && *o.type != known->typeName() && !asStored) {
+            throw UsageError(fmt::format("{} is {} {}; leave out --type", o.key,
+                                         known->typeName() == std::string_view("int") ? "an" : "a", known->typeName()));
+        }
+        std::string why;
+        if (auto value = known->valueFromText(text, why)) return *value;
+        throw UsageError(why);
+    }
+    const std::string type = o.type.value_or("string");
+    auto malformed = [&] { return UsageError("'" + text + "' is not a valid " + type); };
+    if (type == "string") return text;
+    if (type == "bool") {
         for (const char* yes : {"true", "TRUE", "True", "yes", "YES", "Yes", "1"}) {
             if (text == yes) return true;
         }
@@ -76,7 +140,7 @@ json parseValue(const ConfigOptions& o) {
         throw malformed();
     }
     const char* end = text.data() + text.size();
-    if (o.type == "int") {
+    if (type == "int") {
         int64_t number = 0;
         const auto [ptr, ec] = std::from_chars(text.data(), end, number);
         if (text.empty() || ec != std::errc() || ptr != end) throw malformed();
@@ -145,13 +209,19 @@ void registerConfigCommand(CLI::App& app) {
     setCommand->add_option("key", options->key, "The preference to set")->required();
     setCommand->add_option("value", options->value, "The value, read as --type says")->required();
     setCommand->add_option("--type", options->type,
-                           "How to read the value: string (default), int, bool (true/false, yes/no, 1/0) or double")
+                           "For a key the library does not know: how to read the value, string (default), int, bool "
+                           "(true/false, yes/no, 1/0) or double. Known keys (tarvo config keys) take their own type")
         ->check(CLI::IsMember({"string", "int", "bool", "double"}));
     setCommand->callback([options] { set(*options); });
 
     CLI::App* unsetCommand = config->add_subcommand("unset", "Remove the stored value of a key (its default, if any, shows again)");
     unsetCommand->add_option("key", options->key, "The preference to remove")->required();
     unsetCommand->callback([options] { unset(*options); });
+
+    CLI::App* keys = config->add_subcommand("keys", "List every preference the library reads: type, range, default, meaning");
+    keys->add_flag("--json", options->json, "Print one JSON array of {key, type, default, meaning, minimum, maximum}");
+    keys->footer("The per-prayer alert keys are set with tarvo alerts set.");
+    keys->callback([options] { printKeys(options->json); });
 
     CLI::App* path = config->add_subcommand("path", "Show the file the shared preferences are kept in");
     path->callback([] { std::cout << store()->path().string() << "\n"; });

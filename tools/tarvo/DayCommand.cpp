@@ -67,8 +67,8 @@ ordered_json prayerJson(const Prayer& prayer, const Place& place) {
 }
 
 void run(const CLI::App& cmd, const DayOptions& o) {
+    applyClockOption(o.clock, o.json);
     const Place place = resolvePlace(cmd, o.place);
-    applyClockOption(o.clock);
     const Calendar gregorian;
     const IslamicCalendar islamic;
     const Date first = place.noonOf(o.date, "--date");
@@ -89,12 +89,12 @@ void run(const CLI::App& cmd, const DayOptions& o) {
             days.push_back({{"date", place.day(noon)}, {"prayers", prayers}});
             continue;
         }
-        std::cout << "\n" << place.day(noon) << "\n";
+        std::cout << "\n" << place.dayText(noon) << "\n";
         for (const auto& prayer : day) {
             const std::string time = clockText(prayer);
             std::string note;
             if (prayer->PrayerTime() && place.day(*prayer->PrayerTime()) != place.day(noon)) {
-                note = "  (" + place.day(*prayer->PrayerTime()) + ")";
+                note = "  (" + place.dayText(*prayer->PrayerTime()) + ")";
             }
             if (prayer->AdjustmentMinutes() != 0) note += fmt::format("  {:+} min", prayer->AdjustmentMinutes());
             std::cout << fmt::format("  {:<14} {}{}\n", prayer->PrayerName(), time, note);

@@ -38,8 +38,13 @@ std::string registerHostResources() {
     return directory;
 }
 
-void applyClockOption(const std::optional<int64_t>& clock) {
-    if (clock) {
+void applyClockOption(const std::optional<int64_t>& clock, bool machineOutput) {
+    if (machineOutput) {
+        // Scripts read the same text in every locale: ASCII digits, a 24-hour clock, English
+        // names. Set before the configuration is first loaded, which reads the locale.
+        Locale::setCurrentLocale("en_US_POSIX");
+        DateFormatter::setIs24HourClock(true);
+    } else if (clock) {
         DateFormatter::setIs24HourClock(*clock == 24);
     } else if (Locale::environmentLocale().identifier() == "en_US_POSIX") {
         DateFormatter::setIs24HourClock(true);

@@ -100,10 +100,10 @@ std::string csvField(const std::string& text) {
 }
 
 void run(const CLI::App& cmd, const MonthOptions& o) {
+    applyClockOption(o.clock, o.json || o.csv);
     if (o.json && o.csv) throw UsageError("give either --json or --csv");
     const Place place = resolvePlace(cmd, o.place);
     const auto [year, monthNumber] = parseMonth(o.month, place);
-    applyClockOption(o.clock);
 
     const auto facade = TarvoDAO::getSharedInstance();
     const bool arabic = facade->globalPrayerConfiguration()->ShowPrayerNamesInArabic();
@@ -161,7 +161,7 @@ void run(const CLI::App& cmd, const MonthOptions& o) {
     }
     std::cout << trimmed(header) << "\n";
     for (const Row& row : rows) {
-        std::string line = fmt::format("{:<10}  {:<9}  {:<22}", row.date, row.weekday, row.hijri);
+        std::string line = fmt::format("{:<10}  {:<9}  {:<22}", place.dayText(noons[&row - rows.data()]), row.weekday, row.hijri);
         for (const auto& time : row.times) line += fmt::format("  {:<8}", time);
         std::cout << trimmed(line) << "\n";
     }

@@ -117,8 +117,8 @@ void printText(const ordered_json& summary, const TarvoDAO& facade, const Record
 }
 
 void run(const CLI::App& cmd, const NowOptions& o) {
+    applyClockOption(o.clock, o.json);
     const Place place = resolvePlace(cmd, o.place);
-    applyClockOption(o.clock);
     // The place's zone is the device's by now, so --at reads on the place's clock.
     if (!o.at.empty()) Clock::installFixed(parseMoment(o.at, "--at"));
     const Date now = Clock::now();

@@ -11,6 +11,7 @@
 #include "tarvo/cities/UserDatabase.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Clock.h"
+#include "tarvo/platform/DateFormatter.h"
 
 namespace tarvo::cli {
 
@@ -107,6 +108,13 @@ std::string Place::iso(Date moment) const {
 std::string Place::clock(Date moment) const {
     const DateComponents c = Calendar(zone).components(moment);
     return fmt::format("{:02}:{:02}", c.hour, c.minute);
+}
+
+std::string Place::dayText(Date moment) const {
+    DateFormatter formatter;
+    formatter.setDateFormat("yyyy-MM-dd");
+    formatter.setTimeZone(zone);
+    return formatter.stringFromDate(moment);
 }
 
 std::string Place::day(Date moment) const {

@@ -39,6 +39,9 @@ struct Place {
     std::string clock(Date moment) const;
     /// "2024-03-15" on the place's clock.
     std::string day(Date moment) const;
+    /// The same in the locale's digits, for text tables ("٢٠٢٤-٠٣-١٥" with Arabic digits), so
+    /// that a line never mixes two digit systems.
+    std::string dayText(Date moment) const;
     /// Noon of a YYYY-MM-DD date on the place's clock (today when empty).
     Date noonOf(const std::string& date, std::string_view option) const;
 };

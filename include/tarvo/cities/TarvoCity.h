@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "tarvo/configuration/SettingDescription.h"
+
 #include "tarvo/platform/Date.h"
 
 namespace tarvo {
@@ -43,6 +45,8 @@ public:
     // ---- Making cities -------------------------------------------------------------------
     /// London, with the calculation preferences of the automatic-city keys.
     static std::shared_ptr<TarvoCity> InitWithDefaults();
+    /// The preferences the automatic city mirrors its settings into ("AutoCityGMT", ...).
+    static std::vector<SettingDescription> automaticCitySettings();
     /// Fills the seven calculation preferences from the automatic-city keys, untracked.
     /// Leaves IsLoadingFromDB false afterwards, whatever it was before.
     void loadAutoCityPreferences();

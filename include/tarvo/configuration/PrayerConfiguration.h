@@ -3,6 +3,9 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <vector>
+
+#include "tarvo/configuration/SettingDescription.h"
 
 namespace tarvo {
 
@@ -43,6 +46,9 @@ public:
     /// settings. Writes the archived per-prayer alert settings into the local shared user
     /// defaults (without synchronising): that is how they reach the receiving process.
     static std::shared_ptr<PrayerConfiguration> initWithCoder(const KeyedUnarchiver& coder);
+
+    /// The stored settings, in loading order: key, type, the values that make sense and meaning.
+    static std::vector<SettingDescription> settings();
 
     bool UsePrayerAdjustments() const { return UsePrayerAdjustments_; }
     bool TimerStyleExactTime() const { return TimerStyleExactTime_; }
