@@ -53,6 +53,20 @@ TEST(TarvoTimes, BadInputIsAOneLineUsageError) {
         EXPECT_EQ(r.err.rfind("tarvo: ", 0), 0u) << r.err;
         EXPECT_EQ(r.err.find('\n'), r.err.size() - 1) << "one line: " << r.err;
     }
+    // Each error names what was wrong in the user's words, with no parser jargon.
+    const std::vector<std::pair<std::vector<std::string>, std::string>> said = {
+        {{"tiems"}, "tarvo: 'tarvo tiems' is not a command; did you mean 'times'?"},
+        {{"cities"}, "tarvo: 'tarvo cities' needs a command: saved, add,"},
+        {{"times", "--lat", "1", "--lat", "2"}, "tarvo: --lat was given 2 times; give it once\n"},
+        {{"times", "--lat", "1", "--lon", "0", "--tz", "UTC", "--date", "2023-02-29"},
+         "tarvo: --date: 2023-02-29 does not exist (2023-02 has 28 days)\n"},
+        {{"times", "--metod", "3"}, "tarvo: unknown option --metod; did you mean '--method'?\n"},
+        {{"times", "--format", "13"}, "tarvo: --format: '13' is not one of 24,12,12ns\n"},
+    };
+    for (const auto& [args, start] : said) EXPECT_EQ(runTarvo(args).err.rfind(start, 0), 0u) << runTarvo(args).err;
+    const std::string help = runTarvo({"times", "--help"}).out;
+    for (const char* jargon : {"FLOAT", "INT:", "NUMBER in ["}) EXPECT_EQ(help.find(jargon), std::string::npos) << jargon;
+    EXPECT_NE(help.find("--lat -90..90"), std::string::npos) << help;
 }
 
 TEST(TarvoTimes, UnknownZoneWarnsAndUsesGMT) {

@@ -1,5 +1,6 @@
 // tarvo alerts: the per-prayer alert settings in the shared preferences, and the sound file
 // each prayer would play.
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -9,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "platform/Text.h"
 #include "tarvo/prayers/Prayer.h"
 
 namespace tarvo::cli {
@@ -31,13 +33,20 @@ struct SetOptions {
     bool noFile = false;
 };
 
-// A type number 0 to 9 or one of the names.
+// A type number 0 to 9 or a name: the usual spelling or the one the list prints ("Duhr",
+// "Jumua", "Doha"), in any case.
 int64_t parsePrayer(const std::string& text) {
+    const std::string wanted = text::lowercased(text);
     for (int64_t type = 0; type < kTypes; ++type) {
         if (text == std::to_string(type)) return type;
     }
     for (int64_t type = 0; type < static_cast<int64_t>(std::size(kPrayerNames)); ++type) {
-        if (text == kPrayerNames[type]) return type;
+        const Prayer prayer(type);
+        for (const std::string& name : {std::string(kPrayerNames[type]), prayer.PrayerNameEnglish(), prayer.PrayerName()}) {
+            if (wanted == text::lowercased(name)) return type;
+        }
+        if (type == Prayer::Dhuhr && (wanted == "duhr" || wanted == "jumua")) return type;
+        if (type == Prayer::Sunrise && wanted == "doha") return type;
     }
     throw UsageError("unknown prayer '" + text + "': give a type 0 to 9 or Fajr, Sunrise, Dhuhr, Asr, Sunset, "
                      "Maghrib, Isha or Qiyam");
@@ -95,6 +104,7 @@ void list(bool json) {
 
 void set(const SetOptions& o) {
     // Everything is checked before anything is written.
+    registerHostDefaults();  // the names the list prints read UseSunrise
     const int64_t type = parsePrayer(o.prayer);
     if (o.on + o.off + o.vibrate != 1) throw UsageError("give exactly one of --on, --off and --vibrate");
     if (o.sound && !(*o.sound >= 0 && *o.sound <= 10) && *o.sound != Prayer::kUserPickedSound) {
@@ -104,6 +114,9 @@ void set(const SetOptions& o) {
         throw UsageError("--prealert takes on or off, not '" + *o.prealert + "'");
     }
     if (o.file && o.noFile) throw UsageError("give either --file or --no-file");
+    if (o.file && !std::filesystem::is_regular_file(*o.file)) {
+        throw UsageError("--file: '" + *o.file + "' is not a file that can be played");
+    }
 
     const Prayer prayer(type);
     if (o.file) prayer.setPathToCustomAlert(*o.file);

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <vector>
 
@@ -21,7 +23,7 @@ CLI::Validator numberBetween(double min, double max) {
             }
             return {};
         },
-        fmt::format("NUMBER in [{}, {}]", min, max));
+        fmt::format("{}..{}", min, max));
 }
 
 void addLatitudeOption(CLI::App& command, double& latitude, bool required) {
@@ -78,8 +80,18 @@ CivilDate parseDate(std::string_view text, std::string_view option) {
         return UsageError(std::string(option) + ": '" + std::string(text) + "' is not a date of the form YYYY-MM-DD");
     };
     const auto date = text::parseIsoDate(text);
-    if (!date) throw bad();
-    return {date->year, date->month, date->day};
+    if (date) return {date->year, date->month, date->day};
+    // The right form but no such day: say which part is wrong.
+    const bool digitsAt = text.size() == 10 && text[4] == '-' && text[7] == '-' &&
+                          std::all_of(text.begin(), text.end(), [](char c) { return c == '-' || (c >= '0' && c <= '9'); });
+    if (!digitsAt) throw bad();
+    const int year = std::stoi(std::string(text.substr(0, 4)));
+    const auto month = static_cast<unsigned>(std::stoi(std::string(text.substr(5, 2))));
+    if (month < 1 || month > 12) {
+        throw UsageError(fmt::format("{}: {} has no month {}", option, text.substr(0, 4), text.substr(5, 2)));
+    }
+    const auto length = static_cast<unsigned>((std::chrono::year(year) / std::chrono::month(month) / std::chrono::last).day());
+    throw UsageError(fmt::format("{}: {} does not exist ({:04}-{:02} has {} days)", option, text, year, month, length));
 }
 
 Date parseMoment(std::string_view text, std::string_view option) {

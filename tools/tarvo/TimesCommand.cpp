@@ -22,6 +22,7 @@ struct TimesOptions {
     PlaceOptions place;
     std::string date;
     std::string format = "24";
+    std::optional<int64_t> clock;
     bool json = false;
 };
 
@@ -78,7 +79,9 @@ void run(const CLI::App& cmd, const TimesOptions& o) {
 
     PrayerCalculator calculator;
     configureCalculatorFromCity(calculator, *city);
-    calculator.setTimeFormat(o.format == "12" ? 1 : o.format == "12ns" ? 2 : 0);
+    // --clock is the name every command uses; --format stays for the form without am/pm.
+    const std::string format = o.clock ? std::to_string(*o.clock) : o.format;
+    calculator.setTimeFormat(format == "12" ? 1 : format == "12ns" ? 2 : 0);
 
     const std::vector<double> hours = calculator.getDatePrayerTimesAsDoubles(
         moment, city->cityName(), city->countryName(), city->latitude(), city->longitude(), zoneName);
@@ -97,8 +100,10 @@ void registerTimesCommand(CLI::App& app) {
     CLI::App* cmd = app.add_subcommand("times", "Show one day's prayer times for a place");
     addPlaceOptions(*cmd, options->place, "Time zone of the place, e.g. Europe/London");
     cmd->add_option("--date", options->date, "Date as YYYY-MM-DD (default: today)");
+    addClockOption(*cmd, options->clock);
     cmd->add_option("--format", options->format, "Time format: 24, 12 or 12ns (12-hour without am/pm)")
-        ->check(CLI::IsMember({"24", "12", "12ns"}));
+        ->check(CLI::IsMember({"24", "12", "12ns"}))
+        ->excludes("--clock");
     cmd->add_flag("--json", options->json, "Print one JSON object instead of text");
     cmd->footer("Give either --lat, --lon and --tz (all three), or --saved.");
     cmd->callback([options, cmd] { run(*cmd, *options); });

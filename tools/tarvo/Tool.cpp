@@ -1,6 +1,12 @@
 // tarvo: prayer times, qibla and the user's cities at the terminal (the command line read
 // and run; main.cpp only calls this, so that the fuzzer can run the same entry point).
+#include <algorithm>
 #include <iostream>
+#include <iterator>
+#include <sstream>
+#include <regex>
+#include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -8,10 +14,133 @@
 #include "tarvo/Version.h"
 #include "tarvo/platform/Log.h"
 
+namespace {
+
+using tarvo::cli::UsageError;
+
+// Edits needed to turn one word into the other (insertions, deletions, substitutions).
+size_t editDistance(const std::string& a, const std::string& b) {
+    std::vector<size_t> row(b.size() + 1);
+    for (size_t j = 0; j <= b.size(); ++j) row[j] = j;
+    for (size_t i = 1; i <= a.size(); ++i) {
+        size_t diagonal = row[0];
+        row[0] = i;
+        for (size_t j = 1; j <= b.size(); ++j) {
+            const size_t above = row[j];
+            row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
+            diagonal = above;
+        }
+    }
+    return row[b.size()];
+}
+
+// "; did you mean 'times'?" for the nearest of `names` within two edits, else "".
+std::string nearest(const std::string& word, const std::vector<std::string>& names) {
+    std::string best;
+    size_t bestDistance = 3;
+    for (const std::string& name : names) {
+        const size_t d = editDistance(word, name);
+        if (d < bestDistance) {
+            best = name;
+            bestDistance = d;
+        }
+    }
+    return best.empty() ? "" : "; did you mean '" + best + "'?";
+}
+
+std::vector<std::string> commandNames(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* sub : app.get_subcommands([](const CLI::App*) { return true; })) names.push_back(sub->get_name());
+    return names;
+}
+
+std::string joined(const std::vector<std::string>& names) {
+    std::string out;
+    for (const std::string& n : names) out += (out.empty() ? "" : ", ") + n;
+    return out;
+}
+
+// The command words are checked before the options, so that a mistyped command is named
+// (with the nearest real one) instead of being reported as a missing command.
+void checkCommandWords(const CLI::App& app, int argc, const char* const* argv) {
+    const CLI::App* level = &app;
+    std::string path = "tarvo";
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        if (word == "--help" || word == "-h" || word == "--help-all" || word == "--version") return;
+        const std::vector<std::string> names = commandNames(*level);
+        if (names.empty()) return;  // a command's own options and arguments follow
+        if (!word.empty() && word[0] == '-') continue;
+        if (std::find(names.begin(), names.end(), word) == names.end()) {
+            throw UsageError("'" + path + " " + word + "' is not a command" + nearest(word, names) +
+                             " (commands: " + joined(names) + ")");
+        }
+        level = level->get_subcommand(word);
+        path += " " + word;
+    }
+    if (level->get_require_subcommand_min() > 0) {
+        throw UsageError("'" + path + "' needs a command: " + joined(commandNames(*level)));
+    }
+}
+
+// The option names of the command the words on the command line lead to.
+std::vector<std::string> optionNames(const CLI::App& app, int argc, const char* const* argv) {
+    const CLI::App* level = &app;
+    for (int i = 1; i < argc; ++i) {
+        const auto names = commandNames(*level);
+        if (std::find(names.begin(), names.end(), std::string(argv[i])) != names.end()) level = level->get_subcommand(argv[i]);
+    }
+    std::vector<std::string> out;
+    for (const CLI::Option* option : level->get_options()) {
+        for (const std::string& name : option->get_lnames()) out.push_back("--" + name);
+    }
+    return out;
+}
+
+// The parser's messages in the user's words.
+std::string plainMessage(const CLI::ParseError& error, const CLI::App& app, int argc, const char* const* argv) {
+    const std::string what = error.what();
+    std::smatch m;
+    if (std::regex_search(what, m, std::regex(R"(^(\S+): At Most 1 required but received (\d+))"))) {
+        return m[1].str() + " was given " + m[2].str() + " times; give it once";
+    }
+    if (const size_t at = what.find("expected: "); at != std::string::npos) {
+        // The parser lists the words it could not place; an unknown option explains the rest.
+        std::istringstream words(what.substr(at + 10));
+        std::vector<std::string> extras{std::istream_iterator<std::string>(words), {}};
+        for (const std::string& word : extras) {
+            if (word.rfind("-", 0) == 0) {
+                const std::string option = word.substr(0, word.find('='));
+                return "unknown option " + option + nearest(option, optionNames(app, argc, argv));
+            }
+        }
+        return "unexpected argument '" + (extras.empty() ? std::string() : extras.front()) + "'";
+    }
+    if (std::regex_search(what, m, std::regex(R"(^(\S+): (\S+) not in \{(.*)\})"))) {
+        return m[1].str() + ": '" + m[2].str() + "' is not one of " + m[3].str();
+    }
+    return what + " (see --help)";
+}
+
+// Help that shows what a value is without the parser's type jargon ("FLOAT:-90..90").
+class PlainFormatter : public CLI::Formatter {
+public:
+    std::string make_option_opts(const CLI::Option* option) const override {
+        std::string text = CLI::Formatter::make_option_opts(option);
+        text = std::regex_replace(text, std::regex(R"(\b(FLOAT|INT|UINT|TEXT|ENUM|BOOLEAN):)"), "");
+        text = std::regex_replace(text, std::regex(R"(\bFLOAT\b)"), "NUMBER");
+        text = std::regex_replace(text, std::regex(R"(\bINT\b)"), "INTEGER");
+        return text;
+    }
+};
+
+}  // namespace
+
 int tarvo::cli::run(int argc, const char* const* argv) {
     // A person reads the log line that says why before the output it explains.
     tarvo::Log::setSynchronous(true);
     CLI::App app{"tarvo: Muslim prayer times, qibla, cities, the moon and the sky from the TarvoCore library"};
+    app.formatter(std::make_shared<PlainFormatter>());
     app.set_version_flag("--version", std::string(reinterpret_cast<const char*>(TarvoCoreVersionString)));
     app.require_subcommand(1);
     app.set_help_all_flag("--help-all", "Show help for every command");
@@ -36,6 +165,7 @@ int tarvo::cli::run(int argc, const char* const* argv) {
 
     int status = 0;
     try {
+        checkCommandWords(app, argc, argv);
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp& e) {
         status = app.exit(e);
@@ -44,7 +174,7 @@ int tarvo::cli::run(int argc, const char* const* argv) {
     } catch (const CLI::CallForVersion& e) {
         status = app.exit(e);
     } catch (const CLI::ParseError& e) {
-        std::cerr << "tarvo: " << e.what() << " (see --help)\n";
+        std::cerr << "tarvo: " << plainMessage(e, app, argc, argv) << "\n";
         status = e.get_exit_code() == 0 ? 0 : 2;
     } catch (const tarvo::cli::UsageError& e) {
         std::cerr << "tarvo: " << e.what() << "\n";
