@@ -277,7 +277,7 @@ double PrayerCalculator::getTimeZoneOffset(Date date) const {
 }
 
 double PrayerCalculator::getTimezoneOffsetInHours(double milliseconds) const {
-    if (overrideTimeZoneOffset_ == 50.0) return milliseconds / 1000.0 / 3600.0;
+    if (overrideTimeZoneOffset_ == kOffsetFromZone) return milliseconds / 1000.0 / 3600.0;
     return overrideTimeZoneOffset_;
 }
 

@@ -1,6 +1,7 @@
 #include "tarvo/configuration/PrayerConfiguration.h"
 
 #include <array>
+#include <atomic>
 #include <limits>
 #include <string>
 
@@ -108,6 +109,19 @@ std::vector<SettingDescription> PrayerConfiguration::settings() {
         out.push_back(d);
     }
     return out;
+}
+
+namespace {
+std::atomic<std::shared_ptr<PrayerConfiguration> (*)()> sharedSource{nullptr};
+}  // namespace
+
+std::shared_ptr<PrayerConfiguration> PrayerConfiguration::shared() {
+    const auto source = sharedSource.load(std::memory_order_acquire);
+    return source ? source() : nullptr;
+}
+
+void PrayerConfiguration::setSharedSource(std::shared_ptr<PrayerConfiguration> (*source)()) {
+    sharedSource.store(source, std::memory_order_release);
 }
 
 PrayerConfiguration::PrayerConfiguration() { loadConfiguration(); }

@@ -21,12 +21,14 @@ namespace tarvo {
 namespace {
 constexpr const char* kDatabaseQueueLabel = "org.tarvo.core.TarvoDAO.dbaccess";
 
-// Hijri dates read the user's correction through the shared facade at every call. The
-// astronomy layer sits below the facade and cannot ask it, so the facade hands it the
-// question when the library is loaded, before any host can call either.
-[[maybe_unused]] const bool kHijriCorrectionInstalled = [] {
+// The records, the class-level operations and Hijri dates read the user's settings through
+// the shared facade. The layers below it cannot ask it, so the facade installs itself as
+// their source when the library is loaded, before any host can call them: the one place
+// that reaches the shared facade's configuration from below.
+[[maybe_unused]] const bool kSharedConfigurationInstalled = [] {
+    PrayerConfiguration::setSharedSource([] { return TarvoDAO::getSharedInstance()->globalPrayerConfiguration(); });
     SunCalculator::setHijriCorrectionSource([] {
-        const auto configuration = TarvoDAO::getSharedInstance()->globalPrayerConfiguration();
+        const auto configuration = PrayerConfiguration::shared();
         return configuration ? configuration->HijriCorrection() : int64_t{0};
     });
     return true;

@@ -25,9 +25,6 @@ constexpr size_t kDaySize = 10;
 // Sunrise read as the forenoon prayer Doha starts this many minutes after the sun is up.
 constexpr int64_t kDohaDelayMinutes = 10;
 
-std::shared_ptr<PrayerConfiguration> configuration() {
-    return TarvoDAO::getSharedInstance()->globalPrayerConfiguration();
-}
 
 TarvoDAO::DayList timelessDay() {
     TarvoDAO::DayList day;
@@ -141,7 +138,7 @@ std::array<bool, kDaySize> stampedOnNextDay(const std::vector<double>& times) {
 }  // namespace
 
 int64_t TarvoDAO::getAdjustmentMinutesForPrayer(int64_t type, bool force) {
-    return adjustmentMinutes(configuration().get(), type, force);
+    return adjustmentMinutes(PrayerConfiguration::shared().get(), type, force);
 }
 
 int64_t TarvoDAO::getDaysInMonth(int64_t year, int64_t month) {
@@ -156,8 +153,13 @@ int64_t TarvoDAO::getDaysInMonth(int64_t year, int64_t month) {
 TarvoDAO::DayList TarvoDAO::getPrayerTimesForDate(Date date, const std::shared_ptr<TarvoCity>& city,
                                                   const Calendar& gregorianCalendar,
                                                   const IslamicCalendar& islamicCalendar) {
+    return dayTimetable(date, city, gregorianCalendar, islamicCalendar, PrayerConfiguration::shared());
+}
+
+TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoCity>& city,
+                                         const Calendar& gregorianCalendar, const IslamicCalendar& islamicCalendar,
+                                         const std::shared_ptr<PrayerConfiguration>& config) {
     if (!city) return timelessDay();
-    const auto config = configuration();
     PrayerCalculator calculator;
     configureCalculatorFromCity(calculator, *city);
 
@@ -243,7 +245,7 @@ TarvoDAO::DayList TarvoDAO::getPrayerTimesForCurrentDateWithDayOffset(int64_t da
         DateComponents offset;
         offset.day = dayOffset + k;
         const Date date = gregorian->dateByAddingComponents(offset, getTodaysDate());
-        DayList day = getPrayerTimesForDate(date, city, *gregorian, *islamic);
+        DayList day = dayTimetable(date, city, *gregorian, *islamic, globalPrayerConfiguration());
         if (!day.empty()) {
             if (k == 0) first.insert(first.end(), day.begin(), day.end());
             all.insert(all.end(), day.begin(), day.end());

@@ -31,8 +31,8 @@ std::shared_ptr<Prayer> entry(const TarvoDAO::DayList& list, int64_t index) {
 
 int64_t typeOr(const std::shared_ptr<Prayer>& prayer, int64_t fallback) { return prayer ? prayer->Type() : fallback; }
 
-bool showQiyam() {
-    const auto config = TarvoDAO::getSharedInstance()->globalPrayerConfiguration();
+bool showQiyam(const TarvoDAO& facade) {
+    const auto config = facade.globalPrayerConfiguration();
     return config && config->ShowQiyam();
 }
 
@@ -51,7 +51,7 @@ std::shared_ptr<Prayer> TarvoDAO::determineCurrentPrayer(Date now) {
     setCurrentPrayer(nullptr);
     const DayList list = LastGeneratedPrayerTimes();
     if (list.empty()) return nullptr;
-    const bool qiyamShown = showQiyam();
+    const bool qiyamShown = showQiyam(*this);
     std::shared_ptr<Prayer> current;
     std::shared_ptr<Prayer> candidate;
     for (size_t i = 0; i < list.size(); ++i) {
@@ -83,7 +83,7 @@ bool TarvoDAO::determineCurrentAndNextPrayerTimeForCity(const std::shared_ptr<Ta
     Date now = checked;
     const int64_t previousType = typeOr(PrevCurrPrayer(), typeOr(CurrentPrayer(), -1));
     determineCurrentPrayer(now);
-    const bool qiyamShown = showQiyam();
+    const bool qiyamShown = showQiyam(*this);
     const int64_t lastIndex = qiyamShown ? Prayer::Qiyam : Prayer::Isha;
 
     if (!CurrentPrayer()) {

@@ -46,7 +46,7 @@ std::string unitText(const char* format, const std::string& number) {
 }
 
 bool dateLanguageArabic() {
-    const auto configuration = TarvoDAO::getSharedInstance()->globalPrayerConfiguration();
+    const auto configuration = PrayerConfiguration::shared();
     return configuration && configuration->IsDateLanguageArabic();
 }
 

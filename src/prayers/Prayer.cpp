@@ -1,4 +1,5 @@
 #include "tarvo/prayers/Prayer.h"
+#include "tarvo/calculation/PrayerCalculator.h"
 
 #include <array>
 #include <functional>
@@ -7,12 +8,25 @@
 #include <fmt/format.h>
 
 #include "tarvo/configuration/PrayerConfiguration.h"
-#include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/platform/Bundle.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Clock.h"
 
 namespace tarvo {
+
+// A day list is indexed by prayer type, and the engine fills it in its entry order: the two
+// numberings must stay one.
+static_assert(Prayer::Fajr == static_cast<int64_t>(PrayerCalculator::Fajr) &&
+              Prayer::Sunrise == static_cast<int64_t>(PrayerCalculator::Sunrise) &&
+              Prayer::Dhuhr == static_cast<int64_t>(PrayerCalculator::Dhuhr) &&
+              Prayer::Asr == static_cast<int64_t>(PrayerCalculator::Asr) &&
+              Prayer::Sunset == static_cast<int64_t>(PrayerCalculator::Sunset) &&
+              Prayer::Maghrib == static_cast<int64_t>(PrayerCalculator::Maghrib) &&
+              Prayer::Isha == static_cast<int64_t>(PrayerCalculator::Isha) &&
+              Prayer::Qiyam == static_cast<int64_t>(PrayerCalculator::Qiyam) &&
+              Prayer::TomorrowFajr == static_cast<int64_t>(PrayerCalculator::TomorrowFajr) &&
+              Prayer::TomorrowSunrise == static_cast<int64_t>(PrayerCalculator::TomorrowSunrise),
+              "prayer types and engine entries are one numbering");
 
 namespace {
 
@@ -55,9 +69,7 @@ const Names* namesOf(int64_t type) {
     return type >= 0 && type < static_cast<int64_t>(kNames.size()) ? &kNames[static_cast<size_t>(type)] : nullptr;
 }
 
-std::shared_ptr<PrayerConfiguration> configuration() {
-    return TarvoDAO::getSharedInstance()->globalPrayerConfiguration();
-}
+std::shared_ptr<PrayerConfiguration> configuration() { return PrayerConfiguration::shared(); }
 
 bool useSunrise() {
     const auto config = configuration();

@@ -34,6 +34,11 @@ protected:
         ASSERT_TRUE(facade->determineCurrentAndNextPrayerTimeForCity(city, true));
         DispatchQueue::main().drain();
     }
+    // The settings reach this facade too: each facade computes with its own configuration.
+    void setPreferences(const nlohmann::json& values) {
+        FacadeTest::setPreferences(values);
+        facade->reloadConfiguration();
+    }
     std::string current() const { return local(facade->CurrentPrayer()) + " " + std::to_string(type(facade->CurrentPrayer())); }
     std::string next() const { return local(facade->NextPrayer()) + " " + std::to_string(type(facade->NextPrayer())); }
     static int64_t type(const std::shared_ptr<Prayer>& p) { return p ? p->Type() : -1; }

@@ -35,6 +35,8 @@ public:
     using MethodParams = std::vector<double>;
     /// The custom method: its Fajr and Isha angles are the user's (18 and 17 until set).
     static constexpr int64_t kCustomMethod = 6;
+    /// setOverrideTimeZoneOffset's marker for "no override: the zone's own offset".
+    static constexpr double kOffsetFromZone = 50.0;
 
     PrayerCalculator();
 
@@ -199,7 +201,7 @@ private:
     std::vector<std::string> timeNames_;
     std::string InvalidTime_;
     std::optional<TimeZone> timeZoneObj_;
-    double overrideTimeZoneOffset_ = 50.0;
+    double overrideTimeZoneOffset_ = kOffsetFromZone;
     int64_t overrideDST_ = 0;
     Calendar globalGregCal_;
     Calendar globalGregCalUTC_;

@@ -47,6 +47,13 @@ public:
     /// defaults (without synchronising): that is how they reach the receiving process.
     static std::shared_ptr<PrayerConfiguration> initWithCoder(const KeyedUnarchiver& coder);
 
+    /// The configuration the records and the class-level operations read when they have no
+    /// facade of their own to ask: the shared facade's, once it has installed itself as the
+    /// source (it does so when the library is loaded); nothing before that.
+    static std::shared_ptr<PrayerConfiguration> shared();
+    /// Installs the source shared() asks (a plain function: installed once, read from any thread).
+    static void setSharedSource(std::shared_ptr<PrayerConfiguration> (*source)());
+
     /// The stored settings, in loading order: key, type, the values that make sense and meaning.
     static std::vector<SettingDescription> settings();
 

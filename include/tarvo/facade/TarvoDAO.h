@@ -108,6 +108,11 @@ public:
                                          const Calendar& gregorianCalendar, const IslamicCalendar& islamicCalendar);
     /// The user's adjustment in minutes for a type (0 when adjustments are off, unless forced).
     static int64_t getAdjustmentMinutesForPrayer(int64_t type, bool force);
+    /// getPrayerTimesForDate with the given configuration's settings (a facade's own, so that
+    /// a facade other than the shared one computes with its settings).
+    static DayList dayTimetable(Date date, const std::shared_ptr<TarvoCity>& city, const Calendar& gregorianCalendar,
+                                const IslamicCalendar& islamicCalendar,
+                                const std::shared_ptr<PrayerConfiguration>& configuration);
     /// 28 to 31; month 1 is January (month 0, negative and above 12 give 31).
     static int64_t getDaysInMonth(int64_t year, int64_t month);
     /// Generates today + `dayOffset` and the `toDateOffset` following days under the global
