@@ -1,7 +1,7 @@
 // Writes to a preferences suite or a user database from its own process, for the tests that
 // kill a writer mid-way or hold a lock against the library.
 // Usage: tarvo_store_writer preferences|cities PATH COUNT
-//          writes COUNT values ("key.i" = i) or saved cities ("Town i"), printing i on its own
+//          writes COUNT values ("key.i" = i) or adds saved cities ("Town i"), printing i on its own
 //          line once write i is committed;
 //        tarvo_store_writer hold PATH
 //          takes the database's write lock, prints "locked" and keeps it until killed.
@@ -48,8 +48,7 @@ int writeCities(const std::filesystem::path& path, int count) {
         city->setCountryName("Testland");
         city->setLatitude(10.0 + i * 0.001);
         city->setLongitude(20.0);
-        auto saved = tarvo::TarvoCity::saveNewCity(city, user->database());
-        if (!saved || saved->primaryKey() <= 0 || !user->containsCity(saved->primaryKey())) return 1;
+        if (!user->addCity(city)) return 1;
         committed(i);
     }
     return 0;

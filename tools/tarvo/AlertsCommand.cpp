@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "tarvo/platform/UserDefaults.h"
 #include "tarvo/prayers/Prayer.h"
 
 namespace tarvo::cli {
@@ -105,6 +106,9 @@ void set(const SetOptions& o) {
     }
     if (o.file && o.noFile) throw UsageError("give either --file or --no-file");
 
+    // Refused before anything is written; each setter writes a preference of its own, and
+    // saving tells whether all of them reached the file.
+    auto defaults = writablePreferences();
     const Prayer prayer(type);
     if (o.file) prayer.setPathToCustomAlert(*o.file);
     if (o.noFile) prayer.setPathToCustomAlert(std::nullopt);
@@ -118,6 +122,7 @@ void set(const SetOptions& o) {
     if (o.off) prayer.turnSoundAlertOFF();
     if (o.vibrate) prayer.turnVibrateAlertON();
     if (o.prealert) prayer.setCanPlayPrealert(*o.prealert == "on");
+    savePreferences(*defaults);
     list(false);
 }
 
@@ -148,13 +153,17 @@ void registerAlertsCommand(CLI::App& app) {
     setCmd->add_flag("--no-file", options->noFile, "Forget the picked file");
     setCmd->callback([options] { set(*options); });
 
-    cmd->add_subcommand("all-off", "Switch every prayer's sound off at once (SoundAlertsDisabled)")->callback([] {
-        Prayer::setSoundAlertsDisabled(true);
+    const auto setAll = [](bool disabled) {
+        auto defaults = writablePreferences();
+        Prayer::setSoundAlertsDisabled(disabled);
+        savePreferences(*defaults);
         list(false);
+    };
+    cmd->add_subcommand("all-off", "Switch every prayer's sound off at once (SoundAlertsDisabled)")->callback([setAll] {
+        setAll(true);
     });
-    cmd->add_subcommand("all-on", "Let the prayers' own sound settings play again")->callback([] {
-        Prayer::setSoundAlertsDisabled(false);
-        list(false);
+    cmd->add_subcommand("all-on", "Let the prayers' own sound settings play again")->callback([setAll] {
+        setAll(false);
     });
 }
 

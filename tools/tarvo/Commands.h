@@ -16,6 +16,7 @@ class Calendar;
 class TimeZone;
 class TarvoCity;
 class UserDatabase;
+class UserDefaults;
 }  // namespace tarvo
 
 namespace tarvo::cli {
@@ -60,6 +61,13 @@ nlohmann::ordered_json cityJson(const TarvoCity& city);
 const nlohmann::json& hostDefaults();
 /// Registers hostDefaults() in the shared preferences, once, before a command first uses them.
 void registerHostDefaults();
+
+/// The shared preferences, to be changed: a failure (exit 1) saying why, with nothing
+/// changed, when their file is read-only or cannot be used.
+std::shared_ptr<UserDefaults> writablePreferences();
+/// A failure (exit 1) unless every change of the preferences since the last call reached
+/// their file and the disk.
+void savePreferences(UserDefaults& defaults);
 
 /// Points the library's bundle at the sound files: $TARVO_RESOURCES, else the installed
 /// share folder. Answers the folder used.

@@ -88,31 +88,22 @@ json parseValue(const ConfigOptions& o) {
     return number;
 }
 
-// Refuses before anything is changed when the preferences file cannot be written.
-std::shared_ptr<UserDefaults> writableStore() {
-    auto defaults = store();
-    if (!defaults->isPersistent()) {
-        throw std::runtime_error("preferences at " + defaults->path().string() + " cannot be written");
-    }
-    return defaults;
-}
-
-void commit(UserDefaults& defaults) {
-    if (!defaults.synchronize()) throw std::runtime_error("preferences could not be saved");
+std::runtime_error writeFailed(const UserDefaults& defaults, const std::string& key) {
+    return std::runtime_error("'" + key + "' could not be changed in " + defaults.path().string());
 }
 
 void set(const ConfigOptions& o) {
     if (o.key.empty()) throw UsageError("the key must not be empty");
     const json value = parseValue(o);
-    auto defaults = writableStore();
-    defaults->setObject(o.key, value);
-    commit(*defaults);
+    auto defaults = writablePreferences();
+    if (!defaults->setObject(o.key, value)) throw writeFailed(*defaults, o.key);
+    savePreferences(*defaults);
 }
 
 void unset(const ConfigOptions& o) {
-    auto defaults = writableStore();
-    defaults->removeObjectForKey(o.key);
-    commit(*defaults);
+    auto defaults = writablePreferences();
+    if (!defaults->removeObjectForKey(o.key)) throw writeFailed(*defaults, o.key);
+    savePreferences(*defaults);
 }
 
 }  // namespace

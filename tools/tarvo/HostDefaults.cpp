@@ -1,6 +1,7 @@
 // The tool's own defaults, registered as the host application's.
 #include <cstdlib>
 #include <mutex>
+#include <stdexcept>
 
 #include "Commands.h"
 #include "tarvo/platform/Bundle.h"
@@ -27,6 +28,24 @@ void registerHostDefaults() {
     // create the data folder.
     static std::once_flag once;
     std::call_once(once, [] { UserDefaults::sharedUserDefaultsObj()->registerDefaults(hostDefaults()); });
+}
+
+std::shared_ptr<UserDefaults> writablePreferences() {
+    registerHostDefaults();
+    auto defaults = UserDefaults::sharedUserDefaultsObj();
+    if (!defaults->isPersistent()) {
+        throw std::runtime_error("preferences at " + defaults->path().string() + " cannot be written");
+    }
+    if (defaults->isReadOnly()) {
+        throw std::runtime_error("preferences at " + defaults->path().string() + " are read-only: nothing changed");
+    }
+    return defaults;
+}
+
+void savePreferences(UserDefaults& defaults) {
+    if (!defaults.synchronize()) {
+        throw std::runtime_error("preferences at " + defaults.path().string() + " could not be saved");
+    }
 }
 
 std::string registerHostResources() {
