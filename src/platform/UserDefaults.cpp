@@ -71,6 +71,7 @@ struct UserDefaults::Impl {
     bool readOnly = false;
     // A write failed since the last synchronize().
     bool writeFailed = false;
+    uint64_t failedWrites = 0;
 
     // One connection per store, used by one thread at a time. Other processes (and other
     // stores on the same file) have their own connections; SQLite's locking and the
@@ -244,7 +245,10 @@ bool UserDefaults::Impl::writable(std::string_view key) {
 }
 
 bool UserDefaults::Impl::noted(bool written) {
-    if (!written) writeFailed = true;
+    if (!written) {
+        writeFailed = true;
+        ++failedWrites;
+    }
     return written && persistent;
 }
 
@@ -320,6 +324,11 @@ UserDefaults::~UserDefaults() = default;
 bool UserDefaults::isPersistent() const { return impl_->persistent; }
 
 bool UserDefaults::isReadOnly() const { return impl_->readOnly; }
+
+uint64_t UserDefaults::failedWrites() const {
+    std::lock_guard lock(impl_->mutex);
+    return impl_->failedWrites;
+}
 
 const std::filesystem::path& UserDefaults::path() const { return impl_->path; }
 

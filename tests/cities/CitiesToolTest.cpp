@@ -102,21 +102,52 @@ TEST_F(CitiesToolTest, BadInputIsAOneLineErrorAndChangesNothing) {
 
 TEST_F(CitiesToolTest, UnusableDatabaseFileIsNeverChanged) {
     const char raw[] = "not a database\0\xff\xfe binary tail";
-    const std::string garbage(raw, sizeof(raw) - 1);
-    test::writeBytes(UserDatabase::defaultPath(), garbage);
-    for (const auto& command : std::vector<std::vector<std::string>>{
-             {"cities", "saved", "--json"},
-             {"cities", "add", "--name", "Lahore", "--country", "Pakistan", "--lat", "31.55", "--lon", "74.34", "--tz",
-              "Asia/Karachi"},
-             {"cities", "select", "1"},
-             {"cities", "delete", "1"},
-             {"times", "--saved"}}) {
-        const auto run = runTarvo(command);
-        EXPECT_EQ(run.status, 2) << command[1];
-        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
-        EXPECT_NE(run.err.find("not an SQLite database"), std::string::npos) << run.err;
-        EXPECT_EQ(test::readBytes(UserDatabase::defaultPath()), garbage) << command[1];
+    test::TempFolder elsewhere;
+    ASSERT_TRUE(test::runSql(elsewhere / "notes.sqlite", "CREATE TABLE notes(body TEXT)"));
+    const auto file = UserDatabase::defaultPath();
+    const auto target = elsewhere / "cities.sqlite";
+    struct Case {
+        std::string bytes;  // "" for a link to a missing file elsewhere
+        std::string reason;
+    };
+    for (const auto& [bytes, reason] : {Case{std::string(raw, sizeof(raw) - 1), "not an SQLite database"},
+                                        Case{test::readBytes(elsewhere / "notes.sqlite"), "another program's database"},
+                                        Case{"", "symbolic link"}}) {
+        std::filesystem::remove(file);
+        if (bytes.empty()) {
+            std::filesystem::create_symlink(target, file);
+        } else {
+            test::writeBytes(file, bytes);
+        }
+        for (const auto& command : std::vector<std::vector<std::string>>{
+                 {"cities", "saved", "--json"},
+                 {"cities", "add", "--name", "Lahore", "--country", "Pakistan", "--lat", "31.55", "--lon", "74.34",
+                  "--tz", "Asia/Karachi"},
+                 {"cities", "select", "1"},
+                 {"cities", "delete", "1"},
+                 {"times", "--saved"}}) {
+            const auto run = runTarvo(command);
+            EXPECT_EQ(run.status, 2) << command[1];
+            EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+            EXPECT_NE(run.err.find(reason), std::string::npos) << run.err;
+            EXPECT_EQ(test::readBytes(file), bytes) << command[1];
+        }
+        EXPECT_FALSE(std::filesystem::exists(target)) << "nothing made beside a link's target";
     }
+}
+
+TEST_F(CitiesToolTest, NewDataFolderAndFilesAreTheUsersAlone) {
+    using std::filesystem::perms;
+    const auto home = folder_ / "new" / "tarvo";
+    ASSERT_EQ(runTarvo({"cities", "add", "--name", "Doha", "--country", "Qatar", "--lat", "25.29", "--lon", "51.53",
+                        "--tz", "Asia/Qatar"},
+                       {"TARVO_HOME=" + home.string()})
+                  .status,
+              0);
+    const auto mode = [](const std::filesystem::path& path) { return std::filesystem::status(path).permissions(); };
+    EXPECT_EQ(mode(home), perms::owner_all);
+    EXPECT_EQ(mode(home / "user.sqlite"), perms::owner_read | perms::owner_write);
+    EXPECT_EQ(mode(home / "shared.sqlite"), perms::owner_read | perms::owner_write);
 }
 
 }  // namespace

@@ -9,7 +9,6 @@
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
-#include "tarvo/platform/UserDefaults.h"
 #include "tarvo/prayers/Prayer.h"
 
 namespace tarvo::cli {
@@ -108,7 +107,7 @@ void set(const SetOptions& o) {
 
     // Refused before anything is written; each setter writes a preference of its own, and
     // saving tells whether all of them reached the file.
-    auto defaults = writablePreferences();
+    PreferenceChanges changes;
     const Prayer prayer(type);
     if (o.file) prayer.setPathToCustomAlert(*o.file);
     if (o.noFile) prayer.setPathToCustomAlert(std::nullopt);
@@ -122,7 +121,7 @@ void set(const SetOptions& o) {
     if (o.off) prayer.turnSoundAlertOFF();
     if (o.vibrate) prayer.turnVibrateAlertON();
     if (o.prealert) prayer.setCanPlayPrealert(*o.prealert == "on");
-    savePreferences(*defaults);
+    changes.save();
     list(false);
 }
 
@@ -154,9 +153,9 @@ void registerAlertsCommand(CLI::App& app) {
     setCmd->callback([options] { set(*options); });
 
     const auto setAll = [](bool disabled) {
-        auto defaults = writablePreferences();
+        PreferenceChanges changes;
         Prayer::setSoundAlertsDisabled(disabled);
-        savePreferences(*defaults);
+        changes.save();
         list(false);
     };
     cmd->add_subcommand("all-off", "Switch every prayer's sound off at once (SoundAlertsDisabled)")->callback([setAll] {

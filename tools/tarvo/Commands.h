@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -62,12 +63,21 @@ const nlohmann::json& hostDefaults();
 /// Registers hostDefaults() in the shared preferences, once, before a command first uses them.
 void registerHostDefaults();
 
-/// The shared preferences, to be changed: a failure (exit 1) saying why, with nothing
-/// changed, when their file is read-only or cannot be used.
-std::shared_ptr<UserDefaults> writablePreferences();
-/// A failure (exit 1) unless every change of the preferences since the last call reached
-/// their file and the disk.
-void savePreferences(UserDefaults& defaults);
+/// The shared preferences as one command changes them, directly or through the library.
+class PreferenceChanges {
+public:
+    /// A failure (exit 1) saying why, with nothing changed, when the preferences' file is
+    /// read-only or cannot be used.
+    PreferenceChanges();
+    UserDefaults& defaults() { return *defaults_; }
+    /// A failure (exit 1) unless every write since this object was made reached the file,
+    /// and the file the disk.
+    void save();
+
+private:
+    std::shared_ptr<UserDefaults> defaults_;
+    uint64_t failedBefore_ = 0;
+};
 
 /// Points the library's bundle at the sound files: $TARVO_RESOURCES, else the installed
 /// share folder. Answers the folder used.

@@ -95,15 +95,15 @@ std::runtime_error writeFailed(const UserDefaults& defaults, const std::string& 
 void set(const ConfigOptions& o) {
     if (o.key.empty()) throw UsageError("the key must not be empty");
     const json value = parseValue(o);
-    auto defaults = writablePreferences();
-    if (!defaults->setObject(o.key, value)) throw writeFailed(*defaults, o.key);
-    savePreferences(*defaults);
+    PreferenceChanges changes;
+    if (!changes.defaults().setObject(o.key, value)) throw writeFailed(changes.defaults(), o.key);
+    changes.save();
 }
 
 void unset(const ConfigOptions& o) {
-    auto defaults = writablePreferences();
-    if (!defaults->removeObjectForKey(o.key)) throw writeFailed(*defaults, o.key);
-    savePreferences(*defaults);
+    PreferenceChanges changes;
+    if (!changes.defaults().removeObjectForKey(o.key)) throw writeFailed(changes.defaults(), o.key);
+    changes.save();
 }
 
 }  // namespace

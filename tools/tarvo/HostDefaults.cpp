@@ -30,21 +30,20 @@ void registerHostDefaults() {
     std::call_once(once, [] { UserDefaults::sharedUserDefaultsObj()->registerDefaults(hostDefaults()); });
 }
 
-std::shared_ptr<UserDefaults> writablePreferences() {
+PreferenceChanges::PreferenceChanges() {
     registerHostDefaults();
-    auto defaults = UserDefaults::sharedUserDefaultsObj();
-    if (!defaults->isPersistent()) {
-        throw std::runtime_error("preferences at " + defaults->path().string() + " cannot be written");
-    }
-    if (defaults->isReadOnly()) {
-        throw std::runtime_error("preferences at " + defaults->path().string() + " are read-only: nothing changed");
-    }
-    return defaults;
+    defaults_ = UserDefaults::sharedUserDefaultsObj();
+    const std::string file = defaults_->path().string();
+    if (!defaults_->isPersistent()) throw std::runtime_error("preferences at " + file + " cannot be written");
+    if (defaults_->isReadOnly()) throw std::runtime_error("preferences at " + file + " are read-only: nothing changed");
+    failedBefore_ = defaults_->failedWrites();
 }
 
-void savePreferences(UserDefaults& defaults) {
-    if (!defaults.synchronize()) {
-        throw std::runtime_error("preferences at " + defaults.path().string() + " could not be saved");
+void PreferenceChanges::save() {
+    // The library's setters synchronise on their own: only the count of failed writes tells
+    // whether all of this command's writes arrived.
+    if (!defaults_->synchronize() || defaults_->failedWrites() != failedBefore_) {
+        throw std::runtime_error("preferences at " + defaults_->path().string() + " could not be saved");
     }
 }
 

@@ -50,6 +50,9 @@ public:
     bool isPersistent() const;
     /// True when the suite's file is read but cannot be written: every write is refused.
     bool isReadOnly() const;
+    /// How many writes failed since the store was opened (each one is logged): a caller that
+    /// made several writes, directly or through the library, compares it before and after.
+    uint64_t failedWrites() const;
     const std::filesystem::path& path() const;
 
     /// The stored value, else the registered one, else nothing.
