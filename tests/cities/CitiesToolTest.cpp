@@ -61,8 +61,12 @@ TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
                              "INSERT INTO savedcities (current_city, country_name, city_name, latitude, longitude, gmt, "
                              "uses_dst, prayermethod, asrmethod, adjusthighlat, custom_fajrangle, custom_ishaangle, "
                              "timezone, state_name) VALUES (0, 'Canada', 'Calgary', 51.05, -114.07, -100, 0, 6, 1, 0, "
-                             "16.5, 14.5, 'America/Edmonton', '')"));
+                             "16.5, 14.5, 'America/Edmonton', char(27) || '[31mAlberta' || char(8238))"));
     const std::string calgary = savedCities()[2]["primaryKey"].dump();
+    // Terminal controls in stored names are not shown; JSON keeps the stored text.
+    EXPECT_EQ(savedCities()[2]["stateName"], "\x1b[31mAlberta\u202e");
+    const std::string shown = runTarvo({"cities", "saved"}).out;
+    EXPECT_NE(shown.find("Calgary ([31mAlberta) "), std::string::npos) << shown;
     ASSERT_EQ(runTarvo({"cities", "select", calgary}).status, 0);
     EXPECT_EQ(timesOf({"--saved"}),
               timesOf({"--lat", "51.05", "--lon", "-114.07", "--tz", "America/Edmonton", "--method", "6", "--asr", "1",

@@ -54,12 +54,12 @@ void printCities(const std::vector<std::shared_ptr<TarvoCity>>& cities, bool jso
     std::cout << fmt::format("  {:>4}  {:<24} {:<18} {:<24} {:<20} {:<28} {:<9} {}\n", "PK", "City", "Country",
                              "Position", "Time zone", "Method", "Asr", "High latitudes");
     for (const auto& city : cities) {
-        std::string name = city->cityName().value_or("");
-        if (city->stateName() && !city->stateName()->empty()) name += " (" + *city->stateName() + ")";
+        std::string name = printable(city->cityName().value_or(""));
+        if (city->stateName() && !city->stateName()->empty()) name += " (" + printable(*city->stateName()) + ")";
         std::cout << fmt::format("{} {:>4}  {:<24} {:<18} {:<24} {:<20} {:<28} {:<9} {}\n",
                                  city->isSelectedCity() ? '*' : ' ', city->primaryKey(), name,
-                                 city->countryName().value_or(""), city->getLatLongString(),
-                                 city->TimeZone().value_or(""), methodName(city->prayerMethod()),
+                                 printable(city->countryName().value_or("")), city->getLatLongString(),
+                                 printable(city->TimeZone().value_or("")), methodName(city->prayerMethod()),
                                  asrName(city->asrMethod()), highLatitudeName(city->adjustHighLatitude()));
     }
     std::cout << "\n* the selected city (used by tarvo times --saved)\n";
@@ -69,7 +69,7 @@ void printCity(const std::string& what, const TarvoCity& city, bool json) {
     if (json) {
         std::cout << cityJson(city).dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
     } else {
-        std::cout << what << " " << city.description() << " (city " << city.primaryKey() << ")\n";
+        std::cout << what << " " << printable(city.description()) << " (city " << city.primaryKey() << ")\n";
     }
 }
 

@@ -148,6 +148,11 @@ struct ClockTime {
 };
 ClockTime clockTime(Date moment, const TimeZone& zone);
 
+/// Stored text as the tool shows it in plain output: without control characters (a name
+/// holding an escape sequence could rewrite the terminal) or bidi overrides. JSON output
+/// keeps the text as stored, escaped by the JSON rules.
+std::string printable(std::string_view stored);
+
 /// A warning line on standard error ("tarvo: warning: ...").
 void warn(const std::string& message);
 

@@ -34,7 +34,7 @@ std::string dumpJson(const json& value) { return value.dump(-1, ' ', false, json
 
 // Text as it is, data as its size and bytes in hex, everything else as JSON.
 std::string toText(const json& value) {
-    if (value.is_string()) return value.get<std::string>();
+    if (value.is_string()) return printable(value.get<std::string>());
     if (value.is_binary()) {
         std::string hex;
         for (const uint8_t byte : value.get_binary()) hex += fmt::format("{:02x}", byte);
@@ -58,7 +58,7 @@ void printAll(const ConfigOptions& o) {
     }
     const json stored = defaults->persistentDomain();
     for (const auto& [key, value] : all.items()) {
-        std::cout << key << " = " << toText(value) << (stored.contains(key) ? "" : " (default)") << "\n";
+        std::cout << printable(key) << " = " << toText(value) << (stored.contains(key) ? "" : " (default)") << "\n";
     }
 }
 
@@ -122,7 +122,7 @@ void registerConfigCommand(CLI::App& app) {
     get->add_flag("--json", options->json,
                   "Print JSON: the value of the key, or one object of every key and value");
     get->footer("A key with no value, stored or default, prints nothing and exits with status 1.\n"
-                "Without --json text is shown as it is, data in hex, and other values as JSON; in the list, "
+                "Without --json text is shown without control characters, data in hex, and other values as JSON; in the list, "
                 "\"(default)\" marks values the tool registers that are not stored.");
     get->callback([options] {
         if (options->key.empty()) {

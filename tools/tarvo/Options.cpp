@@ -128,6 +128,8 @@ ClockTime clockTime(Date moment, const TimeZone& zone) {
     return t;
 }
 
+std::string printable(std::string_view stored) { return text::withoutControls(stored); }
+
 void warn(const std::string& message) { std::cerr << "tarvo: warning: " << message << "\n"; }
 
 }  // namespace tarvo::cli

@@ -59,7 +59,7 @@ void printText(const std::string& date, const TimesOptions& o, const std::vector
                const PrayerCalculator& calculator) {
     std::string place = o.city.value_or(fmt::format("{:.4f}, {:.4f}", o.latitude, o.longitude));
     if (o.country && !o.country->empty()) place += ", " + *o.country;
-    std::cout << "Prayer times for " << place << " on " << date << " (" << o.timeZone << ")\n";
+    std::cout << "Prayer times for " << printable(place) << " on " << date << " (" << printable(o.timeZone) << ")\n";
     std::cout << "Method: " << PrayerCalculator::getPrayerMethodNameFromNumber(calculator.calcMethod())
               << "; Asr: " << PrayerCalculator::getAsrMethodFromNumber(calculator.asrJuristic())
               << "; high latitudes: " << PrayerCalculator::getAdjustHighLatNameFromNumber(calculator.adjustHighLats())
