@@ -168,6 +168,19 @@ void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const st
         TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
         return;
     }
+    // One row per place: the place's earlier rows (same position) give way to the new one,
+    // together with the insert or not at all. Otherwise every fix at the same spot would add
+    // another identical row. Done here rather than by a unique key so that the stored
+    // layout, which older hosts upgrade by their own record, stays as it is.
+    Slot& earlier = Slot::slot(SlotId::deleteCachedCity);
+    if (!earlier.prepareOnce(database, kCacheDeleteSql) || database.exec("SAVEPOINT cache_place") != SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
+        return;
+    }
+    earlier.statement().bindDouble(1, city->latitude());
+    earlier.statement().bindDouble(2, city->longitude());
+    const int removed = earlier.step();
+    earlier.reset();
     const std::string name = city->cityName().value_or("");
     // Stored so that a look-up at the very position finds the place with a zero threshold.
     const auto exact = DirectoryGeometry::at(city->latitude(), city->longitude());
@@ -183,10 +196,13 @@ void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const st
     insert.bindDouble(8, position.cosLon);
     insert.bindDouble(9, position.sinLon);
     insert.bindText(10, city->TimeZone().value_or(""));
-    const int result = slot.step();
+    const int result = removed == SQLITE_DONE ? slot.step() : removed;
     slot.reset();
-    if (result != SQLITE_DONE)
+    if (result != SQLITE_DONE) {
         TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
+        database.exec("ROLLBACK TO cache_place");
+    }
+    database.exec("RELEASE cache_place");
 }
 
 void TarvoCity::RemoveFromReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {

@@ -179,7 +179,7 @@ int64_t TarvoCity::getLastSessionID(SqliteDatabase& database) {
     return Slot::run(SlotId::lastRowId, database, kLastRowIdSql, "[DB] [DB] Get Last Session",
                      "[DB] ERROR message '{}'.",
                      [](Slot& slot) -> int64_t {
-                         return slot.step() == SQLITE_ROW ? slot.statement().columnInt(0) : -1;
+                         return slot.step() == SQLITE_ROW ? slot.statement().columnInt64(0) : -1;
                      })
         .valueOr(-1);
 }
@@ -270,7 +270,7 @@ std::shared_ptr<TarvoCity> TarvoCity::initWithPrimaryKey(int64_t primaryKey, Sql
             auto found = std::make_shared<TarvoCity>();
             found->dirty_ = false;
             found->setPrimaryKey(primaryKey);
-            slot.statement().bindInt(1, static_cast<int>(primaryKey));
+            slot.statement().bindInt64(1, primaryKey);
             if (slot.step() != SQLITE_ROW) return nullptr;
             // This reader goes through the tracked setters: it logs DIRTY lines and mirrors the
             // calculation preferences like an edit would, and clears the dirty mark at the end.

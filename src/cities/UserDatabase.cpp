@@ -33,8 +33,14 @@ std::filesystem::path UserDatabase::defaultPath() { return UserDefaults::dataDir
 
 std::shared_ptr<UserDatabase> UserDatabase::open(const std::filesystem::path& path, std::string& error) {
     std::shared_ptr<UserDatabase> userDatabase(new UserDatabase());
-    if (!userDatabase->database_.open(path)) {
+    // A link in the file's place could send the cities to another program's file.
+    if (!userDatabase->database_.open(path, SqliteDatabase::kDefaultFlags | SqliteDatabase::kOpenNoFollow)) {
         error = userDatabase->database_.errorMessage();
+        TARVO_LOG_INFO("User database not opened: {}", error);
+        return nullptr;
+    }
+    if (userDatabase->isForeign()) {
+        error = path.string() + ": another program's database (the file is left untouched)";
         TARVO_LOG_INFO("User database not opened: {}", error);
         return nullptr;
     }
@@ -78,6 +84,15 @@ bool UserDatabase::layoutReached(int64_t version) const {
     }
     if (version >= 2 && !(hasTable("cachedcities") && hasTable("lastused"))) return false;
     return version < 3 || hasColumn("savedcities", "adjusthighlat");
+}
+
+bool UserDatabase::isForeign() const {
+    SqliteStatement objects;
+    // Unreadable: not known to be foreign; the upgrade then reports why.
+    if (objects.prepare(database_, "SELECT count(*) FROM sqlite_master") != SQLITE_OK || objects.step() != SQLITE_ROW) {
+        return false;
+    }
+    return objects.columnInt64(0) > 0 && !hasTable("savedcities");
 }
 
 int64_t UserDatabase::recognisedVersion() const {
@@ -136,33 +151,106 @@ bool UserDatabase::containsCity(int64_t primaryKey) {
     return query.step() == SQLITE_ROW;
 }
 
-bool UserDatabase::selectCity(int64_t primaryKey) {
+bool UserDatabase::fail(const std::string& what) {
+    lastError_ = database_.errorCode() != SQLITE_OK && database_.errorCode() != SQLITE_DONE
+                     ? fmt::format("{}: {}: {}", database_.path().string(), what, database_.errorMessage())
+                     : fmt::format("{}: {}", database_.path().string(), what);
+    TARVO_LOG_ERROR("[DB] Error: {}", lastError_);
+    return false;
+}
+
+template <typename Change>
+bool UserDatabase::inTransaction(const std::string& what, Change&& change) {
     std::lock_guard lock(TarvoCity::syncObj());
-    if (database_.exec("BEGIN IMMEDIATE") != SQLITE_OK) {
-        TARVO_LOG_ERROR("[DB] Error: cannot select city {}: {}", primaryKey, database_.errorMessage());
-        return false;
-    }
-    SqliteStatement update;
-    bool selected = containsCity(primaryKey) &&
-                    update.prepare(database_, "UPDATE savedcities SET current_city = (pk = ?)") == SQLITE_OK &&
-                    update.bindInt64(1, primaryKey) == SQLITE_OK && update.step() == SQLITE_DONE;
-    update.finalize();
-    if (selected && database_.exec("COMMIT") == SQLITE_OK) return true;
-    if (selected) TARVO_LOG_ERROR("[DB] Error: cannot select city {}: {}", primaryKey, database_.errorMessage());
+    lastError_.clear();
+    // Taking the write lock first: a locked file fails here, before anything is changed.
+    if (database_.exec("BEGIN IMMEDIATE") != SQLITE_OK) return fail("cannot " + what);
+    if (change() && database_.exec("COMMIT") == SQLITE_OK) return true;
+    if (lastError_.empty()) fail("cannot " + what);
     database_.exec("ROLLBACK");
     return false;
 }
 
-bool UserDatabase::setCustomAngles(int64_t primaryKey, double fajrAngle, double ishaAngle) {
+std::optional<std::vector<std::shared_ptr<TarvoCity>>> UserDatabase::savedCities() {
     std::lock_guard lock(TarvoCity::syncObj());
+    lastError_.clear();
+    // The count and the list read one snapshot: a list cut short by a failing read (the
+    // store answers what it got so far) is told from a short table by its length.
+    SqliteStatement count;
+    if (database_.exec("BEGIN") != SQLITE_OK ||
+        count.prepare(database_, "SELECT count(*) FROM savedcities") != SQLITE_OK || count.step() != SQLITE_ROW) {
+        fail("cannot read the saved cities");
+        database_.exec("ROLLBACK");
+        return std::nullopt;
+    }
+    const int64_t rows = count.columnInt64(0);
+    count.finalize();
+    auto cities = TarvoCity::GetSavedCities(database_);
+    database_.exec("COMMIT");
+    if (static_cast<int64_t>(cities.size()) != rows) {
+        fail(fmt::format("read {} of the {} saved cities", cities.size(), rows));
+        return std::nullopt;
+    }
+    return cities;
+}
+
+std::shared_ptr<TarvoCity> UserDatabase::addCity(const std::shared_ptr<TarvoCity>& city) {
+    std::shared_ptr<TarvoCity> saved;
+    const bool done = city && inTransaction("save the city", [&] {
+        const int64_t before = sqlite3_total_changes64(database_.handle());
+        saved = TarvoCity::saveNewCity(city, database_);
+        // The store takes the key from the connection's last insert even when this one
+        // failed: only a change of the row count shows that the row is there.
+        if (!saved || sqlite3_total_changes64(database_.handle()) == before || saved->primaryKey() <= 0) {
+            return fail("cannot save the city");
+        }
+        if ((city->customFajrAngle() > 0 || city->customIshaAngle() > 0) &&
+            !storeCustomAngles(saved->primaryKey(), city->customFajrAngle(), city->customIshaAngle())) {
+            return false;
+        }
+        return markSelected(saved->primaryKey());
+    });
+    if (!done) return nullptr;
+    saved->setIsLoadingFromDB(true);
+    saved->setIsSelectedCity(true);
+    saved->setIsLoadingFromDB(false);
+    return saved;
+}
+
+bool UserDatabase::storeCustomAngles(int64_t primaryKey, double fajrAngle, double ishaAngle) {
     SqliteStatement update;
-    const bool written =
-        update.prepare(database_, "UPDATE savedcities SET custom_fajrangle = ?, custom_ishaangle = ? WHERE pk = ?") ==
-            SQLITE_OK &&
-        update.bindDouble(1, fajrAngle) == SQLITE_OK && update.bindDouble(2, ishaAngle) == SQLITE_OK &&
-        update.bindInt64(3, primaryKey) == SQLITE_OK && update.step() == SQLITE_DONE && database_.changes() == 1;
-    if (!written) TARVO_LOG_ERROR("[DB] Error: cannot set the angles of city {}: {}", primaryKey, database_.errorMessage());
-    return written;
+    if (update.prepare(database_, "UPDATE savedcities SET custom_fajrangle = ?, custom_ishaangle = ? WHERE pk = ?") !=
+            SQLITE_OK ||
+        update.bindDouble(1, fajrAngle) != SQLITE_OK || update.bindDouble(2, ishaAngle) != SQLITE_OK ||
+        update.bindInt64(3, primaryKey) != SQLITE_OK || update.step() != SQLITE_DONE || database_.changes() != 1) {
+        return fail(fmt::format("cannot store the angles of city {}", primaryKey));
+    }
+    return true;
+}
+
+bool UserDatabase::markSelected(int64_t primaryKey) {
+    SqliteStatement update;
+    if (!containsCity(primaryKey)) return fail(fmt::format("no saved city has the primary key {}", primaryKey));
+    if (update.prepare(database_, "UPDATE savedcities SET current_city = (pk = ?)") != SQLITE_OK ||
+        update.bindInt64(1, primaryKey) != SQLITE_OK || update.step() != SQLITE_DONE) {
+        return fail(fmt::format("cannot select city {}", primaryKey));
+    }
+    return true;
+}
+
+bool UserDatabase::selectCity(int64_t primaryKey) {
+    return inTransaction(fmt::format("select city {}", primaryKey), [&] { return markSelected(primaryKey); });
+}
+
+bool UserDatabase::deleteCity(int64_t primaryKey) {
+    return inTransaction(fmt::format("delete city {}", primaryKey), [&] {
+        const int64_t before = sqlite3_total_changes64(database_.handle());
+        TarvoCity::DeleteCity(database_, primaryKey);
+        if (sqlite3_total_changes64(database_.handle()) == before) {
+            return fail(fmt::format("cannot delete city {}", primaryKey));
+        }
+        return true;
+    });
 }
 
 std::vector<std::shared_ptr<TarvoCity>> UserDatabase::cachedCities() {

@@ -10,6 +10,7 @@
 
 #include "platform/LogMacros.h"
 #include "platform/SearchText.h"
+#include "platform/Text.h"
 #include "tarvo/Version.h"
 #include "tarvo/platform/UserDefaults.h"
 
@@ -65,7 +66,11 @@ bool tooDeep(std::string_view text) {
     return false;
 }
 
-// The text of a member that must be a string when present.
+// Longest name kept: what the cache's and the saved cities' name columns hold.
+constexpr size_t kMaxNameLength = 200;
+
+// The text of a member that must be a string when present, cleaned on arrival: the service
+// is not trusted to send names that are safe to store and to show.
 std::optional<std::string> member(const json& object, const char* key, bool& wrongType) {
     const auto found = object.find(key);
     if (found == object.end() || found->is_null()) return std::nullopt;
@@ -73,7 +78,7 @@ std::optional<std::string> member(const json& object, const char* key, bool& wro
         wrongType = true;
         return std::nullopt;
     }
-    return found->get<std::string>();
+    return text::withoutControls(found->get<std::string>(), kMaxNameLength);
 }
 
 std::string firstPresent(const json& address, std::initializer_list<const char*> keys, bool& wrongType) {

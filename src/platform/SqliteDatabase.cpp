@@ -1,6 +1,10 @@
 #include "tarvo/platform/SqliteDatabase.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 
 #include <array>
 #include <fstream>
@@ -114,7 +118,12 @@ bool SqliteDatabase::open(const std::filesystem::path& path, int flags) {
     const bool wantsWrite = (flags & SQLITE_OPEN_READWRITE) != 0;
     if (!isSpecialName(path, flags)) {
         struct stat info {};
-        if (::stat(path.c_str(), &info) == 0) {
+        const bool noFollow = (flags & SQLITE_OPEN_NOFOLLOW) != 0;
+        if ((noFollow ? ::lstat(path.c_str(), &info) : ::stat(path.c_str(), &info)) == 0) {
+            if (S_ISLNK(info.st_mode)) {
+                fail(SQLITE_CANTOPEN, "is a symbolic link, which is not followed (it is left untouched)");
+                return false;
+            }
             if (S_ISDIR(info.st_mode)) {
                 fail(SQLITE_CANTOPEN, "is a folder, not an SQLite database");
                 return false;
@@ -129,6 +138,12 @@ bool SqliteDatabase::open(const std::filesystem::path& path, int flags) {
                 fail(SQLITE_READONLY, "the file is read-only (it is left untouched)");
                 return false;
             }
+        } else if (errno == ENOENT && wantsWrite && (flags & SQLITE_OPEN_CREATE) != 0) {
+            // A new file is its owner's alone (saved places and preferences tell where a
+            // person lives); SQLite gives its journals the same permissions. Made here
+            // because SQLite would make it readable by everybody.
+            const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+            if (fd >= 0) ::close(fd);
         }
     }
 

@@ -42,6 +42,20 @@ std::string trimmed(std::string_view utf8) {
 
 bool equalsIgnoringCase(std::string_view a, std::string_view b) { return lowercased(a) == lowercased(b); }
 
+std::string withoutControls(std::string_view utf8, size_t maxLength) {
+    const icu::UnicodeString text = toUnicode(utf8);
+    const auto isBidiControl = [](UChar32 c) { return (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069); };
+    icu::UnicodeString kept;
+    size_t length = 0;
+    for (int32_t i = 0; i < text.length() && length < maxLength; i = text.moveIndex32(i, 1)) {
+        const UChar32 c = text.char32At(i);
+        if (u_charType(c) == U_CONTROL_CHAR || isBidiControl(c)) continue;
+        kept.append(c);
+        ++length;
+    }
+    return toUtf8(kept);
+}
+
 int64_t integerValue(std::string_view text) {
     size_t i = 0;
     while (i < text.size() && (text[i] == ' ' || text[i] == '\t' || text[i] == '\n' || text[i] == '\r')) ++i;

@@ -1,18 +1,23 @@
 #include "tarvo/platform/UserDefaults.h"
 
 #include <pwd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <cstdlib>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 #include <sqlite3.h>
 
 #include "platform/CborCodec.h"
 #include "platform/LogMacros.h"
 #include "platform/PreferenceValue.h"
+#include "platform/Result.h"
 #include "tarvo/platform/SqliteDatabase.h"
 #include "tarvo/platform/SqliteStatement.h"
 
@@ -63,6 +68,10 @@ std::shared_ptr<UserDefaults> processStore(std::shared_ptr<UserDefaults> Process
 struct UserDefaults::Impl {
     std::filesystem::path path;
     bool persistent = false;
+    bool readOnly = false;
+    // A write failed since the last synchronize().
+    bool writeFailed = false;
+    uint64_t failedWrites = 0;
 
     // One connection per store, used by one thread at a time. Other processes (and other
     // stores on the same file) have their own connections; SQLite's locking and the
@@ -76,6 +85,8 @@ struct UserDefaults::Impl {
     Value registered = Value::object();
 
     bool openFile();
+    // A suite of ours that cannot be written, opened for reading.
+    bool openReadOnly();
     // An empty database, or one that has the preferences table.
     bool isOwnDatabase() const;
     bool prepareStatements();
@@ -84,6 +95,10 @@ struct UserDefaults::Impl {
     Value allStored() const;
     bool write(std::string_view key, const Value& value);
     bool erase(std::string_view key);
+    // Whether a write may go to the file; logs why not.
+    bool writable(std::string_view key);
+    // Notes the outcome of a write for synchronize(); true when it reached the file.
+    bool noted(bool written);
     // Runs a bound change statement and makes it ready for the next use.
     bool finishChange(SqliteStatement& statement, std::string_view key, const char* action);
 };
@@ -91,9 +106,15 @@ struct UserDefaults::Impl {
 bool UserDefaults::Impl::openFile() {
     std::error_code ec;
     if (path.has_parent_path()) std::filesystem::create_directories(path.parent_path(), ec);
-    if (!db.open(path)) {
+    // A link in the suite's place could send the writes to a file of somebody else's.
+    if (!db.open(path, SqliteDatabase::kDefaultFlags | SqliteDatabase::kOpenNoFollow)) {
         // The database's message names the file already.
-        TARVO_LOG_ERROR("Preferences cannot be used, keeping them in memory only: {}", db.errorMessage());
+        const std::string why = db.errorMessage();
+        if (sqlitePrimaryCode(db.errorCode()) == SQLITE_READONLY && openReadOnly()) {
+            TARVO_LOG_INFO("Preferences are read and never written: {}", why);
+            return true;
+        }
+        TARVO_LOG_ERROR("Preferences cannot be used, keeping them in memory only: {}", why);
         return false;
     }
     db.setBusyTimeout(kBusyTimeoutMs);
@@ -127,6 +148,27 @@ bool UserDefaults::Impl::openFile() {
     // Each commit is safe against a crash of the process; synchronize() checkpoints the log,
     // which also flushes it to the disk.
     db.exec("PRAGMA synchronous=NORMAL");
+    return true;
+}
+
+bool UserDefaults::Impl::openReadOnly() {
+    // Nothing changes a file that its owner made read-only (this library writes no such
+    // file), so it is read as immutable: SQLite then creates no journal, log or index beside
+    // it. Only writes left in a log of its own must be read through that log.
+    std::error_code ec;
+    const bool hasLog = std::filesystem::exists(path.string() + "-wal", ec);
+    const int flags = SqliteDatabase::kOpenReadOnly | SqliteDatabase::kOpenNoFollow |
+                      (hasLog ? 0 : SqliteDatabase::kOpenImmutable);
+    if (!db.open(path, flags)) return false;
+    db.setBusyTimeout(kBusyTimeoutMs);
+    // Only a suite that holds preferences is read: an empty file has nothing to give.
+    SqliteStatement table;
+    const bool ours = table.prepare(db, "SELECT 1 FROM sqlite_master WHERE type = 'table' AND name = 'preferences'") ==
+                          SQLITE_OK &&
+                      table.step() == SQLITE_ROW;
+    table.finalize();
+    if (!ours || !prepareStatements()) return false;
+    readOnly = true;
     return true;
 }
 
@@ -196,13 +238,29 @@ UserDefaults::Value UserDefaults::Impl::allStored() const {
     return all;
 }
 
+bool UserDefaults::Impl::writable(std::string_view key) {
+    if (!readOnly) return true;
+    TARVO_LOG_ERROR("Preferences {}: not changing '{}': the file is read-only", path.string(), key);
+    return false;
+}
+
+bool UserDefaults::Impl::noted(bool written) {
+    if (!written) {
+        writeFailed = true;
+        ++failedWrites;
+    }
+    return written && persistent;
+}
+
 bool UserDefaults::Impl::write(std::string_view key, const Value& value) {
+    if (!writable(key)) return false;
     upsert.bindText(1, key);
     upsert.bindBlob(2, CborCodec::encode(value));
     return finishChange(upsert, key, "writing");
 }
 
 bool UserDefaults::Impl::erase(std::string_view key) {
+    if (!writable(key)) return false;
     remove.bindText(1, key);
     return finishChange(remove, key, "removing");
 }
@@ -227,9 +285,16 @@ std::filesystem::path UserDefaults::dataDirectory() {
     } else {
         folder = homeDirectory() / ".local" / "share" / "tarvo";
     }
+    // The folder is its owner's alone: it holds the saved places and the preferences.
+    // Folders above it that are missing are made as the system makes them.
     std::error_code ec;
-    std::filesystem::create_directories(folder, ec);
-    if (ec) TARVO_LOG_ERROR("Data folder {} cannot be created: {}", folder.string(), ec.message());
+    if (!std::filesystem::is_directory(folder, ec)) {
+        const auto made = folder.has_filename() ? folder : folder.parent_path();  // "a/b/" is "a/b"
+        if (made.has_parent_path()) std::filesystem::create_directories(made.parent_path(), ec);
+        if (::mkdir(made.c_str(), 0700) != 0 && errno != EEXIST) {
+            TARVO_LOG_ERROR("Data folder {} cannot be created: {}", folder.string(), std::strerror(errno));
+        }
+    }
     return folder;
 }
 
@@ -258,6 +323,13 @@ UserDefaults::~UserDefaults() = default;
 
 bool UserDefaults::isPersistent() const { return impl_->persistent; }
 
+bool UserDefaults::isReadOnly() const { return impl_->readOnly; }
+
+uint64_t UserDefaults::failedWrites() const {
+    std::lock_guard lock(impl_->mutex);
+    return impl_->failedWrites;
+}
+
 const std::filesystem::path& UserDefaults::path() const { return impl_->path; }
 
 std::optional<UserDefaults::Value> UserDefaults::objectForKey(std::string_view key) const {
@@ -267,27 +339,23 @@ std::optional<UserDefaults::Value> UserDefaults::objectForKey(std::string_view k
     return std::nullopt;
 }
 
-void UserDefaults::setObject(std::string_view key, const Value& value) {
+bool UserDefaults::setObject(std::string_view key, const Value& value) {
     std::lock_guard lock(impl_->mutex);
     // Setting nothing under a key removes it, as on the platform.
-    if (value.is_null()) {
-        impl_->erase(key);
-    } else {
-        impl_->write(key, value);
-    }
+    return impl_->noted(value.is_null() ? impl_->erase(key) : impl_->write(key, value));
 }
 
-void UserDefaults::removeObjectForKey(std::string_view key) {
+bool UserDefaults::removeObjectForKey(std::string_view key) {
     std::lock_guard lock(impl_->mutex);
-    impl_->erase(key);
+    return impl_->noted(impl_->erase(key));
 }
 
-void UserDefaults::setBool(std::string_view key, bool value) { setObject(key, Value(value)); }
-void UserDefaults::setInteger(std::string_view key, int64_t value) { setObject(key, Value(value)); }
-void UserDefaults::setDouble(std::string_view key, double value) { setObject(key, Value(value)); }
-void UserDefaults::setString(std::string_view key, std::string_view value) { setObject(key, Value(value)); }
-void UserDefaults::setData(std::string_view key, const std::vector<uint8_t>& value) {
-    setObject(key, Value::binary(value));
+bool UserDefaults::setBool(std::string_view key, bool value) { return setObject(key, Value(value)); }
+bool UserDefaults::setInteger(std::string_view key, int64_t value) { return setObject(key, Value(value)); }
+bool UserDefaults::setDouble(std::string_view key, double value) { return setObject(key, Value(value)); }
+bool UserDefaults::setString(std::string_view key, std::string_view value) { return setObject(key, Value(value)); }
+bool UserDefaults::setData(std::string_view key, const std::vector<uint8_t>& value) {
+    return setObject(key, Value::binary(value));
 }
 
 bool UserDefaults::boolForKey(std::string_view key) const {
@@ -359,6 +427,9 @@ UserDefaults::Value UserDefaults::persistentDomain() const {
 bool UserDefaults::synchronize() {
     std::lock_guard lock(impl_->mutex);
     if (!impl_->persistent) return false;
+    // A write that failed was never committed, so not everything asked for is on the disk.
+    if (std::exchange(impl_->writeFailed, false)) return false;
+    if (impl_->readOnly) return true;
     // Every write is already committed; moving the log into the database file makes SQLite
     // flush it to the disk.
     // Only one connection checkpoints at a time, and SQLite does not wait for the others

@@ -61,8 +61,12 @@ TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
                              "INSERT INTO savedcities (current_city, country_name, city_name, latitude, longitude, gmt, "
                              "uses_dst, prayermethod, asrmethod, adjusthighlat, custom_fajrangle, custom_ishaangle, "
                              "timezone, state_name) VALUES (0, 'Canada', 'Calgary', 51.05, -114.07, -100, 0, 6, 1, 0, "
-                             "16.5, 14.5, 'America/Edmonton', '')"));
+                             "16.5, 14.5, 'America/Edmonton', char(27) || '[31mAlberta' || char(8238))"));
     const std::string calgary = savedCities()[2]["primaryKey"].dump();
+    // Terminal controls in stored names are not shown; JSON keeps the stored text.
+    EXPECT_EQ(savedCities()[2]["stateName"], "\x1b[31mAlberta\u202e");
+    const std::string shown = runTarvo({"cities", "saved"}).out;
+    EXPECT_NE(shown.find("Calgary ([31mAlberta) "), std::string::npos) << shown;
     ASSERT_EQ(runTarvo({"cities", "select", calgary}).status, 0);
     EXPECT_EQ(timesOf({"--saved"}),
               timesOf({"--lat", "51.05", "--lon", "-114.07", "--tz", "America/Edmonton", "--method", "6", "--asr", "1",
@@ -102,21 +106,52 @@ TEST_F(CitiesToolTest, BadInputIsAOneLineErrorAndChangesNothing) {
 
 TEST_F(CitiesToolTest, UnusableDatabaseFileIsNeverChanged) {
     const char raw[] = "not a database\0\xff\xfe binary tail";
-    const std::string garbage(raw, sizeof(raw) - 1);
-    test::writeBytes(UserDatabase::defaultPath(), garbage);
-    for (const auto& command : std::vector<std::vector<std::string>>{
-             {"cities", "saved", "--json"},
-             {"cities", "add", "--name", "Lahore", "--country", "Pakistan", "--lat", "31.55", "--lon", "74.34", "--tz",
-              "Asia/Karachi"},
-             {"cities", "select", "1"},
-             {"cities", "delete", "1"},
-             {"times", "--saved"}}) {
-        const auto run = runTarvo(command);
-        EXPECT_EQ(run.status, 2) << command[1];
-        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
-        EXPECT_NE(run.err.find("not an SQLite database"), std::string::npos) << run.err;
-        EXPECT_EQ(test::readBytes(UserDatabase::defaultPath()), garbage) << command[1];
+    test::TempFolder elsewhere;
+    ASSERT_TRUE(test::runSql(elsewhere / "notes.sqlite", "CREATE TABLE notes(body TEXT)"));
+    const auto file = UserDatabase::defaultPath();
+    const auto target = elsewhere / "cities.sqlite";
+    struct Case {
+        std::string bytes;  // "" for a link to a missing file elsewhere
+        std::string reason;
+    };
+    for (const auto& [bytes, reason] : {Case{std::string(raw, sizeof(raw) - 1), "not an SQLite database"},
+                                        Case{test::readBytes(elsewhere / "notes.sqlite"), "another program's database"},
+                                        Case{"", "symbolic link"}}) {
+        std::filesystem::remove(file);
+        if (bytes.empty()) {
+            std::filesystem::create_symlink(target, file);
+        } else {
+            test::writeBytes(file, bytes);
+        }
+        for (const auto& command : std::vector<std::vector<std::string>>{
+                 {"cities", "saved", "--json"},
+                 {"cities", "add", "--name", "Lahore", "--country", "Pakistan", "--lat", "31.55", "--lon", "74.34",
+                  "--tz", "Asia/Karachi"},
+                 {"cities", "select", "1"},
+                 {"cities", "delete", "1"},
+                 {"times", "--saved"}}) {
+            const auto run = runTarvo(command);
+            EXPECT_EQ(run.status, 2) << command[1];
+            EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+            EXPECT_NE(run.err.find(reason), std::string::npos) << run.err;
+            EXPECT_EQ(test::readBytes(file), bytes) << command[1];
+        }
+        EXPECT_FALSE(std::filesystem::exists(target)) << "nothing made beside a link's target";
     }
+}
+
+TEST_F(CitiesToolTest, NewDataFolderAndFilesAreTheUsersAlone) {
+    using std::filesystem::perms;
+    const auto home = folder_ / "new" / "tarvo";
+    ASSERT_EQ(runTarvo({"cities", "add", "--name", "Doha", "--country", "Qatar", "--lat", "25.29", "--lon", "51.53",
+                        "--tz", "Asia/Qatar"},
+                       {"TARVO_HOME=" + home.string()})
+                  .status,
+              0);
+    const auto mode = [](const std::filesystem::path& path) { return std::filesystem::status(path).permissions(); };
+    EXPECT_EQ(mode(home), perms::owner_all);
+    EXPECT_EQ(mode(home / "user.sqlite"), perms::owner_read | perms::owner_write);
+    EXPECT_EQ(mode(home / "shared.sqlite"), perms::owner_read | perms::owner_write);
 }
 
 }  // namespace

@@ -71,6 +71,19 @@ TEST_F(WebGeocoderTest, NamesThePlaceFromTheAddress) {
     ASSERT_EQ(place.size(), 1u);
     EXPECT_EQ(place[0].locality, "");
     EXPECT_EQ(place[0].administrativeArea, "Highland");
+
+    // Hostile names arrive without control and bidi characters, cut to 200 characters.
+    std::string longName;
+    for (int i = 0; i < 250; ++i) longName += "\u00e9";
+    place = ask(R"({"address":{"city":"\u0007\u001b[2JEvil\u202eTown\u0085\u2066\u2069","state":")" + longName +
+                R"(","country":"\u0000\u202aX\u009b"}})")
+                .places;
+    ASSERT_EQ(place.size(), 1u);
+    EXPECT_EQ(place[0].locality, "[2JEvilTown");
+    std::string cut;
+    for (int i = 0; i < 200; ++i) cut += "\u00e9";
+    EXPECT_EQ(place[0].administrativeArea, cut);
+    EXPECT_EQ(place[0].country, "X");
 }
 
 TEST_F(WebGeocoderTest, NothingThereIsAnEmptyListWithoutError) {

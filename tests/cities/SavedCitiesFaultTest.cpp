@@ -62,6 +62,13 @@ TEST_F(SavedCitiesFaults, FullOrReadOnlyDiskKeepsTheSavedCities) {
         EXPECT_NE(errors[0].find(reason), std::string::npos) << errors[0];
         EXPECT_EQ(savedNames(user->database()), std::vector<std::string>{"Makkah"}) << reason;
         EXPECT_FALSE(user->containsCity(2)) << reason;
+        // The host operations say so, and leave the file as it was.
+        storage.set(fault);
+        EXPECT_FALSE(user->addCity(town("Madinah"))) << reason;
+        EXPECT_FALSE(user->deleteCity(1)) << reason;
+        EXPECT_NE(user->lastError().find("cannot delete city 1"), std::string::npos) << user->lastError();
+        storage.set(FaultyStorage::Fault::none);
+        EXPECT_EQ(savedNames(user->database()), std::vector<std::string>{"Makkah"}) << reason;
     }
     ASSERT_TRUE(TarvoCity::saveNewCity(town("Jeddah"), user->database()));
     user.reset();
@@ -101,6 +108,8 @@ TEST_F(SavedCitiesFaults, WriterKilledMidwayLosesNoCommittedCity) {
     ASSERT_GE(committed.size(), 100u);
 
     EXPECT_EQ(test::queryText(path, "PRAGMA integrity_check"), "ok");
+    // Each city was saved and selected in one step: never two selected.
+    EXPECT_EQ(test::queryText(path, "SELECT count(*) FROM savedcities WHERE current_city = 1"), "1");
     std::string error;
     auto user = UserDatabase::open(path, error);
     ASSERT_TRUE(user) << error;
@@ -123,6 +132,10 @@ TEST_F(SavedCitiesFaults, LockHeldBeyondTheTimeOutIsAnErrorNotAHang) {
     test::LogCapture log;
     const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(user->selectCity(1));
+    // A locked table is a failure, never an empty list or a deletion that did not happen.
+    EXPECT_FALSE(user->savedCities());
+    EXPECT_FALSE(user->deleteCity(1));
+    EXPECT_FALSE(user->addCity(town("Madinah")));
     TarvoCity::saveNewCity(town("Madinah"), user->database());
     EXPECT_EQ(user->database().errorMessage(), "database is locked");
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30)) << "the lock was waited out";

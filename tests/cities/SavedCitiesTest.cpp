@@ -101,6 +101,14 @@ TEST_F(SavedCitiesTest, SavingMarksEachNewCityCurrentSyncNeverWritesAndDeleteAns
         EXPECT_TRUE(TarvoCity::DeleteCity(db(), makkah->primaryKey())->isDefaultCity());
     }
     EXPECT_FALSE(user_->containsCity(makkah->primaryKey()));
+
+    // Keys past 32 bits are read and written whole: a cut one would select another row.
+    ASSERT_EQ(db().exec("INSERT INTO savedcities (pk, city_name) VALUES (2147483653, 'Big')"), SQLITE_OK);
+    const auto jeddah = user_->addCity(makeCity("Jeddah", 21.54));
+    ASSERT_TRUE(jeddah) << user_->lastError();
+    EXPECT_EQ(jeddah->primaryKey(), 2147483654);
+    EXPECT_EQ(TarvoCity::initWithPrimaryKey(2147483654, db())->cityName(), "Jeddah");
+    EXPECT_EQ(queryText(db(), "SELECT group_concat(pk) FROM savedcities WHERE current_city = 1"), "2147483654");
 }
 
 TEST_F(SavedCitiesTest, EachReaderFillsARowInItsOwnWay) {

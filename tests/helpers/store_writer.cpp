@@ -1,10 +1,11 @@
 // Writes to a preferences suite or a user database from its own process, for the tests that
 // kill a writer mid-way or hold a lock against the library.
 // Usage: tarvo_store_writer preferences|cities PATH COUNT
-//          writes COUNT values ("key.i" = i) or saved cities ("Town i"), printing i on its own
+//          writes COUNT values ("key.i" = i) or adds saved cities ("Town i"), printing i on its own
 //          line once write i is committed;
-//        tarvo_store_writer hold PATH
-//          takes the database's write lock, prints "locked" and keeps it until killed.
+//        tarvo_store_writer hold PATH [writes]
+//          takes the database's exclusive lock (with "writes", only the write lock: readers
+//          go on), prints "locked" and keeps it until killed.
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -48,16 +49,15 @@ int writeCities(const std::filesystem::path& path, int count) {
         city->setCountryName("Testland");
         city->setLatitude(10.0 + i * 0.001);
         city->setLongitude(20.0);
-        auto saved = tarvo::TarvoCity::saveNewCity(city, user->database());
-        if (!saved || saved->primaryKey() <= 0 || !user->containsCity(saved->primaryKey())) return 1;
+        if (!user->addCity(city)) return 1;
         committed(i);
     }
     return 0;
 }
 
-int hold(const std::filesystem::path& path) {
+int hold(const std::filesystem::path& path, bool writesOnly) {
     tarvo::SqliteDatabase db;
-    if (!db.open(path) || db.exec("BEGIN EXCLUSIVE") != 0) {
+    if (!db.open(path) || db.exec(writesOnly ? "BEGIN IMMEDIATE" : "BEGIN EXCLUSIVE") != 0) {
         std::fprintf(stderr, "%s\n", db.errorMessage().c_str());
         return 1;
     }
@@ -71,11 +71,13 @@ int hold(const std::filesystem::path& path) {
 
 int main(int argc, char** argv) {
     const std::string mode = argc > 2 ? argv[1] : "";
-    if (mode == "hold" && argc == 3) return hold(argv[2]);
+    if (mode == "hold" && (argc == 3 || (argc == 4 && std::string(argv[3]) == "writes"))) {
+        return hold(argv[2], argc == 4);
+    }
     if ((mode == "preferences" || mode == "cities") && argc == 4) {
         const int count = std::stoi(argv[3]);
         return mode == "preferences" ? writePreferences(argv[2], count) : writeCities(argv[2], count);
     }
-    std::fprintf(stderr, "usage: %s preferences|cities PATH COUNT | hold PATH\n", argv[0]);
+    std::fprintf(stderr, "usage: %s preferences|cities PATH COUNT | hold PATH [writes]\n", argv[0]);
     return 2;
 }

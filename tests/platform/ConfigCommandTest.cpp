@@ -1,5 +1,7 @@
 // The tool's config commands, run as the user runs them, against a fresh data folder.
 #include <algorithm>
+#include <csignal>
+#include <memory>
 
 #include <gtest/gtest.h>
 
@@ -82,6 +84,52 @@ TEST_F(ConfigCommand, BadInputIsAOneLineErrorAndChangesNothing) {
     EXPECT_NE(set.err.find("cannot be written"), std::string::npos) << set.err;
     EXPECT_EQ(test::readBytes(folder / "shared.sqlite"), "FajrAdj=3\n");
     EXPECT_EQ(config({"get", "UseSunrise"}).out, "true\n");
+}
+
+TEST_F(ConfigCommand, WritesThatCannotHappenFailAndChangeNothing) {
+    ASSERT_EQ(config({"set", "FajrAdj", "-3", "--type", "int"}).status, 0);
+    ASSERT_EQ(runTarvo({"cities", "add", "--name", "Makkah", "--country", "Saudi Arabia", "--lat", "21.4", "--lon",
+                        "39.8", "--tz", "Asia/Riyadh"})
+                  .status,
+              0);
+    const auto shared = folder / "shared.sqlite";
+    const std::vector<std::vector<std::string>> writes = {{"config", "set", "FajrAdj", "4", "--type", "int"},
+                                                          {"config", "unset", "FajrAdj"},
+                                                          {"alerts", "all-off"},
+                                                          {"cities", "delete", "1"}};
+    // First the preferences' file made read-only, then both files locked by another
+    // process beyond the busy time-out (the commands wait it out side by side).
+    for (const bool locked : {false, true}) {
+        std::vector<std::unique_ptr<test::ChildProcess>> holders;
+        std::vector<std::unique_ptr<test::ChildProcess>> runs;
+        std::filesystem::permissions(shared, locked ? std::filesystem::perms::owner_read | std::filesystem::perms::owner_write
+                                                    : std::filesystem::perms::owner_read);
+        for (const auto& file : {shared, folder / "user.sqlite"}) {
+            if (!locked) break;
+            holders.push_back(std::make_unique<test::ChildProcess>(
+                TARVO_STORE_WRITER_PATH, std::vector<std::string>{"hold", file.string(), "writes"}));
+            ASSERT_EQ(test::waitForLines(*holders.back(), 1), "locked\n");
+        }
+        const std::string before = test::readBytes(shared);
+        for (const auto& args : writes) {
+            if (locked || args[0] != "cities") {
+                runs.push_back(std::make_unique<test::ChildProcess>(TARVO_TOOL_PATH, args));
+            }
+        }
+        for (auto& run : runs) {
+            const auto r = run->wait();
+            EXPECT_EQ(r.status, 1) << r.err;
+            EXPECT_EQ(r.out, "");
+            EXPECT_NE(r.err.find(locked ? "database is locked" : "read-only"), std::string::npos) << r.err;
+        }
+        for (auto& holder : holders) holder->kill(SIGKILL);
+        holders.clear();
+        if (!locked) {
+            EXPECT_EQ(test::readBytes(shared), before);
+        }
+        EXPECT_EQ(config({"get", "FajrAdj"}).out, "-3\n") << "still read";
+    }
+    EXPECT_EQ(json::parse(runTarvo({"cities", "saved", "--json"}).out).size(), 1u);
 }
 
 TEST_F(ConfigCommand, RefusedSuiteIsExplainedOnceBeforeTheValuesAndLeftAsItWas) {

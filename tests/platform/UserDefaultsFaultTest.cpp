@@ -29,16 +29,17 @@ TEST(UserDefaultsFaults, FullOrReadOnlyDiskKeepsThePreviousValue) {
         for (const auto& [fault, reason] : FaultyStorage::kFaultsAndReasons) {
             log.clear();
             storage.set(fault);
-            store.setString("CityName", "Madinah");
-            store.setInteger("NewKey", 7);
+            EXPECT_FALSE(store.setString("CityName", "Madinah")) << reason;
+            EXPECT_FALSE(store.setInteger("NewKey", 7)) << reason;
             storage.set(FaultyStorage::Fault::none);
+            EXPECT_FALSE(store.synchronize()) << "the lost writes are reported once more: " << reason;
             EXPECT_TRUE(log.hasError("writing 'CityName' failed: " + std::string(reason))) << reason;
             EXPECT_EQ(store.stringForKey("CityName"), "Makkah") << reason;
             EXPECT_FALSE(store.objectForKey("NewKey")) << reason;
         }
         EXPECT_GT(storage.refusedWrites(), 0);
         // The disk has room again: the same store writes as before.
-        store.setString("CityName", "Jeddah");
+        EXPECT_TRUE(store.setString("CityName", "Jeddah"));
         EXPECT_TRUE(store.synchronize());
     }
     UserDefaults reopened(path);
@@ -71,7 +72,7 @@ TEST(UserDefaultsFaults, LockHeldBeyondTheTimeOutIsAnErrorNotAHang) {
     {
         test::ChildProcess holder(TARVO_STORE_WRITER_PATH, {"hold", path.string()});
         ASSERT_EQ(test::waitForLines(holder, 1), "locked\n");
-        store.setString("CityName", "Madinah");  // waits out the busy time-out, then gives up
+        EXPECT_FALSE(store.setString("CityName", "Madinah"));  // waits out the busy time-out, then gives up
         holder.kill(SIGKILL);
     }
     EXPECT_TRUE(log.hasError("writing 'CityName' failed: database is locked"));

@@ -128,15 +128,21 @@ TEST(UserDefaultsStore, ProcessWideSuitesLiveInTheDataFolderFoundByPrecedence) {
 
 TEST(UserDefaultsFiles, UnusableFilesAreLeftUntouchedAndTheStoreWorksInMemory) {
     TempFolder temp;
-    ASSERT_TRUE(test::runSql(temp / "ours.sqlite", "CREATE TABLE preferences(key TEXT PRIMARY KEY, value BLOB) "
-                                                   "WITHOUT ROWID; INSERT INTO preferences VALUES('FajrAdj', x'03')"));
+    for (const char* mode : {"DELETE", "WAL"}) {
+        ASSERT_TRUE(test::runSql(temp / (std::string("ours-") + mode + ".sqlite"),
+                                 std::string("PRAGMA journal_mode=") + mode +
+                                     "; CREATE TABLE preferences(key TEXT PRIMARY KEY, value BLOB) WITHOUT ROWID; "
+                                     "INSERT INTO preferences VALUES('FajrAdj', x'03')"));
+    }
     ASSERT_TRUE(test::runSql(temp / "foreign.sqlite", "CREATE TABLE preferences(name TEXT, setting INTEGER)"));
     // Another program's databases: tables of their own and no preferences table, one of them
     // left in write-ahead-log mode.
     ASSERT_TRUE(test::runSql(temp / "notes.sqlite", "CREATE TABLE notes(body TEXT)"));
     ASSERT_TRUE(test::runSql(temp / "notes-wal.sqlite", "PRAGMA journal_mode=WAL; CREATE TABLE notes(body TEXT)"));
+    // A suite of ours that is read-only is read and never written; the others are not used.
     const std::pair<std::string, bool> cases[] = {{"FajrAdj=3\nUseSunrise=YES\n", false},
-                                                  {readBytes(temp / "ours.sqlite"), true},  // read-only
+                                                  {readBytes(temp / "ours-DELETE.sqlite"), true},  // read-only
+                                                  {readBytes(temp / "ours-WAL.sqlite"), true},
                                                   {readBytes(temp / "foreign.sqlite"), false},
                                                   {readBytes(temp / "notes.sqlite"), false},
                                                   {readBytes(temp / "notes-wal.sqlite"), false}};
@@ -148,10 +154,11 @@ TEST(UserDefaultsFiles, UnusableFilesAreLeftUntouchedAndTheStoreWorksInMemory) {
         test::LogCapture log;
         {
             UserDefaults store(file);
-            EXPECT_FALSE(store.isPersistent());
+            EXPECT_EQ(store.isPersistent(), readOnly);
+            EXPECT_EQ(store.isReadOnly(), readOnly);
+            EXPECT_FALSE(store.setInteger("FajrAdj", 5)) << "nothing reaches the file";
             EXPECT_TRUE(log.hasError(file.string())) << "the error names the file";
-            store.setInteger("FajrAdj", 5);
-            EXPECT_EQ(store.integerForKey("FajrAdj"), 5);
+            EXPECT_EQ(store.integerForKey("FajrAdj"), readOnly ? 3 : 5);
             EXPECT_FALSE(store.synchronize()) << "nothing could be made durable";
         }
         EXPECT_EQ(readBytes(file), bytes);

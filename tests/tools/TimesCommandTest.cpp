@@ -69,6 +69,16 @@ TEST(TarvoTimes, BadInputIsAOneLineUsageError) {
     EXPECT_NE(help.find("--lat -90..90"), std::string::npos) << help;
 }
 
+TEST(TarvoTimes, OutputThatCannotBeWrittenIsAFailure) {
+    for (const char* command : {"times --lat 21.4225 --lon 39.8262 --tz Asia/Riyadh --json", "qibla --lat 21 --lon 39",
+                                "hijri --help"}) {
+        const auto r = tarvo::test::runProcess(
+            "/bin/sh", {"-c", std::string("\"") + TARVO_TOOL_PATH + "\" " + command + " > /dev/full"});
+        EXPECT_EQ(r.status, 1) << command;
+        EXPECT_EQ(r.err, "tarvo: cannot write the output: No space left on device\n") << command;
+    }
+}
+
 TEST(TarvoTimes, UnknownZoneWarnsAndUsesGMT) {
     const std::vector<std::string> mars = {"times", "--lat", "10", "--lon", "0", "--tz", "Mars/Base", "--date", "2020-01-01", "--json"};
     const auto r = runTarvo(mars);

@@ -118,6 +118,9 @@ void set(const SetOptions& o) {
         throw UsageError("--file: '" + *o.file + "' is not a file that can be played");
     }
 
+    // Refused before anything is written; each setter writes a preference of its own, and
+    // saving tells whether all of them reached the file.
+    PreferenceChanges changes;
     const Prayer prayer(type);
     if (o.file) prayer.setPathToCustomAlert(*o.file);
     if (o.noFile) prayer.setPathToCustomAlert(std::nullopt);
@@ -131,6 +134,7 @@ void set(const SetOptions& o) {
     if (o.off) prayer.turnSoundAlertOFF();
     if (o.vibrate) prayer.turnVibrateAlertON();
     if (o.prealert) prayer.setCanPlayPrealert(*o.prealert == "on");
+    changes.save();
     list(false);
 }
 
@@ -161,13 +165,17 @@ void registerAlertsCommand(CLI::App& app) {
     setCmd->add_flag("--no-file", options->noFile, "Forget the picked file");
     setCmd->callback([options] { set(*options); });
 
-    cmd->add_subcommand("all-off", "Switch every prayer's sound off at once (SoundAlertsDisabled)")->callback([] {
-        Prayer::setSoundAlertsDisabled(true);
+    const auto setAll = [](bool disabled) {
+        PreferenceChanges changes;
+        Prayer::setSoundAlertsDisabled(disabled);
+        changes.save();
         list(false);
+    };
+    cmd->add_subcommand("all-off", "Switch every prayer's sound off at once (SoundAlertsDisabled)")->callback([setAll] {
+        setAll(true);
     });
-    cmd->add_subcommand("all-on", "Let the prayers' own sound settings play again")->callback([] {
-        Prayer::setSoundAlertsDisabled(false);
-        list(false);
+    cmd->add_subcommand("all-on", "Let the prayers' own sound settings play again")->callback([setAll] {
+        setAll(false);
     });
 }
 

@@ -1,6 +1,7 @@
 // tarvo cities: the user's saved cities (list, add, select, delete).
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -53,12 +54,12 @@ void printCities(const std::vector<std::shared_ptr<TarvoCity>>& cities, bool jso
     std::cout << fmt::format("  {:>4}  {:<24} {:<18} {:<24} {:<20} {:<28} {:<9} {}\n", "PK", "City", "Country",
                              "Position", "Time zone", "Method", "Asr", "High latitudes");
     for (const auto& city : cities) {
-        std::string name = city->cityName().value_or("");
-        if (city->stateName() && !city->stateName()->empty()) name += " (" + *city->stateName() + ")";
+        std::string name = printable(city->cityName().value_or(""));
+        if (city->stateName() && !city->stateName()->empty()) name += " (" + printable(*city->stateName()) + ")";
         std::cout << fmt::format("{} {:>4}  {:<24} {:<18} {:<24} {:<20} {:<28} {:<9} {}\n",
                                  city->isSelectedCity() ? '*' : ' ', city->primaryKey(), name,
-                                 city->countryName().value_or(""), city->getLatLongString(),
-                                 city->TimeZone().value_or(""), methodName(city->prayerMethod()),
+                                 printable(city->countryName().value_or("")), city->getLatLongString(),
+                                 printable(city->TimeZone().value_or("")), methodName(city->prayerMethod()),
                                  asrName(city->asrMethod()), highLatitudeName(city->adjustHighLatitude()));
     }
     std::cout << "\n* the selected city (used by tarvo times --saved)\n";
@@ -68,13 +69,21 @@ void printCity(const std::string& what, const TarvoCity& city, bool json) {
     if (json) {
         std::cout << cityJson(city).dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
     } else {
-        std::cout << what << " " << city.description() << " (city " << city.primaryKey() << ")\n";
+        std::cout << what << " " << printable(city.description()) << " (city " << city.primaryKey() << ")\n";
     }
+}
+
+// The saved cities, or a failure when they cannot be read: an empty list is never shown
+// for a table that is merely locked.
+std::vector<std::shared_ptr<TarvoCity>> savedCities(UserDatabase& user) {
+    auto cities = user.savedCities();
+    if (!cities) throw std::runtime_error(user.lastError());
+    return std::move(*cities);
 }
 
 void list(const CitiesOptions& o) {
     auto user = openUserDatabase();
-    printCities(TarvoCity::GetSavedCities(user->database()), o.json);
+    printCities(savedCities(*user), o.json);
 }
 
 void add(const CitiesOptions& o) {
@@ -86,33 +95,16 @@ void add(const CitiesOptions& o) {
 
     const auto city = cityFromFields({o.name, o.country, o.state.value_or(""), o.latitude, o.longitude, o.timeZone,
                                       o.calculation});
-
-    auto saved = TarvoCity::saveNewCity(city, user->database());
-    if (!saved || saved->primaryKey() <= 0 || !user->containsCity(saved->primaryKey())) {
-        throw UsageError("the city could not be saved in " + user->path().string());
-    }
-    // Saving marks the new row current but leaves the others' marks; make it the only one.
-    if (!user->selectCity(saved->primaryKey())) {
-        throw UsageError("the city was saved but could not be selected in " + user->path().string());
-    }
-    saved->setIsLoadingFromDB(true);
-    saved->setIsSelectedCity(true);
-    saved->setIsLoadingFromDB(false);
-    // A new row holds no custom angles: they are written to the saved row after it.
-    if ((o.calculation.fajrAngle || o.calculation.ishaAngle) &&
-        !user->setCustomAngles(saved->primaryKey(), o.calculation.fajrAngle.value_or(0),
-                               o.calculation.ishaAngle.value_or(0))) {
-        throw UsageError("the city was saved but its angles could not be stored in " + user->path().string());
-    }
+    // Saved and selected together, or not at all.
+    auto saved = user->addCity(city);
+    if (!saved) throw std::runtime_error(user->lastError());
     printCity("Saved and selected", *saved, o.json);
 }
 
 // The saved city with this key, or a usage error; nothing is changed either way.
 std::shared_ptr<TarvoCity> existingCity(UserDatabase& user, int64_t primaryKey) {
-    if (user.containsCity(primaryKey)) {
-        for (const auto& city : TarvoCity::GetSavedCities(user.database())) {
-            if (city->primaryKey() == primaryKey) return city;
-        }
+    for (const auto& city : savedCities(user)) {
+        if (city->primaryKey() == primaryKey) return city;
     }
     throw UsageError(fmt::format("no saved city has the primary key {} (see tarvo cities saved)", primaryKey));
 }
@@ -120,7 +112,7 @@ std::shared_ptr<TarvoCity> existingCity(UserDatabase& user, int64_t primaryKey) 
 void select(const CitiesOptions& o) {
     auto user = openUserDatabase();
     auto city = existingCity(*user, o.primaryKey);
-    if (!user->selectCity(o.primaryKey)) throw UsageError("the city could not be selected in " + user->path().string());
+    if (!user->selectCity(o.primaryKey)) throw std::runtime_error(user->lastError());
     city->setIsLoadingFromDB(true);
     city->setIsSelectedCity(true);
     city->setIsLoadingFromDB(false);
@@ -130,8 +122,7 @@ void select(const CitiesOptions& o) {
 void remove(const CitiesOptions& o) {
     auto user = openUserDatabase();
     auto city = existingCity(*user, o.primaryKey);
-    TarvoCity::DeleteCity(user->database(), o.primaryKey);
-    if (user->containsCity(o.primaryKey)) throw UsageError("the city could not be deleted from " + user->path().string());
+    if (!user->deleteCity(o.primaryKey)) throw std::runtime_error(user->lastError());
     printCity("Deleted", *city, o.json);
     if (!o.json && city->isSelectedCity()) std::cout << "No city is selected now; tarvo times --saved uses London.\n";
 }
@@ -175,8 +166,9 @@ void registerCitiesCommand(CLI::App& app) {
     cities->require_subcommand(1);
     cities->footer(fmt::format(
         "The saved cities live in {} in the data folder: $TARVO_HOME, else $XDG_DATA_HOME/tarvo, else "
-        "~/.local/share/tarvo.\nExit status: 0 done, 2 bad usage, an unknown primary key or an unusable database "
-        "file (which is never changed).",
+        "~/.local/share/tarvo.\nExit status: 0 done, 1 the database could not be read or written (locked by another "
+        "process, a full disk), 2 bad usage, an unknown primary key or an unusable database file (which is never "
+        "changed).",
         UserDatabase::kFileName));
 
     CLI::App* saved = cities->add_subcommand("saved", "List the saved cities (* marks the selected one)");

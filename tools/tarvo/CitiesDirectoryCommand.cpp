@@ -54,10 +54,10 @@ void printPlaces(const Cities& cities, bool json, const std::string& none) {
     }
     std::cout << fmt::format("{:<32} {:<24} {:<24} {}\n", "City", "Country", "Position", "Time zone");
     for (const auto& city : cities) {
-        std::string name = city->cityName().value_or("");
-        if (city->stateName() && !city->stateName()->empty()) name += " (" + *city->stateName() + ")";
-        std::cout << fmt::format("{:<32} {:<24} {:<24} {}\n", name, city->countryName().value_or(""),
-                                 city->getLatLongString(), city->TimeZone().value_or(""));
+        std::string name = printable(city->cityName().value_or(""));
+        if (city->stateName() && !city->stateName()->empty()) name += " (" + printable(*city->stateName()) + ")";
+        std::cout << fmt::format("{:<32} {:<24} {:<24} {}\n", name, printable(city->countryName().value_or("")),
+                                 city->getLatLongString(), printable(city->TimeZone().value_or("")));
     }
 }
 
@@ -111,8 +111,8 @@ void nearest(const DirectoryOptions& o) {
         printJson(j);
         return;
     }
-    std::cout << fmt::format("{} {} {}, {:.1f} km away\n", city->description(), city->getLatLongString(),
-                             city->TimeZone().value_or(""), km);
+    std::cout << fmt::format("{} {} {}, {:.1f} km away\n", printable(city->description()), city->getLatLongString(),
+                             printable(city->TimeZone().value_or("")), km);
 }
 
 void cache(const DirectoryOptions& o) {
@@ -141,8 +141,8 @@ void lastUsed(const DirectoryOptions& o) {
     if (o.json)
         printJson(cityJson(*city));
     else
-        std::cout << fmt::format("{} {} {}\n", city->description(), city->getLatLongString(),
-                                 city->TimeZone().value_or(""));
+        std::cout << fmt::format("{} {} {}\n", printable(city->description()), city->getLatLongString(),
+                                 printable(city->TimeZone().value_or("")));
 }
 
 void addDirectoryOption(CLI::App& command, DirectoryOptions& o) {

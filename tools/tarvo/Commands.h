@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -16,6 +17,7 @@ class Calendar;
 class TimeZone;
 class TarvoCity;
 class UserDatabase;
+class UserDefaults;
 }  // namespace tarvo
 
 namespace tarvo::cli {
@@ -60,6 +62,22 @@ nlohmann::ordered_json cityJson(const TarvoCity& city);
 const nlohmann::json& hostDefaults();
 /// Registers hostDefaults() in the shared preferences, once, before a command first uses them.
 void registerHostDefaults();
+
+/// The shared preferences as one command changes them, directly or through the library.
+class PreferenceChanges {
+public:
+    /// A failure (exit 1) saying why, with nothing changed, when the preferences' file is
+    /// read-only or cannot be used.
+    PreferenceChanges();
+    UserDefaults& defaults() { return *defaults_; }
+    /// A failure (exit 1) unless every write since this object was made reached the file,
+    /// and the file the disk.
+    void save();
+
+private:
+    std::shared_ptr<UserDefaults> defaults_;
+    uint64_t failedBefore_ = 0;
+};
 
 /// Points the library's bundle at the sound files: $TARVO_RESOURCES, else the installed
 /// share folder. Answers the folder used.
@@ -135,6 +153,11 @@ struct ClockTime {
 ClockTime clockTime(Date moment, const TimeZone& zone);
 /// An offset from UTC as ISO 8601 writes it: "+03:00", "-09:30".
 std::string offsetText(int64_t seconds);
+
+/// Stored text as the tool shows it in plain output: without control characters (a name
+/// holding an escape sequence could rewrite the terminal) or bidi overrides. JSON output
+/// keeps the text as stored, escaped by the JSON rules.
+std::string printable(std::string_view stored);
 
 /// A warning line on standard error ("tarvo: warning: ...").
 void warn(const std::string& message);

@@ -85,7 +85,7 @@ std::string dumpJson(const json& value) { return value.dump(-1, ' ', false, json
 
 // Text as it is, data as its size and bytes in hex, everything else as JSON.
 std::string toText(const json& value) {
-    if (value.is_string()) return value.get<std::string>();
+    if (value.is_string()) return printable(value.get<std::string>());
     if (value.is_binary()) {
         std::string hex;
         for (const uint8_t byte : value.get_binary()) hex += fmt::format("{:02x}", byte);
@@ -109,7 +109,7 @@ void printAll(const ConfigOptions& o) {
     }
     const json stored = defaults->persistentDomain();
     for (const auto& [key, value] : all.items()) {
-        std::cout << key << " = " << toText(value) << (stored.contains(key) ? "" : " (default)") << "\n";
+        std::cout << printable(key) << " = " << toText(value) << (stored.contains(key) ? "" : " (default)") << "\n";
     }
 }
 
@@ -152,31 +152,22 @@ json parseValue(const ConfigOptions& o) {
     return number;
 }
 
-// Refuses before anything is changed when the preferences file cannot be written.
-std::shared_ptr<UserDefaults> writableStore() {
-    auto defaults = store();
-    if (!defaults->isPersistent()) {
-        throw std::runtime_error("preferences at " + defaults->path().string() + " cannot be written");
-    }
-    return defaults;
-}
-
-void commit(UserDefaults& defaults) {
-    if (!defaults.synchronize()) throw std::runtime_error("preferences could not be saved");
+std::runtime_error writeFailed(const UserDefaults& defaults, const std::string& key) {
+    return std::runtime_error("'" + key + "' could not be changed in " + defaults.path().string());
 }
 
 void set(const ConfigOptions& o) {
     if (o.key.empty()) throw UsageError("the key must not be empty");
     const json value = parseValue(o);
-    auto defaults = writableStore();
-    defaults->setObject(o.key, value);
-    commit(*defaults);
+    PreferenceChanges changes;
+    if (!changes.defaults().setObject(o.key, value)) throw writeFailed(changes.defaults(), o.key);
+    changes.save();
 }
 
 void unset(const ConfigOptions& o) {
-    auto defaults = writableStore();
-    defaults->removeObjectForKey(o.key);
-    commit(*defaults);
+    PreferenceChanges changes;
+    if (!changes.defaults().removeObjectForKey(o.key)) throw writeFailed(changes.defaults(), o.key);
+    changes.save();
 }
 
 }  // namespace
@@ -195,7 +186,7 @@ void registerConfigCommand(CLI::App& app) {
     get->add_flag("--json", options->json,
                   "Print JSON: the value of the key, or one object of every key and value");
     get->footer("A key with no value, stored or default, prints nothing and exits with status 1.\n"
-                "Without --json text is shown as it is, data in hex, and other values as JSON; in the list, "
+                "Without --json text is shown without control characters, data in hex, and other values as JSON; in the list, "
                 "\"(default)\" marks values the tool registers that are not stored.");
     get->callback([options] {
         if (options->key.empty()) {

@@ -76,7 +76,7 @@ void run(const CLI::App& cmd, const DayOptions& o) {
     ordered_json days = ordered_json::array();
     std::vector<TarvoDAO::DayList> lists;
     if (!o.json) {
-        std::cout << "Prayer times for " << place.city->description() << " " << place.city->getLatLongString()
+        std::cout << "Prayer times for " << printable(place.city->description()) << " " << place.city->getLatLongString()
                   << " (time zone " << place.zone.name() << ")\n";
     }
     for (int64_t k = 0; k < o.days; ++k) {

@@ -1,6 +1,7 @@
 // The tool's own defaults, registered as the host application's.
 #include <cstdlib>
 #include <mutex>
+#include <stdexcept>
 
 #include "Commands.h"
 #include "tarvo/platform/Bundle.h"
@@ -27,6 +28,23 @@ void registerHostDefaults() {
     // create the data folder.
     static std::once_flag once;
     std::call_once(once, [] { UserDefaults::sharedUserDefaultsObj()->registerDefaults(hostDefaults()); });
+}
+
+PreferenceChanges::PreferenceChanges() {
+    registerHostDefaults();
+    defaults_ = UserDefaults::sharedUserDefaultsObj();
+    const std::string file = defaults_->path().string();
+    if (!defaults_->isPersistent()) throw std::runtime_error("preferences at " + file + " cannot be written");
+    if (defaults_->isReadOnly()) throw std::runtime_error("preferences at " + file + " are read-only: nothing changed");
+    failedBefore_ = defaults_->failedWrites();
+}
+
+void PreferenceChanges::save() {
+    // The library's setters synchronise on their own: only the count of failed writes tells
+    // whether all of this command's writes arrived.
+    if (!defaults_->synchronize() || defaults_->failedWrites() != failedBefore_) {
+        throw std::runtime_error("preferences at " + defaults_->path().string() + " could not be saved");
+    }
 }
 
 std::string registerHostResources() {

@@ -97,8 +97,8 @@ void run(const LocateOptions& o) {
         j["announced"] = announced.load();
         std::cout << j.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
     } else if (named) {
-        std::cout << fmt::format("{} {} {} (from the {})\n", city->description(), city->getLatLongString(),
-                                 city->TimeZone().value_or(""), sourceName(source));
+        std::cout << fmt::format("{} {} {} (from the {})\n", printable(city->description()),
+                                 city->getLatLongString(), printable(city->TimeZone().value_or("")), sourceName(source));
     }
     if (!named) throw std::runtime_error(fmt::format("nothing named {}, {}", o.latitude, o.longitude));
 }

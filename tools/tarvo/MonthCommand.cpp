@@ -152,7 +152,7 @@ void run(const CLI::App& cmd, const MonthOptions& o) {
         }
         return;
     }
-    std::cout << "Prayer times for " << place.city->description() << " " << place.city->getLatLongString()
+    std::cout << "Prayer times for " << printable(place.city->description()) << " " << place.city->getLatLongString()
               << ", " << fmt::format("{:04}-{:02}", year, monthNumber) << " (time zone " << place.zone.name() << ")\n\n";
     // Column titles do not change on Fridays: Dhuhr's is fixed, the others are the names.
     std::string header = fmt::format("{:<10}  {:<9}  {:<22}", "Date", "Weekday", "Hijri");

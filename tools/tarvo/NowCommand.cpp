@@ -88,7 +88,7 @@ ordered_json summaryJson(SmartPrayerInfo& info, const Place& place) {
 
 void printText(const ordered_json& summary, const TarvoDAO& facade, const RecordingDelegate& delegate,
                const Place& place, Date now) {
-    std::cout << "Now:      " << place.iso(now) << " (" << place.city->description() << ", time zone "
+    std::cout << "Now:      " << place.iso(now) << " (" << printable(place.city->description()) << ", time zone "
               << place.zone.name() << ")\n";
     std::cout << "Current:  " << prayerText(facade.CurrentPrayer()) << "\n";
     std::cout << "Next:     " << prayerText(facade.NextPrayer()) << "\n";

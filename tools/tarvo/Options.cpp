@@ -158,6 +158,8 @@ std::string offsetText(int64_t seconds) {
     return fmt::format("{}{:02}:{:02}", seconds < 0 ? '-' : '+', minutes / 60, minutes % 60);
 }
 
+std::string printable(std::string_view stored) { return text::withoutControls(stored); }
+
 void warn(const std::string& message) { std::cerr << "tarvo: warning: " << message << "\n"; }
 
 }  // namespace tarvo::cli

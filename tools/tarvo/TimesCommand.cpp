@@ -51,7 +51,7 @@ void printText(const std::string& date, const TarvoCity& city, const std::vector
                const PrayerCalculator& calculator) {
     std::string place = city.cityName().value_or("");
     if (city.countryName() && !city.countryName()->empty()) place += ", " + *city.countryName();
-    std::cout << "Prayer times for " << place << " on " << date << " (" << city.TimeZone().value_or("") << ")\n";
+    std::cout << "Prayer times for " << printable(place) << " on " << date << " (" << printable(city.TimeZone().value_or("")) << ")\n";
     std::cout << "Method: " << PrayerCalculator::getPrayerMethodNameFromNumber(calculator.calcMethod())
               << "; Asr: " << PrayerCalculator::getAsrMethodFromNumber(calculator.asrJuristic())
               << "; high latitudes: " << PrayerCalculator::getAdjustHighLatNameFromNumber(calculator.adjustHighLats())

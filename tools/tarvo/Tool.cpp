@@ -1,6 +1,9 @@
 // tarvo: prayer times, qibla and the user's cities at the terminal (the command line read
 // and run; main.cpp only calls this, so that the fuzzer can run the same entry point).
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <iostream>
 #include <iterator>
 #include <sstream>
@@ -182,6 +185,14 @@ int tarvo::cli::run(int argc, const char* const* argv) {
     } catch (const std::exception& e) {
         std::cerr << "tarvo: " << e.what() << "\n";
         status = 1;
+    }
+    // Output that could not be written (a full disk, a closed pipe) is a failure, whatever
+    // the command: checked once here, after everything went to the stream.
+    std::cout.flush();
+    if (!std::cout || std::fflush(stdout) != 0 || std::ferror(stdout)) {
+        const int why = errno;
+        std::cerr << "tarvo: cannot write the output: " << std::strerror(why) << "\n";
+        if (status == 0) status = 1;
     }
     tarvo::Log::flush();
     return status;

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,10 +21,13 @@ class TarvoCity;
 /// brings the layout up to date by running TarvoCity's three schema upgrades in order, each
 /// exactly once; the layout reached is recorded in `PRAGMA user_version` (a file that never
 /// recorded one has its layout recognised from its tables). A file that is not an SQLite
-/// database, or that is read-only, is refused with a clear error and left exactly as it was.
+/// database, another program's SQLite database (tables of its own and no `savedcities`), a
+/// symbolic link or a read-only file is refused with a clear error and left exactly as it was.
 ///
 /// The saved-cities operations leave the other rows' selection marks as they were after a
-/// city is saved; selectCity() is the host's way to keep exactly one city selected.
+/// city is saved; addCity() and selectCity() are the host's way to keep exactly one city
+/// selected. The host operations below tell a failure from an empty answer: they answer
+/// false or nothing, with nothing changed and lastError() saying why.
 class UserDatabase {
 public:
     /// The layout the upgrades lead to.
@@ -50,14 +54,22 @@ public:
 
     /// Whether a saved city has this primary key.
     bool containsCity(int64_t primaryKey);
+    /// Every saved city in primary-key order; nothing when the table could not be read
+    /// (locked by another process past the busy time-out, damaged).
+    std::optional<std::vector<std::shared_ptr<TarvoCity>>> savedCities();
+    /// Saves the city and makes it the only selected row, in one transaction: the city with
+    /// its primary key, or nothing with nothing changed. Its custom-method angles, when it
+    /// has chosen some (above 0), are written in the same transaction: saving a city writes
+    /// none, and the app never edits a saved row.
+    std::shared_ptr<TarvoCity> addCity(const std::shared_ptr<TarvoCity>& city);
     /// Makes the city with this primary key the only selected row. False, with nothing
     /// changed, when there is no such city or the database cannot be written.
     bool selectCity(int64_t primaryKey);
-    /// Stores the custom method's Fajr and Isha angles of a saved city (0: not chosen, the
-    /// method's own 18 and 17). Saving a city writes no angles and editing a saved city never
-    /// happens in the app, so this is how a saved city gets its own. False when there is no
-    /// such city or the database cannot be written.
-    bool setCustomAngles(int64_t primaryKey, double fajrAngle, double ishaAngle);
+    /// Deletes the saved city with this primary key. False, with nothing changed, when no
+    /// row was deleted.
+    bool deleteCity(int64_t primaryKey);
+    /// Why the last of the operations above failed.
+    const std::string& lastError() const { return lastError_; }
     /// The places of the reverse-geocode cache, oldest first (name, country, position and
     /// zone; a zone means GMT 50).
     std::vector<std::shared_ptr<TarvoCity>> cachedCities();
@@ -70,8 +82,20 @@ private:
     bool hasTable(std::string_view table) const;
     bool hasColumn(std::string_view table, std::string_view column) const;
     bool layoutReached(int64_t version) const;
+    /// True for a database with tables of its own and no saved-cities table.
+    bool isForeign() const;
+    /// Runs `change` in one write transaction, committed when it answers true and rolled
+    /// back otherwise (false, with lastError() saying why).
+    template <typename Change>
+    bool inTransaction(const std::string& what, Change&& change);
+    /// Logs and keeps the failure; false.
+    bool fail(const std::string& what);
+    /// The selection update of selectCity() and addCity(), inside their transaction.
+    bool markSelected(int64_t primaryKey);
+    bool storeCustomAngles(int64_t primaryKey, double fajrAngle, double ishaAngle);
 
     SqliteDatabase database_;
+    std::string lastError_;
 };
 
 }  // namespace tarvo

@@ -49,7 +49,9 @@ public:
     /// connection stays closed. A file is checked before SQLite may touch it: it must be
     /// empty or begin with the SQLite header, and it must be writable when kOpenReadWrite
     /// is asked for (a file whose permission bits allow nobody to write counts as
-    /// read-only even for a user who could override them).
+    /// read-only even for a user who could override them). With kOpenNoFollow a symbolic
+    /// link in the file's place is refused. A file created here is readable and writable
+    /// by its owner only.
     bool open(const std::filesystem::path& path, int flags = kDefaultFlags);
     /// Closes the connection; statements still prepared on it keep it alive until they
     /// are finalised.

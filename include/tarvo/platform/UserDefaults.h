@@ -40,25 +40,35 @@ public:
 
     /// Opens (creating when missing) the suite stored in `file`. A file that cannot be used
     /// leaves the store working in memory only, with a logged error; isPersistent() tells.
+    /// A suite whose file is read-only is read from it and never written (isReadOnly()).
+    /// A symbolic link in the file's place is not followed.
     explicit UserDefaults(std::filesystem::path file);
     ~UserDefaults();
     UserDefaults(const UserDefaults&) = delete;
     UserDefaults& operator=(const UserDefaults&) = delete;
 
     bool isPersistent() const;
+    /// True when the suite's file is read but cannot be written: every write is refused.
+    bool isReadOnly() const;
+    /// How many writes failed since the store was opened (each one is logged): a caller that
+    /// made several writes, directly or through the library, compares it before and after.
+    uint64_t failedWrites() const;
     const std::filesystem::path& path() const;
 
     /// The stored value, else the registered one, else nothing.
     std::optional<Value> objectForKey(std::string_view key) const;
-    /// Stores the value; a null value removes the key (as storing nothing does).
-    void setObject(std::string_view key, const Value& value);
-    void removeObjectForKey(std::string_view key);
+    /// Stores the value; a null value removes the key (as storing nothing does). Each write
+    /// answers whether it reached the suite's file: false when it failed (the reason is
+    /// logged, the previous value stays), when the file is read-only, or when the store works
+    /// in memory only.
+    bool setObject(std::string_view key, const Value& value);
+    bool removeObjectForKey(std::string_view key);
 
-    void setBool(std::string_view key, bool value);
-    void setInteger(std::string_view key, int64_t value);
-    void setDouble(std::string_view key, double value);
-    void setString(std::string_view key, std::string_view value);
-    void setData(std::string_view key, const std::vector<uint8_t>& value);
+    bool setBool(std::string_view key, bool value);
+    bool setInteger(std::string_view key, int64_t value);
+    bool setDouble(std::string_view key, double value);
+    bool setString(std::string_view key, std::string_view value);
+    bool setData(std::string_view key, const std::vector<uint8_t>& value);
 
     bool boolForKey(std::string_view key) const;
     int64_t integerForKey(std::string_view key) const;
@@ -77,8 +87,9 @@ public:
     /// The stored values only, without the registered defaults, as one JSON object.
     Value persistentDomain() const;
     /// Makes every write so far durable; false when the store could not be written (it
-    /// works in memory only). Each write is committed at once and seen by other processes;
-    /// this also carries it into the database file and onto the disk.
+    /// works in memory only) or a write since the last call failed. Each write is committed
+    /// at once and seen by other processes; this also carries it into the database file and
+    /// onto the disk.
     bool synchronize();
 
     struct Impl;
