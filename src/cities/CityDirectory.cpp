@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <mutex>
 
@@ -100,7 +101,52 @@ std::shared_ptr<CityDirectory> CityDirectory::open(const std::filesystem::path& 
         error = file.string() + ": not a city directory (" + directory->database_.errorMessage() + ")";
         return nullptr;
     }
+    probe.finalize();
+    if (auto why = directory->unusable()) {
+        error = file.string() + ": " + *why;
+        return nullptr;
+    }
+    // No look-up on the directory may run for ever, whatever its file holds.
+    sqlite3_progress_handler(directory->database_.handle(), kProgressInterval, &CityDirectory::tooMuchWork,
+                             directory->database_.handle());
     return directory;
+}
+
+std::optional<std::string> CityDirectory::unusable() {
+    // A directory holds tables and their indexes only. A view or a trigger could make a
+    // look-up run a query of the file's choosing instead of a scan of the cities.
+    SqliteStatement objects;
+    if (objects.prepare(database_, "SELECT type, name FROM sqlite_master WHERE type NOT IN ('table', 'index')") !=
+        SQLITE_OK) {
+        return "unreadable (" + database_.errorMessage() + ")";
+    }
+    if (objects.step() == SQLITE_ROW) {
+        return "not a city directory (it holds the " + objects.columnText(0) + " '" + objects.columnText(1) + "')";
+    }
+    objects.finalize();
+    // A damaged page would otherwise end a search or a scan early and look like "no city".
+    SqliteStatement check;
+    if (check.prepare(database_, "PRAGMA quick_check(1)") != SQLITE_OK || check.step() != SQLITE_ROW ||
+        check.columnText(0) != "ok") {
+        std::string problem = check.columnText(0).empty() ? database_.errorMessage() : check.columnText(0);
+        std::replace(problem.begin(), problem.end(), '\n', ' ');  // one line
+        return "damaged (" + problem + ")";
+    }
+    return std::nullopt;
+}
+
+int CityDirectory::tooMuchWork(void* connection) {
+    // Called every kProgressInterval steps of the virtual machine: a statement past the
+    // bound is interrupted (its step answers SQLITE_INTERRUPT, logged by the caller).
+    for (sqlite3_stmt* statement = sqlite3_next_stmt(static_cast<sqlite3*>(connection), nullptr); statement;
+         statement = sqlite3_next_stmt(static_cast<sqlite3*>(connection), statement)) {
+        if (sqlite3_stmt_status(statement, SQLITE_STMTSTATUS_VM_STEP, 0) > kMaxSteps) {
+            TARVO_LOG_ERROR("[DB] Error: a directory query ran past {} steps and was stopped: {}", kMaxSteps,
+                            sqlite3_sql(statement));
+            return 1;
+        }
+    }
+    return 0;
 }
 
 std::vector<CityDirectory::Country> CityDirectory::countries() {

@@ -6,6 +6,7 @@
 #include "support/DataFolder.h"
 #include "support/RunProcess.h"
 #include "support/SmallDirectory.h"
+#include "support/SqliteScript.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
 
@@ -76,6 +77,16 @@ TEST_F(CitiesDirectoryToolTest, DirectoryOptionAndEnvironmentChooseTheFile) {
 TEST_F(CitiesDirectoryToolTest, BadInputIsOneLineAndStatus2) {
     test::TempFolder scratch;
     test::writeBytes(scratch / "junk.sqlite", "this is no database");
+    // Crafted and damaged directories: a view or a trigger among the tables, pages overwritten.
+    const std::string columns = "(name, country, lat, lon, timezone, sinlat, coslat, sinlng, coslng)";
+    ASSERT_TRUE(test::runSql(scratch / "view.sqlite", "CREATE TABLE countries(id, code, name); CREATE TABLE base" +
+                                                          columns + "; CREATE VIEW cities AS SELECT * FROM base"));
+    ASSERT_TRUE(test::runSql(scratch / "trigger.sqlite", "CREATE TABLE countries(id, code, name); CREATE TABLE cities" +
+                                                             columns + "; CREATE TRIGGER t AFTER INSERT ON cities BEGIN "
+                                                                       "SELECT 1; END"));
+    std::string damaged = test::readBytes(TARVO_SHIPPED_CITY_DIRECTORY);
+    for (size_t page = 337; page < 340; ++page) damaged.replace(page * 4096, 64, 64, '\xff');  // pages of cities
+    test::writeBytes(scratch / "damaged.sqlite", damaged);
     const std::vector<std::vector<std::string>> bad = {
         {"cities", "nearest", "--lat", "91", "--lon", "0"},
         {"cities", "nearest", "--lat", "0", "--lon", "-180.5"},
@@ -86,6 +97,8 @@ TEST_F(CitiesDirectoryToolTest, BadInputIsOneLineAndStatus2) {
         {"cities", "countries", "--directory", (scratch / "junk.sqlite").string()},
         {"cities", "country", "Atlantis"},
         {"cities", "search"},
+        {"cities", "search", "x", "--directory", (scratch / "view.sqlite").string()},
+        {"cities", "search", "x", "--directory", (scratch / "trigger.sqlite").string()},
     };
     for (const auto& args : bad) {
         const auto run = runTarvo(args);
@@ -95,6 +108,14 @@ TEST_F(CitiesDirectoryToolTest, BadInputIsOneLineAndStatus2) {
     }
     EXPECT_NE(runTarvo(bad[5]).err.find("missing.sqlite"), std::string::npos);
     EXPECT_NE(runTarvo(bad[6]).err.find("junk.sqlite"), std::string::npos);
+    EXPECT_NE(runTarvo(bad[9]).err.find("holds the view 'cities'"), std::string::npos);
+    // SQLite's own lines about the damage come first; the tool's verdict ends the output.
+    const auto damagedRun = runTarvo({"cities", "search", "lon", "--directory", (scratch / "damaged.sqlite").string()});
+    EXPECT_EQ(damagedRun.status, 2);
+    EXPECT_TRUE(damagedRun.out.empty()) << damagedRun.out;
+    const std::string verdict = "tarvo: cannot use the city directory: " + (scratch / "damaged.sqlite").string() +
+                                ": damaged (*** in database main *** Page 340: btreeInitPage() returns error code 11)\n";
+    EXPECT_TRUE(damagedRun.err.ends_with(verdict)) << damagedRun.err;
     EXPECT_EQ(test::readBytes(scratch / "junk.sqlite"), "this is no database");
     EXPECT_FALSE(std::filesystem::exists(scratch / "missing.sqlite"));
 }

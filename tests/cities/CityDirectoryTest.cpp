@@ -5,6 +5,7 @@
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include "support/DataFolder.h"
 #include "support/LogCapture.h"
@@ -331,6 +332,10 @@ TEST_F(CityDirectoryTest, DirectoryIsOnlyReadEvenInWriteAheadLogMode) {
         ASSERT_TRUE(directory) << error;
         EXPECT_EQ(names(TarvoCity::GetCities(directory->database(), "LON")), std::vector<std::string>{"London"});
         EXPECT_EQ(nearest(51.5, -0.12, 10)->cityName(), "London");
+        // No statement on the directory runs for ever: past its bound it is stopped.
+        EXPECT_EQ(directory->database().exec(
+                      "WITH RECURSIVE r(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM r) SELECT count(*) FROM r"),
+                  SQLITE_INTERRUPT);
         TarvoCity::resetStatementCache();
     }
     EXPECT_EQ(test::readBytes(file), before);

@@ -30,6 +30,10 @@ class CityDirectory {
 public:
     static constexpr std::string_view kFileName = "cities.sqlite";
     static constexpr const char* kEnvironmentVariable = "TARVO_DIRECTORY";
+    /// Most steps of SQLite's virtual machine one statement on the directory may take: some
+    /// thirty times the largest look-up of the shipped directory (a search matching every
+    /// city takes under a million).
+    static constexpr int kMaxSteps = 30'000'000;
 
     /// One country of the directory.
     struct Country {
@@ -42,8 +46,9 @@ public:
     /// exists (the places looked at are then in `error`).
     static std::optional<std::filesystem::path> locate(std::string& error);
     /// Opens the directory read-only: `path`, or the located file when `path` is empty.
-    /// Nothing, with `error` naming the file and saying why, when it is missing or is not a
-    /// city directory.
+    /// Nothing, with `error` naming the file and saying why, when it is missing, is not a
+    /// city directory (its tables missing, or a view or trigger among them) or is damaged.
+    /// Every statement on the connection is stopped past kMaxSteps steps.
     static std::shared_ptr<CityDirectory> open(const std::filesystem::path& path, std::string& error);
 
     CityDirectory(const CityDirectory&) = delete;
@@ -65,7 +70,13 @@ public:
     static std::string stateName(SqliteDatabase& directory, const TarvoCity& city);
 
 private:
+    /// How often, in virtual-machine steps, the work bound is checked.
+    static constexpr int kProgressInterval = 10'000;
+
     CityDirectory() = default;
+    /// Why the opened file cannot serve as a directory, or nothing.
+    std::optional<std::string> unusable();
+    static int tooMuchWork(void* connection);
 
     SqliteDatabase database_;
 };
