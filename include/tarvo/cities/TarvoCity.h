@@ -185,7 +185,9 @@ public:
     /// The nearest place within `thresholdKm` (widened by 6 per cent) of the position: from
     /// the directory's `cities`, or with `checkCache` from the user database's
     /// `cachedcities`. Nothing when no database is given or no place is that near. A place at
-    /// the very position is found for any threshold from 0 up.
+    /// the very position is found for any threshold from 0 up. The directory's places are read
+    /// inside a box around the position when it has the position index (`cityboxes`); the
+    /// answer is the one the scan of every row gives, ties included.
     static std::shared_ptr<TarvoCity> GetCityForLat(double latitude, double longitude, SqliteDatabase* database,
                                                     double thresholdKm, bool checkCache);
     /// Adds the city (names, position, zone and its name's Soundex code) to the cache.
