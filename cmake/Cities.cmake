@@ -7,7 +7,7 @@
 # location, this build tree).
 pkg_check_modules(GEONAMES IMPORTED_TARGET geonames)
 
-add_executable(tarvo_citydirgen data/cities/citydirgen.cpp)
+add_executable(tarvo_citydirgen data/cities/citydirgen.cpp data/cities/GettextCatalog.cpp src/platform/Text.cpp)
 target_include_directories(tarvo_citydirgen PRIVATE src)
 target_link_libraries(tarvo_citydirgen PRIVATE tarvo_warnings tarvo_fp SQLite::SQLite3 PkgConfig::ICU fmt::fmt)
 if(GEONAMES_FOUND)
@@ -21,12 +21,27 @@ else()
 endif()
 target_compile_definitions(tarvo_citydirgen PRIVATE TARVO_HAVE_GEONAMES=$<BOOL:${GEONAMES_FOUND}>)
 
+# The cities' names in other languages, for the search: the GeoNames catalogues
+# (<folder>/<language>/LC_MESSAGES/geonames.mo) that libgeonames installs.
+if(GEONAMES_FOUND AND NOT DEFINED TARVO_GEONAMES_TRANSLATIONS)
+  set(TARVO_GEONAMES_TRANSLATIONS ${GEONAMES_PREFIX}/share/locale)
+endif()
+set(TARVO_GEONAMES_CATALOGUES "")
+if(TARVO_GEONAMES_TRANSLATIONS)
+  file(GLOB TARVO_GEONAMES_CATALOGUES ${TARVO_GEONAMES_TRANSLATIONS}/*/LC_MESSAGES/geonames.mo)
+endif()
+if(TARVO_GEONAMES_CATALOGUES)
+  list(APPEND TARVO_DIRECTORY_SOURCE --translations ${TARVO_GEONAMES_TRANSLATIONS})
+else()
+  message(STATUS "No GeoNames translation catalogues: the city search knows each city by its own names only")
+endif()
+
 set(TARVO_CITY_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/cities.sqlite)
 # GeoNames' own libraries leak by design at exit; that is no fault of the builder.
 add_custom_command(OUTPUT ${TARVO_CITY_DIRECTORY}
   COMMAND ${CMAKE_COMMAND} -E env ASAN_OPTIONS=detect_leaks=0 LC_ALL=C --unset=LANGUAGE
           $<TARGET_FILE:tarvo_citydirgen> --out ${TARVO_CITY_DIRECTORY} ${TARVO_DIRECTORY_SOURCE}
-  DEPENDS tarvo_citydirgen
+  DEPENDS tarvo_citydirgen ${TARVO_GEONAMES_CATALOGUES}
   COMMENT "Building the city directory cities.sqlite" VERBATIM)
 add_custom_target(tarvo_city_directory ALL DEPENDS ${TARVO_CITY_DIRECTORY})
 add_dependencies(tarvo tarvo_city_directory)

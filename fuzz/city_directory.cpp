@@ -33,6 +33,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             (void)directory->country("Turkey");
             TARVO_FUZZ_CHECK(tarvo::TarvoCity::GetCities(db, std::string("an")).size() <= 75,
                              "a search answered more than 75 cities");
+            TARVO_FUZZ_CHECK(tarvo::TarvoCity::SearchCities(db, "istanbul").size() <= 75,
+                             "a ranked search answered more than 75 cities");
             (void)tarvo::TarvoCity::GetCityForLat(41.0, 29.0, &db, 50.0, false);
         } else {
             TARVO_FUZZ_CHECK(!error.empty(), "a refused directory says why");

@@ -1,6 +1,6 @@
 // The text a person types into the city search, run against the shipped directory and
-// the saved cities. The text is never SQL: every search prepares and runs, and answers at
-// most 75 cities.
+// the saved cities. The text is never SQL (nor a full-text query): every search, the listing
+// and the ranked one, prepares and runs, and answers at most 75 cities.
 #include <atomic>
 #include <cstdint>
 #include <string>
@@ -34,6 +34,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     tarvo::fuzz::errorLines() = 0;
     const auto cities = tarvo::TarvoCity::GetCities(gDirectory->database(), search);
     TARVO_FUZZ_CHECK(cities.size() <= 75, "a search answered more than 75 cities");
+    const auto ranked = tarvo::TarvoCity::SearchCities(gDirectory->database(), search);
+    TARVO_FUZZ_CHECK(ranked.size() <= 75, "a ranked search answered more than 75 cities");
     (void)gDirectory->country(search);
     TARVO_FUZZ_CHECK(tarvo::fuzz::errorLines() == 0, "a search text broke the statement it was put in");
     return 0;

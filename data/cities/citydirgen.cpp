@@ -2,13 +2,19 @@
 // Debian's libgeonames carries, or a GeoNames export dump in its tab-separated format
 // (cities500.txt, cities1000.txt, cities15000.txt, ...).
 //
-//   tarvo_citydirgen --out cities.sqlite --geonames
+//   tarvo_citydirgen --out cities.sqlite --geonames [--translations /usr/share/locale]
 //   tarvo_citydirgen --out cities.sqlite --dump cities15000.txt [--admin1 admin1CodesASCII.txt]
+//                    [--translations DIR]
 //
 // Tables: `cities` (name, country, position, zone and the sines and cosines of the position,
 // biggest cities first so that they win ties), one `cities<N>` table per country numbered by
 // its ISO 3166-1 numeric code (city, state, position, the zone's standard offset in hours,
-// zone), and `countries` (numeric code, two-letter code, English name).
+// zone), and `countries` (numeric code, two-letter code, English name). For the ranked name
+// search: `citynames` (every folded name of a city: its own, a dump's alternate names, the
+// translations of the GeoNames catalogues DIR/<language>/LC_MESSAGES/geonames.mo, and the
+// Latin-ASCII spelling of each, with the `cities` row), and `citysearch`, a trigram index of
+// those names per city. For the nearest-city look-up: `cityboxes`, an R*Tree of the positions
+// keyed by the `cities` row. The same input gives the same file.
 //
 // Exit status: 0 done, 1 unusable input (the message says file:line: reason), 2 bad usage.
 #include <algorithm>
@@ -21,6 +27,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -31,18 +38,23 @@
 #include <unicode/locid.h>
 #include <unicode/region.h>
 #include <unicode/timezone.h>
+#include <unicode/translit.h>
 #include <unicode/unistr.h>
 
 #if TARVO_HAVE_GEONAMES
 #include <geonames.h>
 #endif
 
+#include "GettextCatalog.h"
 #include "cities/DirectoryGeometry.h"
+#include "platform/Text.h"
 
 namespace {
 
 struct City {
+    std::string id;  // GeoNames id
     std::string name;
+    std::vector<std::string> alternateNames;
     std::string state;
     std::string countryCode;
     std::string countryName;
@@ -118,7 +130,13 @@ std::vector<City> readDump(const std::filesystem::path& file, const std::map<std
         }
         if (fields[6] != "P") continue;  // feature class: populated places only
         City city;
+        city.id = std::string(fields[0]);
         city.name = std::string(fields[1]);
+        for (size_t start = 0; start < fields[3].size();) {
+            const size_t comma = std::min(fields[3].find(',', start), fields[3].size());
+            if (comma > start) city.alternateNames.emplace_back(fields[3].substr(start, comma - start));
+            start = comma + 1;
+        }
         city.latitude = parseNumber(fields[4], where, "latitude");
         city.longitude = parseNumber(fields[5], where, "longitude");
         if (city.latitude < -90 || city.latitude > 90 || city.longitude < -180 || city.longitude > 180) {
@@ -148,6 +166,11 @@ std::vector<City> readLibgeonames() {
         GeonamesCity* each = geonames_get_city(i);
         if (!each) continue;
         City city;
+        // A city is a GVariant whose first member is its GeoNames id, the key of the
+        // library's translation catalogues.
+        const gchar* id = nullptr;
+        g_variant_get_child(each, 0, "&s", &id);
+        city.id = text(id);
         city.name = text(geonames_city_get_name(each));
         city.state = text(geonames_city_get_state(each));
         city.countryCode = text(geonames_city_get_country_code(each));
@@ -182,6 +205,50 @@ std::optional<double> standardOffsetHours(const std::string& zoneName) {
     if (U_FAILURE(status) || !isSystem) return std::nullopt;
     return zone->getRawOffset() / 3600000.0;
 }
+
+// GeoNames id -> the names its catalogues give, from DIR/<language>/LC_MESSAGES/geonames.mo,
+// languages in name order. Entries that are no place id (states: "GB.ENG") are left out.
+std::map<std::string, std::vector<std::string>> readTranslations(const std::filesystem::path& folder) {
+    std::vector<std::filesystem::path> catalogues;
+    std::error_code ec;
+    for (const auto& language : std::filesystem::directory_iterator(folder, ec)) {
+        const auto file = language.path() / "LC_MESSAGES" / "geonames.mo";
+        if (std::filesystem::is_regular_file(file, ec)) catalogues.push_back(file);
+    }
+    if (catalogues.empty()) throw InputError(folder.string() + ": no */LC_MESSAGES/geonames.mo catalogues");
+    std::sort(catalogues.begin(), catalogues.end());
+    std::map<std::string, std::vector<std::string>> names;
+    for (const auto& file : catalogues) {
+        for (auto& [id, name] : tarvo::data::GettextCatalog::read(file)) {
+            if (id.find_first_not_of("0123456789") != std::string::npos) continue;
+            names[id].push_back(std::move(name));
+        }
+    }
+    return names;
+}
+
+// The folded texts the search finds a city by: each name folded, and its Latin-ASCII
+// spelling folded ("Tromsø" is found as "tromso" too).
+class SearchKeys {
+public:
+    SearchKeys() {
+        UErrorCode status = U_ZERO_ERROR;
+        ascii_.reset(icu::Transliterator::createInstance("Latin-ASCII", UTRANS_FORWARD, status));
+        if (U_FAILURE(status)) throw InputError(std::string("no Latin-ASCII transliterator: ") + u_errorName(status));
+    }
+
+    void add(std::set<std::string>& keys, const std::string& name) const {
+        const std::string trimmed = tarvo::text::trimmed(name);
+        if (trimmed.empty()) return;
+        keys.insert(tarvo::text::folded(trimmed));
+        icu::UnicodeString latin = tarvo::text::toUnicode(trimmed);
+        ascii_->transliterate(latin);
+        keys.insert(tarvo::text::folded(tarvo::text::toUtf8(latin)));
+    }
+
+private:
+    std::unique_ptr<icu::Transliterator> ascii_;
+};
 
 class Output {
 public:
@@ -257,7 +324,54 @@ struct Country {
     std::vector<const City*> cities;
 };
 
-size_t write(const std::vector<City>& input, const std::filesystem::path& file) {
+void writeSearchIndexes(Output& out, const std::vector<std::pair<int64_t, const City*>>& rows,
+                        const std::map<std::string, std::vector<std::string>>& translations) {
+    out.exec(
+        "CREATE TABLE citynames (key TEXT NOT NULL, city INTEGER NOT NULL, PRIMARY KEY (key, city)) "
+        "WITHOUT ROWID");
+    // One document a city: its keys, one a line. A search text never holds a line break, so
+    // a match never runs from one name into the next.
+    out.exec(
+        "CREATE VIRTUAL TABLE citysearch USING fts5(keys, content='', tokenize='trigram case_sensitive 1', "
+        "columnsize=0)");
+    out.exec("CREATE VIRTUAL TABLE cityboxes USING rtree(id, minlat, maxlat, minlon, maxlon)");
+    sqlite3_stmt* insertName = out.prepare("INSERT OR IGNORE INTO citynames (key, city) VALUES (?, ?)");
+    sqlite3_stmt* insertDocument = out.prepare("INSERT INTO citysearch (rowid, keys) VALUES (?, ?)");
+    sqlite3_stmt* insertBox = out.prepare("INSERT INTO cityboxes VALUES (?, ?, ?, ?, ?)");
+    const SearchKeys searchKeys;
+    for (const auto& [row, city] : rows) {
+        std::set<std::string> keys;
+        searchKeys.add(keys, city->name);
+        for (const auto& name : city->alternateNames) searchKeys.add(keys, name);
+        if (const auto translated = translations.find(city->id); translated != translations.end()) {
+            for (const auto& name : translated->second) searchKeys.add(keys, name);
+        }
+        keys.erase("");
+        std::string document;
+        for (const auto& key : keys) {
+            bindText(insertName, 1, key);
+            sqlite3_bind_int64(insertName, 2, row);
+            out.run(insertName);
+            document += (document.empty() ? "" : "\n") + key;
+        }
+        sqlite3_bind_int64(insertDocument, 1, row);
+        bindText(insertDocument, 2, document);
+        out.run(insertDocument);
+        sqlite3_bind_int64(insertBox, 1, row);
+        sqlite3_bind_double(insertBox, 2, city->latitude);
+        sqlite3_bind_double(insertBox, 3, city->latitude);
+        sqlite3_bind_double(insertBox, 4, city->longitude);
+        sqlite3_bind_double(insertBox, 5, city->longitude);
+        out.run(insertBox);
+    }
+    sqlite3_finalize(insertName);
+    sqlite3_finalize(insertDocument);
+    sqlite3_finalize(insertBox);
+    out.exec("INSERT INTO citysearch (citysearch) VALUES ('optimize')");
+}
+
+size_t write(const std::vector<City>& input, const std::filesystem::path& file,
+             const std::map<std::string, std::vector<std::string>>& translations) {
     // Biggest first, so that of two places at the same score the bigger one is named.
     std::vector<const City*> cities;
     size_t skipped = 0;
@@ -296,6 +410,7 @@ size_t write(const std::vector<City>& input, const std::filesystem::path& file) 
             "?, "
             "?, ?, ?, ?, ?)");
         SelfScore selfScore(out);
+        std::vector<std::pair<int64_t, const City*>> rows;
         for (const City* city : cities) {
             const auto g = selfScore.stored(tarvo::DirectoryGeometry::at(city->latitude, city->longitude));
             bindText(insertCity, 1, city->name);
@@ -308,8 +423,10 @@ size_t write(const std::vector<City>& input, const std::filesystem::path& file) 
             sqlite3_bind_double(insertCity, 8, g.sinLon);
             sqlite3_bind_double(insertCity, 9, g.cosLon);
             out.run(insertCity);
+            rows.emplace_back(sqlite3_last_insert_rowid(out.db()), city);
         }
         sqlite3_finalize(insertCity);
+        writeSearchIndexes(out, rows, translations);
 
         sqlite3_stmt* insertCountry = out.prepare("INSERT INTO countries (id, code, name) VALUES (?, ?, ?)");
         for (const auto& [id, country] : countries) {
@@ -346,7 +463,8 @@ size_t write(const std::vector<City>& input, const std::filesystem::path& file) 
 
 int usage(const std::string& message) {
     std::cerr << "tarvo_citydirgen: " << message
-              << "\nusage: tarvo_citydirgen --out FILE (--geonames | --dump CITIES.txt [--admin1 ADMIN1.txt])\n";
+              << "\nusage: tarvo_citydirgen --out FILE (--geonames | --dump CITIES.txt [--admin1 ADMIN1.txt])"
+                 " [--translations LOCALE-DIR]\n";
     return 2;
 }
 
@@ -356,6 +474,7 @@ int main(int argc, char** argv) {
     std::optional<std::filesystem::path> out;
     std::optional<std::filesystem::path> dump;
     std::optional<std::filesystem::path> admin1;
+    std::optional<std::filesystem::path> translationFolder;
     bool geonames = false;
     for (int i = 1; i < argc; ++i) {
         const std::string_view arg = argv[i];
@@ -369,6 +488,8 @@ int main(int argc, char** argv) {
             dump = value();
         else if (arg == "--admin1")
             admin1 = value();
+        else if (arg == "--translations")
+            translationFolder = value();
         else if (arg == "--geonames")
             geonames = true;
         else
@@ -388,7 +509,9 @@ int main(int argc, char** argv) {
 #endif
         }
         if (cities.empty()) throw InputError("no cities to write");
-        const size_t written = write(cities, *out);
+        const auto translations = translationFolder ? readTranslations(*translationFolder)
+                                                    : std::map<std::string, std::vector<std::string>>{};
+        const size_t written = write(cities, *out, translations);
         std::cout << "tarvo_citydirgen: " << written << " cities written to " << out->string() << "\n";
     } catch (const std::exception& e) {
         std::cerr << "tarvo_citydirgen: " << e.what() << "\n";

@@ -10,6 +10,7 @@
 #include "cities/DirectoryGeometry.h"
 #include "platform/LogMacros.h"
 #include "platform/SearchText.h"
+#include "platform/Text.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/platform/SqliteDatabase.h"
 #include "tarvo/platform/SqliteStatement.h"
@@ -27,9 +28,30 @@ constexpr const char* kSearchSql =
     "SELECT name, country, lat, lon, timezone FROM cities WHERE lower(name) {} ORDER BY country ASC, name ASC LIMIT "
     "75";
 constexpr const char* kSearchConditionSql = " LIKE '%{}%' OR country LIKE '%{}%'";
+// The ranked search over the directory's name index: names equal to the folded text (tier
+// 0), names beginning with it (1: the key range from the text up to the text followed by the
+// last code point), names containing it (2: the trigram index, for texts of three characters
+// or more). Each city once, in its best tier; biggest first within a tier.
+constexpr const char* kRankedSearchSql =
+    "WITH hits(city, tier) AS (SELECT city, 0 FROM citynames WHERE key = ?1 "
+    "UNION ALL SELECT city, 1 FROM citynames WHERE key > ?1 AND key < ?2{}) "
+    "SELECT c.name, c.country, c.lat, c.lon, c.timezone "
+    "FROM (SELECT city, min(tier) AS tier FROM hits GROUP BY city) AS best JOIN cities AS c ON c.rowid = best.city "
+    "ORDER BY best.tier, best.city LIMIT ?4";
+constexpr const char* kRankedSearchContainsSql = " UNION ALL SELECT rowid, 2 FROM citysearch WHERE citysearch MATCH ?3";
+// The trigram index finds texts of at least this many characters.
+constexpr int32_t kShortestContainedText = 3;
 constexpr const char* kNearestSql =
     "select {}, name, country, lat, lon, timezone, sinlat, coslat, sinlng, coslng from {} WHERE GEO_DIST_SURR >= {} "
     "order by GEO_DIST_SURR DESC LIMIT 1";
+// The nearest statement over the directory's places inside a box (the `cityboxes` R*Tree,
+// two longitude ranges). The full scan keeps the first of the best-scored rows in row order;
+// the tie-break on the row says so explicitly, so both answer the same place.
+constexpr const char* kNearestInBoxSql =
+    "select {}, name, country, lat, lon, timezone, sinlat, coslat, sinlng, coslng from cities WHERE rowid IN "
+    "(SELECT id FROM cityboxes WHERE minlat <= ?2 AND maxlat >= ?1 AND minlon <= ?4 AND maxlon >= ?3 UNION ALL "
+    "SELECT id FROM cityboxes WHERE minlat <= ?2 AND maxlat >= ?1 AND minlon <= ?6 AND maxlon >= ?5) "
+    "AND GEO_DIST_SURR >= {} order by GEO_DIST_SURR DESC, rowid LIMIT 1";
 constexpr const char* kCacheInsertSql =
     "INSERT INTO cachedcities (name, name_soundex, country, lat, lon, sinlat, coslat, coslng, sinlng, timezone) "
     "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)";
@@ -129,6 +151,42 @@ std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetCities(SqliteDatabase& dir
     return cities;
 }
 
+std::vector<std::shared_ptr<TarvoCity>> TarvoCity::SearchCities(SqliteDatabase& directory, std::string_view text) {
+    std::vector<std::shared_ptr<TarvoCity>> cities;
+    const icu::UnicodeString key = text::toUnicode(text::folded(text::trimmed(text)));
+    const int32_t length = key.countChar32();
+    // No name is longer than the longest term the listing takes.
+    if (length == 0 || length > static_cast<int32_t>(SearchText::kMaxTermLength)) return cities;
+    const std::string term = text::toUtf8(key);
+    const bool contains = length >= kShortestContainedText;
+
+    std::lock_guard lock(syncObj());
+    TARVO_LOG_DEBUG("[DB] Search Cities");
+    SqliteStatement query;
+    if (query.prepare(directory, fmt::format(kRankedSearchSql, contains ? kRankedSearchContainsSql : "")) !=
+        SQLITE_OK) {
+        TARVO_LOG_ERROR("Error: failed to search the city names with message '{}'.", directory.errorMessage());
+        return cities;
+    }
+    query.bindText(1, term);
+    query.bindText(2, term + "\U0010FFFF");
+    // One quoted phrase: the trigram index then matches the text as a substring, and nothing
+    // in it is read as query syntax.
+    std::string phrase = "\"";
+    for (const char c : term) phrase += c == '"' ? std::string("\"\"") : std::string(1, c);
+    if (contains) query.bindText(3, phrase + "\"");
+    query.bindInt64(4, static_cast<int64_t>(kMaxSearchResults));
+    int result = SQLITE_ROW;
+    while ((result = query.step()) == SQLITE_ROW) {
+        auto city = placeFromRow(query, 0, "Unknown", "");
+        city->setIsLoadingFromDB(false);
+        cities.push_back(std::move(city));
+    }
+    if (result != SQLITE_DONE)
+        TARVO_LOG_ERROR("Error: failed to search the city names with message '{}'.", directory.errorMessage());
+    return cities;
+}
+
 std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double longitude, SqliteDatabase* database,
                                                     double thresholdKm, bool checkCache) {
     if (!database) return nullptr;
@@ -138,10 +196,23 @@ std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double long
     TARVO_LOG_DEBUG("[DB] Get Time Zone For City, {:f}, {:f}, {:f}, {:f}, {:f}", position.sinLat, position.sinLon,
                     position.cosLat, position.cosLon, minimumScore);
     const char* table = checkCache ? "cachedcities" : "cities";
-    const std::string sql = fmt::format(kNearestSql, position.scoreExpression(), table, minimumScore);
-
     Slot& slot = Slot::slot(SlotId::nearestCity);
-    if (!slot.prepare(*database, sql)) {
+    // The directory's places are looked at inside a box around the position only, when the
+    // directory has the box index (an older file has not) and the box helps.
+    const auto box = checkCache ? std::nullopt : DirectoryGeometry::boxAround(latitude, longitude, thresholdKm);
+    bool prepared = false;
+    if (box && slot.prepare(*database, fmt::format(kNearestInBoxSql, position.scoreExpression(), minimumScore))) {
+        SqliteStatement& query = slot.statement();
+        query.bindDouble(1, box->minLat);
+        query.bindDouble(2, box->maxLat);
+        query.bindDouble(3, box->minLon1);
+        query.bindDouble(4, box->maxLon1);
+        query.bindDouble(5, box->minLon2);
+        query.bindDouble(6, box->maxLon2);
+        prepared = true;
+    }
+    if (!prepared &&
+        !slot.prepare(*database, fmt::format(kNearestSql, position.scoreExpression(), table, minimumScore))) {
         TARVO_LOG_ERROR("Error: failed to get time zone statement with message '{}'.", database->errorMessage());
         slot.empty();
         return nullptr;

@@ -2,12 +2,11 @@
 
 #include <cstdlib>
 #include <memory>
-#include <mutex>
 
-#include <curl/curl.h>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "cities/CurlLibrary.h"
 #include "platform/LogMacros.h"
 #include "platform/SearchText.h"
 #include "platform/Text.h"
@@ -38,11 +37,6 @@ size_t collect(char* data, size_t size, size_t count, void* user) {
     }
     download->body.append(data, bytes);
     return bytes;
-}
-
-void initialiseCurlOnce() {
-    static std::once_flag once;
-    std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
 }
 
 bool tooDeep(std::string_view text) {
@@ -174,45 +168,50 @@ Geocoder::Result WebGeocoder::reverseGeocode(double latitude, double longitude) 
     while (!base->empty() && base->back() == '/') base->pop_back();
     const std::string url = fmt::format("{}/reverse?format=jsonv2&lat={:.7f}&lon={:.7f}", *base, latitude, longitude);
 
-    initialiseCurlOnce();
-    std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(), &curl_easy_cleanup);
+    std::string loadError;
+    const CurlLibrary* lib = CurlLibrary::get(loadError);
+    if (!lib) {
+        result.error = "cannot make HTTP requests: " + loadError;
+        return result;
+    }
+    std::unique_ptr<CURL, void (*)(CURL*)> curl(lib->easy_init(), lib->easy_cleanup);
     if (!curl) {
         result.error = "cannot start an HTTP request";
         return result;
     }
-    std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers(
-        curl_slist_append(curl_slist_append(nullptr, "Accept: application/json"), "Accept-Language: en"),
-        &curl_slist_free_all);
+    std::unique_ptr<curl_slist, void (*)(curl_slist*)> headers(
+        lib->slist_append(lib->slist_append(nullptr, "Accept: application/json"), "Accept-Language: en"),
+        lib->slist_free_all);
     const std::string userAgent = fmt::format("TarvoCore/{}", reinterpret_cast<const char*>(TarvoCoreVersionString));
     Download download;
     char errorText[CURL_ERROR_SIZE] = {};
     CURL* handle = curl.get();
-    curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
-    curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
-    curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(connectTimeout_.count()));
-    curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(requestTimeout_.count()));
-    curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 1L);
-    curl_easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L);
-    curl_easy_setopt(handle, CURLOPT_USERAGENT, userAgent.c_str());
-    curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers.get());
-    curl_easy_setopt(handle, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(kMaxAnswerBytes));
-    curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &collect);
-    curl_easy_setopt(handle, CURLOPT_WRITEDATA, &download);
-    curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, errorText);
+    lib->easy_setopt(handle, CURLOPT_URL, url.c_str());
+    lib->easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+    lib->easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
+    lib->easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+    lib->easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(connectTimeout_.count()));
+    lib->easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(requestTimeout_.count()));
+    lib->easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 1L);
+    lib->easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L);
+    lib->easy_setopt(handle, CURLOPT_USERAGENT, userAgent.c_str());
+    lib->easy_setopt(handle, CURLOPT_HTTPHEADER, headers.get());
+    lib->easy_setopt(handle, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(kMaxAnswerBytes));
+    lib->easy_setopt(handle, CURLOPT_WRITEFUNCTION, &collect);
+    lib->easy_setopt(handle, CURLOPT_WRITEDATA, &download);
+    lib->easy_setopt(handle, CURLOPT_ERRORBUFFER, errorText);
 
-    const CURLcode code = curl_easy_perform(handle);
+    const CURLcode code = lib->easy_perform(handle);
     if (download.tooLarge || code == CURLE_FILESIZE_EXCEEDED) {
         result.error = "the geocoding service's answer is too large";
         return result;
     }
     if (code != CURLE_OK) {
-        result.error = fmt::format("geocoding request failed: {}", errorText[0] ? errorText : curl_easy_strerror(code));
+        result.error = fmt::format("geocoding request failed: {}", errorText[0] ? errorText : lib->easy_strerror(code));
         return result;
     }
     long status = 0;
-    curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
+    lib->easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
     if (status != 200) {
         result.error = fmt::format("the geocoding service answered HTTP {}", status);
         return result;

@@ -1,5 +1,6 @@
 #include "platform/SearchText.h"
 
+#include <algorithm>
 #include <memory>
 #include <mutex>
 
@@ -63,9 +64,16 @@ std::string SearchText::escapeForSearch(std::string_view text) {
 }
 
 std::string SearchText::SoundEx(std::string_view name) {
-    icu::UnicodeString latin = unicode(name);
-    if (icu::Transliterator* transliterator = toLatinASCII()) transliterator->transliterate(latin);
-    const std::string ascii = utf8(latin);
+    // An ASCII name is its own Latin ASCII spelling: the transliterator, which costs far more
+    // to build than the code does to compute, is made only for a name that needs it.
+    const bool isAscii =
+        std::all_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    std::string ascii(name);
+    if (!isAscii) {
+        icu::UnicodeString latin = unicode(name);
+        if (icu::Transliterator* transliterator = toLatinASCII()) transliterator->transliterate(latin);
+        ascii = utf8(latin);
+    }
 
     std::string code;
     char previous = 0;  // the digit of the last coded letter, '0' after a separating vowel

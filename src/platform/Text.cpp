@@ -4,6 +4,7 @@
 #include <limits>
 
 #include <unicode/locid.h>
+#include <unicode/normalizer2.h>
 #include <unicode/uchar.h>
 
 namespace tarvo::text {
@@ -38,6 +39,25 @@ std::string trimmed(std::string_view utf8) {
         end = previous;
     }
     return toUtf8(text.tempSubStringBetween(start, end));
+}
+
+std::string folded(std::string_view utf8) {
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::Normalizer2* decompose = icu::Normalizer2::getNFDInstance(status);
+    const icu::Normalizer2* compose = icu::Normalizer2::getNFCInstance(status);
+    if (U_FAILURE(status)) {
+        icu::UnicodeString text = toUnicode(utf8);
+        return toUtf8(text.foldCase());
+    }
+    const icu::UnicodeString decomposed = decompose->normalize(toUnicode(utf8), status);
+    icu::UnicodeString bare;
+    for (int32_t i = 0; i < decomposed.length(); i = decomposed.moveIndex32(i, 1)) {
+        const UChar32 c = decomposed.char32At(i);
+        const int8_t type = u_charType(c);
+        if (type != U_NON_SPACING_MARK && type != U_CONTROL_CHAR && type != U_FORMAT_CHAR) bare.append(c);
+    }
+    bare.foldCase();
+    return toUtf8(compose->normalize(bare, status));
 }
 
 bool equalsIgnoringCase(std::string_view a, std::string_view b) { return lowercased(a) == lowercased(b); }

@@ -26,6 +26,12 @@ std::string toUtf8(const icu::UnicodeString& text);
 std::string lowercased(std::string_view utf8);
 /// The text without leading and trailing white space (Unicode white space, not only ASCII).
 std::string trimmed(std::string_view utf8);
+/// The text as the city search compares it: letter case and accents folded away (decomposed,
+/// nonspacing marks removed, Unicode case folding, composed again), so "São Paulo",
+/// "SAO PAULO" and "sao paulo" are one text, as are "أ" and "ا". Control characters and
+/// invisible format characters (direction marks) are dropped too. Letters that are not a base
+/// letter with a mark stay themselves ("ø" is not "o").
+std::string folded(std::string_view utf8);
 /// True when the two texts are equal after lower-casing both (locale-independent).
 bool equalsIgnoringCase(std::string_view a, std::string_view b);
 

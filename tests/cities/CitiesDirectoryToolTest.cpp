@@ -39,13 +39,32 @@ TEST_F(CitiesDirectoryToolTest, ShippedDirectoryAnswersNearestSearchAndCountries
     EXPECT_EQ(text.out.rfind("Makkah al Mukarramah, Saudi Arabia [ 21.43 N : 39.83 E ] Asia/Riyadh, 0.", 0), 0u)
         << text.out;
 
-    const json lon = jsonOf({"cities", "search", "lon", "--json"});
+    const json lon = jsonOf({"cities", "search", "lon", "--listing", "--json"});
     EXPECT_EQ(lon.size(), 75u);
     // Country then name: London, Canada comes early; London, United Kingdom is past the 75th.
     EXPECT_TRUE(std::any_of(lon.begin(), lon.end(), [](const json& city) {
         return city["cityName"] == "London" && city["countryName"] == "Canada";
     }));
-    EXPECT_EQ(jsonOf({"cities", "search", "xqzxqz", "--json"}), json::array());
+    // The ranked search finds the biggest city of the name first, and cities by the names
+    // GeoNames' catalogues give them in other languages.
+    const std::vector<std::array<std::string, 3>> ranked = {{"london", "London", "United Kingdom"},
+                                                            {"lon", "London", "United Kingdom"},
+                                                            {"mecca", "Makkah al Mukarramah", "Saudi Arabia"},
+                                                            {"sao paulo", "São Paulo", "Brazil"},
+                                                            {"القاهرة", "Cairo", "Egypt"}};
+    for (const auto& [typed, name, country] : ranked) {
+        const json found = jsonOf({"cities", "search", typed, "--json"});
+        ASSERT_FALSE(found.empty()) << typed;
+        EXPECT_EQ(found[0]["cityName"], name) << typed;
+        EXPECT_EQ(found[0]["countryName"], country) << typed;
+    }
+    EXPECT_EQ(jsonOf({"cities", "search", "london", "--json"})[1]["countryName"], "Canada");
+    for (const char* mode : {"--json", "--listing"}) {
+        const auto none = runTarvo({"cities", "search", "xqzxqz", mode});
+        EXPECT_EQ(none.status, 1) << mode;
+        EXPECT_NE(none.err.find("matches 'xqzxqz'"), std::string::npos) << none.err;
+    }
+    EXPECT_EQ(runTarvo({"cities", "search", "xqzxqz", "--json"}).out, "[]\n");
 
     const json countries = jsonOf({"cities", "countries", "--json"});
     EXPECT_GT(countries.size(), 200u);

@@ -166,6 +166,46 @@ TEST_F(CityDirectoryTest, SearchMatchesNamesAndCountriesSafely) {
     EXPECT_EQ(test::queryText(db, "SELECT count(*) FROM cities"), "9");
 }
 
+TEST(CityDirectorySearch, RanksEqualThenBeginningThenContainingNamesBiggestFirst) {
+    test::SmallDirectory small(
+        {{"Londonderry", 55, -7.3, "GB", "", 80000, "Europe/London"},
+         {"London", 43, -81.2, "CA", "", 300000, "America/Toronto"},
+         {"New London", 41.4, -72.1, "US", "", 27000, "America/New_York"},
+         {"London", 51.5, -0.1, "GB", "", 9000000, "Europe/London"},
+         {"Makkah al Mukarramah", 21.4, 39.8, "SA", "", 1300000, "Asia/Riyadh", "P", "Mecca,مكة المكرمة"},
+         {"São Paulo", -23.5, -46.6, "BR", "", 10000000, "America/Sao_Paulo"},
+         {"Tromsø", 69.6, 19, "NO", "", 50000, "Europe/Oslo"}});
+    ASSERT_EQ(small.build().status, 0) << small.build().err;
+    std::string error;
+    auto directory = CityDirectory::open(small.path(), error);
+    ASSERT_TRUE(directory) << error;
+    test::LogCapture log;
+    const std::vector<std::pair<std::string, std::vector<std::string>>> cases = {
+        {"london", {"London GB", "London CA", "Londonderry GB", "New London US"}},
+        {" LONDON\t", {"London GB", "London CA", "Londonderry GB", "New London US"}},
+        {"ndon", {"London GB", "London CA", "Londonderry GB", "New London US"}},
+        {"lo", {"London GB", "London CA", "Londonderry GB"}},  // two characters: only the beginning
+        {"mecca", {"Makkah al Mukarramah SA"}},
+        {"مكة", {"Makkah al Mukarramah SA"}},
+        {"SAO PAULO", {"São Paulo BR"}},
+        {"tromso", {"Tromsø NO"}},
+        {"tromsø", {"Tromsø NO"}},
+        {"  ", {}},
+        {"lon\"don", {}},
+        {"\" OR x", {}},
+        {"lon*", {}},
+        {std::string(300, 'l'), {}},
+    };
+    for (const auto& [text, expected] : cases) {
+        std::vector<std::string> found;
+        for (const auto& city : TarvoCity::SearchCities(directory->database(), text)) {
+            found.push_back(*city->cityName() + " " + directory->country(*city->countryName())->code);
+        }
+        EXPECT_EQ(found, expected) << text;
+    }
+    EXPECT_TRUE(log.errors().empty()) << log.errors().front();
+}
+
 TEST(CityDirectorySearch, ReturnsTheFirst75InCountryThenNameOrder) {
     std::vector<DumpCity> many;
     for (int i = 0; i < 200; ++i) {
@@ -188,6 +228,11 @@ TEST(CityDirectorySearch, ReturnsTheFirst75InCountryThenNameOrder) {
     EXPECT_EQ(found[67]->cityName(), "Villeneuve 001");
     EXPECT_EQ(found[67]->countryName(), "France");
     EXPECT_EQ(found[74]->cityName(), "Villeneuve 022");
+    // The ranked search: all begin with the text, so the 75 biggest.
+    const auto ranked = TarvoCity::SearchCities(directory->database(), "Villeneuve");
+    ASSERT_EQ(ranked.size(), 75u);
+    EXPECT_EQ(ranked.front()->cityName(), "Villeneuve 000");
+    EXPECT_EQ(ranked[74]->cityName(), "Villeneuve 074");
 }
 
 TEST_F(CityDirectoryTest, CountryListsCarryStateOffsetAndTheGivenName) {

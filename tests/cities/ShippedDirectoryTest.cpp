@@ -1,7 +1,10 @@
 // The directory built from Debian's GeoNames data, and the rule that finds a directory file.
+#include <random>
+
 #include <gtest/gtest.h>
 
 #include "support/DataFolder.h"
+#include "support/SmallDirectory.h"
 #include "support/SqliteScript.h"
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/TarvoCity.h"
@@ -37,6 +40,63 @@ TEST(ShippedDirectory, EveryPlaceIsFoundAtItsOwnPosition) {
         ASSERT_TRUE(found) << name;
         EXPECT_EQ(found->latitude(), lat) << name;
         EXPECT_EQ(found->longitude(), lon) << name;
+    }
+}
+
+// The nearest-city look-up searches a box around the position (the directory's R*Tree). It
+// must name exactly the place the full scan names (the scan is what a directory without
+// the box index gets), ties between places at one position included.
+TEST(ShippedDirectory, NearestInTheBoxIsTheFullScansPlace) {
+    test::ScopedEnvironment environment;
+    environment.unset(CityDirectory::kEnvironmentVariable);
+    test::TempFolder scratch;
+    std::string error;
+    const auto located = CityDirectory::locate(error);
+    ASSERT_TRUE(located) << error;
+    // Places at one position (in the builder's order: bigger first, equal sizes as given), at
+    // the poles and on the antimeridian.
+    test::SmallDirectory twins({{"Pole A", 90, 0, "NO", "", 5, "Europe/Oslo"},
+                                {"Pole B", 90, 0, "NO", "", 5, "Europe/Oslo"},
+                                {"South", -90, 180, "AU", "", 1, "Australia/Sydney"},
+                                {"East Edge", -16.5, 180, "FJ", "", 7, "Pacific/Fiji"},
+                                {"West Edge", -16.5, -180, "FJ", "", 7, "Pacific/Fiji"},
+                                {"Small", 5, 5, "NG", "", 1, "Africa/Lagos"},
+                                {"Big", 5, 5, "NG", "", 9, "Africa/Lagos"},
+                                {"Other", 5, 5, "NG", "", 9, "Africa/Lagos"}});
+    ASSERT_EQ(twins.build().status, 0) << twins.build().err;
+
+    std::mt19937 random(18);
+    std::uniform_real_distribution<double> unit(-1.0, 1.0);
+    std::vector<std::array<double, 3>> probes;  // latitude, longitude, threshold in km
+    for (double lat : {90.0, -90.0, 89.9999, -16.5, 0.0, 65.0})
+        for (double lon : {180.0, -180.0, 179.9999, -179.9999, 0.0, 5.0})
+            for (double km : {0.0, 1.0, 60.0, 2500.0}) probes.push_back({lat, lon, km});
+    probes.push_back({5, 5, -1});
+    probes.push_back({5.0001, 5, 0.01});
+    const double thresholds[] = {0.5, 5, 50, 100, 1000, 5000, 9400, 9500};
+    for (int i = 0; i < 240; ++i) {
+        probes.push_back({std::asin(unit(random)) * 180 / 3.141592653589793, 180 * unit(random), thresholds[i % 8]});
+    }
+
+    for (const auto& source : {*located, twins.path()}) {
+        const auto scanned = scratch / "scanned.sqlite";
+        std::filesystem::copy_file(source, scanned, std::filesystem::copy_options::overwrite_existing);
+        ASSERT_TRUE(test::runSql(scanned, "DROP TABLE cityboxes"));
+        auto boxed = CityDirectory::open(source, error);
+        auto scan = CityDirectory::open(scanned, error);
+        ASSERT_TRUE(boxed && scan) << error;
+        size_t found = 0;
+        for (const auto& [lat, lon, km] : probes) {
+            const auto expected = TarvoCity::GetCityForLat(lat, lon, &scan->database(), km, false);
+            const auto actual = TarvoCity::GetCityForLat(lat, lon, &boxed->database(), km, false);
+            ASSERT_EQ(!expected, !actual) << lat << ", " << lon << " within " << km;
+            if (!expected) continue;
+            ++found;
+            EXPECT_EQ(actual->cityName(), expected->cityName()) << lat << ", " << lon << " within " << km;
+            EXPECT_EQ(actual->latitude(), expected->latitude());
+            EXPECT_EQ(actual->longitude(), expected->longitude());
+        }
+        EXPECT_GT(found, 120u) << "too few probes name a place to show anything";
     }
 }
 

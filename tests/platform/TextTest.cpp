@@ -31,6 +31,13 @@ TEST_F(TurkishLocale, NamesLowerCaseTheSameEverywhere) {
     EXPECT_EQ(text::lowercased("\u00C7AD"), "\u00E7ad");
     EXPECT_TRUE(text::equalsIgnoringCase("SAUDI ARABIA", "saudi arabia"));
     EXPECT_FALSE(text::equalsIgnoringCase("Oman", "Yemen"));
+    // The search's folding: case and marks go, other letters stay.
+    EXPECT_EQ(text::folded("S\u00C3O PAULO"), "sao paulo");
+    EXPECT_EQ(text::folded("\u0130STANBUL"), "istanbul");
+    EXPECT_EQ(text::folded("Stra\u00DFe"), "strasse");
+    EXPECT_EQ(text::folded("\u0623\u0628\u0647\u0627"), "\u0627\u0628\u0647\u0627");  // hamza on alef
+    EXPECT_EQ(text::folded("Troms\u00F8"), "troms\u00F8");
+    EXPECT_EQ(text::folded("\u0637\u0631\u064A\u0641\u200E\n"), "\u0637\u0631\u064A\u0641");  // direction mark
 
     EXPECT_EQ(PrayerCalculator::getAutoAsrMethodFromCountry(std::string("India")), 2);
     EXPECT_EQ(PrayerCalculator::getAutoAsrMethodFromCountry(std::string("PAKISTAN")), 2);
@@ -49,7 +56,7 @@ TEST_F(TurkishLocale, NamesLowerCaseTheSameEverywhere) {
 
 TEST(Text, TrimsReadsIntegersAndDates) {
     EXPECT_EQ(text::trimmed("  \t05:30 \n"), "05:30");
-    EXPECT_EQ(text::trimmed("\u2003x y\u3000"), "x y");  // em and ideographic spaces
+    EXPECT_EQ(text::trimmed("\u2003x y\u3000"), "x y");      // em and ideographic spaces
     EXPECT_EQ(text::trimmed("\u00A0Mecca\u00A0"), "Mecca");  // no-break spaces are white space too
     EXPECT_EQ(text::trimmed(" \t "), "");
 

@@ -22,11 +22,13 @@ struct DumpCity {
     long long population;
     std::string timeZone;
     std::string featureClass = "P";
+    std::string alternateNames = "";  // comma-separated
 };
 
 inline std::string dumpLine(const DumpCity& c, int id) {
-    return fmt::format("{}\t{}\t{}\t\t{}\t{}\t{}\tPPL\t{}\t\t{}\t\t\t\t{}\t\t10\t{}\t2024-01-01\n", id, c.name, c.name,
-                       c.latitude, c.longitude, c.featureClass, c.countryCode, c.admin1, c.population, c.timeZone);
+    return fmt::format("{}\t{}\t{}\t{}\t{}\t{}\t{}\tPPL\t{}\t\t{}\t\t\t\t{}\t\t10\t{}\t2024-01-01\n", id, c.name,
+                       c.name, c.alternateNames, c.latitude, c.longitude, c.featureClass, c.countryCode, c.admin1,
+                       c.population, c.timeZone);
 }
 
 /// A city directory built by the directory builder from a dump the test writes.

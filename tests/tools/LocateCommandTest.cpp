@@ -58,6 +58,15 @@ TEST_F(Locate, DirectoryServiceFallbackAndCache) {
     // Mid-ocean with a failing service: nothing names it.
     const json none = locate({"--lat", "-40", "--lon", "-120"}, {"TARVO_GEOCODER_URL=" + server.url()}, 1);
     EXPECT_EQ(none["source"], "none");
+
+    // libcurl (and the twenty libraries it needs) is loaded for a request only.
+    const auto loadsCurl = [&](const std::string& lat, const std::string& lon) {
+        const auto run = runTarvo({"locate", "--lat", lat, "--lon", lon, "--timeout", "20"},
+                                  {"LD_DEBUG=libs", "TARVO_GEOCODER_URL=" + server.url()});
+        return run.err.find("libcurl.so") != std::string::npos;
+    };
+    EXPECT_FALSE(loadsCurl("51.5074", "-0.1278"));
+    EXPECT_TRUE(loadsCurl("-40", "-120"));
 }
 
 TEST_F(Locate, BadInput) {

@@ -27,6 +27,7 @@ struct DirectoryOptions {
     double longitude = 0;
     double km = 50;
     bool clear = false;
+    bool listing = false;
     bool json = false;
 };
 
@@ -63,9 +64,15 @@ void printPlaces(const Cities& cities, bool json, const std::string& none) {
 
 void search(const DirectoryOptions& o) {
     auto directory = openDirectory(o);
-    const Cities cities = TarvoCity::GetCities(directory->database(), o.text);
-    printPlaces(cities, o.json, "No city or country matches '" + o.text + "'.");
-    if (!o.json && cities.size() == 75) std::cout << "(the first 75 matches)\n";
+    const Cities cities = o.listing ? TarvoCity::GetCities(directory->database(), o.text)
+                                    : TarvoCity::SearchCities(directory->database(), o.text);
+    if (cities.empty()) {
+        if (o.json) std::cout << "[]\n";
+        throw std::runtime_error(o.listing ? "no city or country matches '" + o.text + "'"
+                                           : "no city matches '" + o.text + "'");
+    }
+    printPlaces(cities, o.json, "");
+    if (!o.json && cities.size() == TarvoCity::kMaxSearchResults) std::cout << "(the first 75 matches)\n";
 }
 
 void countries(const DirectoryOptions& o) {
@@ -154,12 +161,18 @@ void addDirectoryOption(CLI::App& command, DirectoryOptions& o) {
 void registerCitiesDirectoryCommands(CLI::App& cities) {
     auto o = std::make_shared<DirectoryOptions>();
 
-    CLI::App* searchCommand = cities.add_subcommand("search", "Search the city directory by city or country name");
-    searchCommand->add_option("text", o->text, "Part of a city name (letter case ignored) or of a country name")
+    CLI::App* searchCommand = cities.add_subcommand("search", "Search the city directory by name");
+    searchCommand->add_option("text", o->text, "A city's name or part of it, in any language the directory knows")
         ->required();
     addDirectoryOption(*searchCommand, *o);
+    searchCommand->add_flag("--listing", o->listing,
+                            "The listing instead: names and country names containing the text, by country then name");
     searchCommand->add_flag("--json", o->json, "Print a JSON list of city objects");
-    searchCommand->footer("At most 75 cities, ordered by country then name.");
+    searchCommand->footer(
+        "At most 75 cities, letter case and accents ignored: those with a name equal to the text, then "
+        "those with a name beginning with it, then those containing it (three characters or more), "
+        "biggest first in each group. Exit status: 0 found, 1 nothing found, 2 bad usage or an "
+        "unusable directory file.");
     searchCommand->callback([o] { search(*o); });
 
     CLI::App* countriesCommand = cities.add_subcommand("countries", "List the countries of the city directory");

@@ -177,10 +177,21 @@ public:
     /// whose country contains it, ordered by country then name. Blank text finds nothing.
     static std::vector<std::shared_ptr<TarvoCity>> GetCities(SqliteDatabase& directory,
                                                              const std::optional<std::string>& search);
+    /// The ranked city search: at most kMaxSearchResults directory cities one of whose names
+    /// (its own, its alternate names and translations, their Latin-ASCII spellings) equals,
+    /// begins with or contains the text, letter case and accents ignored (see text::folded);
+    /// a text of one or two characters only equals or begins a name. Cities whose name equals
+    /// the text come first, then those with a name that begins with it, then the rest, each
+    /// group biggest city first (the directory's row order). Blank text finds nothing; a
+    /// directory without the name index finds nothing and logs an error.
+    static std::vector<std::shared_ptr<TarvoCity>> SearchCities(SqliteDatabase& directory, std::string_view text);
+    static constexpr size_t kMaxSearchResults = 75;
     /// The nearest place within `thresholdKm` (widened by 6 per cent) of the position: from
     /// the directory's `cities`, or with `checkCache` from the user database's
     /// `cachedcities`. Nothing when no database is given or no place is that near. A place at
-    /// the very position is found for any threshold from 0 up.
+    /// the very position is found for any threshold from 0 up. The directory's places are read
+    /// inside a box around the position when it has the position index (`cityboxes`); the
+    /// answer is the one the scan of every row gives, ties included.
     static std::shared_ptr<TarvoCity> GetCityForLat(double latitude, double longitude, SqliteDatabase* database,
                                                     double thresholdKm, bool checkCache);
     /// Adds the city (names, position, zone and its name's Soundex code) to the cache.
