@@ -106,9 +106,10 @@ std::shared_ptr<CityDirectory> CityDirectory::open(const std::filesystem::path& 
         error = file.string() + ": " + *why;
         return nullptr;
     }
+    directory->faultsAtOpen_ = SqliteDatabase::storageFaults();
     // No look-up on the directory may run for ever, whatever its file holds.
     sqlite3_progress_handler(directory->database_.handle(), kProgressInterval, &CityDirectory::tooMuchWork,
-                             directory->database_.handle());
+                             directory.get());
     return directory;
 }
 
@@ -123,30 +124,41 @@ std::optional<std::string> CityDirectory::unusable() {
     if (objects.step() == SQLITE_ROW) {
         return "not a city directory (it holds the " + objects.columnText(0) + " '" + objects.columnText(1) + "')";
     }
-    objects.finalize();
-    // A damaged page would otherwise end a search or a scan early and look like "no city".
-    SqliteStatement check;
-    if (check.prepare(database_, "PRAGMA quick_check(1)") != SQLITE_OK || check.step() != SQLITE_ROW ||
-        check.columnText(0) != "ok") {
-        std::string problem = check.columnText(0).empty() ? database_.errorMessage() : check.columnText(0);
-        std::replace(problem.begin(), problem.end(), '\n', ' ');  // one line
-        return "damaged (" + problem + ")";
-    }
     return std::nullopt;
 }
 
-int CityDirectory::tooMuchWork(void* connection) {
-    // Called every kProgressInterval steps of the virtual machine: a statement past the
-    // bound is interrupted (its step answers SQLITE_INTERRUPT, logged by the caller).
-    for (sqlite3_stmt* statement = sqlite3_next_stmt(static_cast<sqlite3*>(connection), nullptr); statement;
-         statement = sqlite3_next_stmt(static_cast<sqlite3*>(connection), statement)) {
-        if (sqlite3_stmt_status(statement, SQLITE_STMTSTATUS_VM_STEP, 0) > kMaxSteps) {
-            TARVO_LOG_ERROR("[DB] Error: a directory query ran past {} steps and was stopped: {}", kMaxSteps,
-                            sqlite3_sql(statement));
-            return 1;
-        }
+std::optional<std::string> CityDirectory::damage(bool always) {
+    if (!always && SqliteDatabase::storageFaults() == faultsAtOpen_) return std::nullopt;
+    std::lock_guard lock(TarvoCity::syncObj());
+    SqliteStatement check;
+    if (check.prepare(database_, "PRAGMA quick_check(1)") == SQLITE_OK && check.step() == SQLITE_ROW &&
+        check.columnText(0) == "ok") {
+        return std::nullopt;
     }
-    return 0;
+    std::string problem = check.columnText(0).empty() ? database_.errorMessage() : check.columnText(0);
+    std::replace(problem.begin(), problem.end(), '\n', ' ');  // one line
+    return database_.path().string() + ": damaged (" + problem + ")";
+}
+
+int CityDirectory::tooMuchWork(void* self) {
+    // Called every kProgressInterval steps of the virtual machine, inside one step of the
+    // running statement. SQLite adds a step's count to the statement's counters only when the
+    // step returns, so the calls are counted here, per run of the running statement (a new
+    // statement, or a new run of the same one, starts the count again); a run past the bound
+    // is interrupted, and its step answers SQLITE_INTERRUPT.
+    auto& work = static_cast<CityDirectory*>(self)->work_;
+    sqlite3* connection = static_cast<CityDirectory*>(self)->database_.handle();
+    sqlite3_stmt* running = nullptr;
+    for (sqlite3_stmt* statement = sqlite3_next_stmt(connection, nullptr); statement;
+         statement = sqlite3_next_stmt(connection, statement)) {
+        if (sqlite3_stmt_busy(statement)) running = statement;
+    }
+    const int run = running ? sqlite3_stmt_status(running, SQLITE_STMTSTATUS_RUN, 0) : 0;
+    if (running != work.statement || run != work.run) work = {running, run, 0};
+    if (++work.calls * kProgressInterval <= kMaxSteps) return 0;
+    TARVO_LOG_ERROR("[DB] Error: a directory query ran past {} steps and was stopped: {}", kMaxSteps,
+                    running ? sqlite3_sql(running) : "");
+    return 1;
 }
 
 std::vector<CityDirectory::Country> CityDirectory::countries() {

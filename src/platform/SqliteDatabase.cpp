@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include <array>
+#include <atomic>
 #include <fstream>
 #include <utility>
 
@@ -64,9 +65,12 @@ std::string fileUri(const std::filesystem::path& path) {
 // code, and some (the saved-cities store) log no step failures at all, so this is where a
 // person finds out why a write was lost. Other results (constraints, a busy lock, a schema
 // that does not match) are the callers' to report.
+std::atomic<unsigned> storageFaultCount{0};
+
 void logStorageFault(void*, int code, const char* message) {
     const int primary = code & 0xff;
     if (primary == SQLITE_FULL || primary == SQLITE_IOERR || primary == SQLITE_CORRUPT) {
+        storageFaultCount.fetch_add(1, std::memory_order_relaxed);
         TARVO_LOG_ERROR("SQLite storage fault: {} ({}): {}", sqlite3_errstr(code), code, message);
     }
 }
@@ -82,6 +86,8 @@ bool isSpecialName(const std::filesystem::path& path, int flags) {
 }  // namespace
 
 SqliteDatabase::~SqliteDatabase() { close(); }
+
+unsigned SqliteDatabase::storageFaults() { return storageFaultCount.load(std::memory_order_relaxed); }
 
 SqliteDatabase::SqliteDatabase(SqliteDatabase&& other) noexcept
     : db_(std::exchange(other.db_, nullptr)),

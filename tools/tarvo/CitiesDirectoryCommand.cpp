@@ -42,6 +42,11 @@ std::shared_ptr<CityDirectory> openDirectory(const DirectoryOptions& o) {
     return directory;
 }
 
+// A look-up's answer is used only when the directory met no damage while giving it.
+void checkIntact(CityDirectory& directory) {
+    if (auto why = directory.damage()) throw UsageError("cannot use the city directory: " + *why);
+}
+
 void printPlaces(const Cities& cities, bool json, const std::string& none) {
     if (json) {
         ordered_json list = ordered_json::array();
@@ -66,6 +71,7 @@ void search(const DirectoryOptions& o) {
     auto directory = openDirectory(o);
     const Cities cities = o.listing ? TarvoCity::GetCities(directory->database(), o.text)
                                     : TarvoCity::SearchCities(directory->database(), o.text);
+    checkIntact(*directory);
     if (cities.empty()) {
         if (o.json) std::cout << "[]\n";
         throw std::runtime_error(o.listing ? "no city or country matches '" + o.text + "'"
@@ -78,6 +84,7 @@ void search(const DirectoryOptions& o) {
 void countries(const DirectoryOptions& o) {
     auto directory = openDirectory(o);
     const auto all = directory->countries();
+    checkIntact(*directory);
     if (o.json) {
         ordered_json list = ordered_json::array();
         for (const auto& country : all)
@@ -93,8 +100,10 @@ void countries(const DirectoryOptions& o) {
 void country(const DirectoryOptions& o) {
     auto directory = openDirectory(o);
     const auto found = directory->country(o.text);
+    checkIntact(*directory);
     if (!found) throw UsageError("no country '" + o.text + "' in the city directory (see tarvo cities countries)");
     const Cities cities = TarvoCity::GetAllCities(directory->database(), found->identifier, found->name);
+    checkIntact(*directory);
     if (!o.json)
         std::cout << fmt::format("{} ({}, {}): {} cities\n", found->name, found->code, found->identifier,
                                  cities.size());
@@ -104,6 +113,7 @@ void country(const DirectoryOptions& o) {
 void nearest(const DirectoryOptions& o) {
     auto directory = openDirectory(o);
     const auto city = TarvoCity::GetCityForLat(o.latitude, o.longitude, &directory->database(), o.km, false);
+    checkIntact(*directory);
     if (!city) {
         if (o.json) std::cout << "null\n";
         throw std::runtime_error(

@@ -88,6 +88,7 @@ void run(const LocateOptions& o) {
     }
     center.removeObserver(token);
     TarvoDAO::setNetworkActivityIndicatorHandler(nullptr);
+    if (auto why = directory->damage()) throw UsageError("cannot use the city directory: " + *why);
 
     const auto source = facade->lastLocationSource();
     const bool named = source != TarvoDAO::LocationSource::none && city->IsReverseGeocoded();

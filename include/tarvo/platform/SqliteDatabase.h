@@ -58,6 +58,10 @@ public:
     void close();
 
     bool isOpen() const { return db_ != nullptr; }
+    /// How many storage faults (a damaged file, an I/O error, a full disk) SQLite has
+    /// reported in this process, on any connection. A reader compares two readings to learn
+    /// whether its work met one.
+    static unsigned storageFaults();
     /// True when the main database was opened for reading only.
     bool isReadOnly() const;
     const std::filesystem::path& path() const { return path_; }
