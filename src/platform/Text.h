@@ -13,6 +13,8 @@
 #include <string>
 #include <string_view>
 
+#include "tarvo/platform/CleanText.h"
+
 #include <unicode/unistr.h>
 
 namespace tarvo::text {
@@ -34,12 +36,6 @@ std::string trimmed(std::string_view utf8);
 std::string folded(std::string_view utf8);
 /// True when the two texts are equal after lower-casing both (locale-independent).
 bool equalsIgnoringCase(std::string_view a, std::string_view b);
-
-/// The text safe to store and to show: control characters (C0, DEL, C1) and the bidi
-/// embedding, override and isolate characters (U+202A to U+202E, U+2066 to U+2069) removed,
-/// malformed UTF-8 replaced by U+FFFD, then cut to at most `maxLength` code points. Such
-/// characters in a place name could rewrite a terminal or reorder the text around it.
-std::string withoutControls(std::string_view utf8, size_t maxLength = SIZE_MAX);
 
 /// The integer written at the start of `text`, read as the platform reads it: leading
 /// blanks, an optional sign, then digits up to the first non-digit. No digits gives 0; a

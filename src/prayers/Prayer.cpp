@@ -4,6 +4,7 @@
 #include <array>
 #include <functional>
 #include <string_view>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -11,6 +12,7 @@
 #include "tarvo/platform/Bundle.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Clock.h"
+#include "platform/Text.h"
 
 namespace tarvo {
 
@@ -118,6 +120,25 @@ void Prayer::addArbitraryMinutesToPrayerTime(int64_t minutes, const Calendar& ca
     components.year = components.month = components.day = components.hour = 0;
     components.minute = minutes;
     if (PrayerTime_) PrayerTime_ = calendar.dateByAddingComponents(components, *PrayerTime_);
+}
+
+std::optional<int64_t> Prayer::typeNamed(std::string_view text) {
+    for (int64_t type = 0; type < static_cast<int64_t>(kNames.size()); ++type) {
+        if (text == std::to_string(type)) return type;
+    }
+    const std::string wanted = text::lowercased(text);
+    // Types 0 to 7 only: the two tomorrow entries share their names with today's.
+    for (int64_t type = Fajr; type <= Qiyam; ++type) {
+        const Prayer prayer(type);
+        std::vector<std::string> names{std::string(kNames[static_cast<size_t>(type)].english), prayer.PrayerName(),
+                                       prayer.PrayerNameArabic()};
+        if (type == Dhuhr) names.insert(names.end(), {"Dhuhr", "Jumua", std::string(kArabicJumua)});
+        if (type == Sunrise) names.insert(names.end(), {"Doha", std::string(kArabicDoha)});
+        for (const auto& name : names) {
+            if (wanted == text::lowercased(name)) return type;
+        }
+    }
+    return std::nullopt;
 }
 
 bool Prayer::isJumua() const { return Type_ == Dhuhr && todayIsFriday(); }

@@ -10,7 +10,6 @@
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
-#include "platform/Text.h"
 #include "tarvo/prayers/Prayer.h"
 
 namespace tarvo::cli {
@@ -20,7 +19,6 @@ namespace {
 using nlohmann::ordered_json;
 
 constexpr int64_t kTypes = 10;
-constexpr const char* kPrayerNames[] = {"Fajr", "Sunrise", "Dhuhr", "Asr", "Sunset", "Maghrib", "Isha", "Qiyam"};
 
 struct SetOptions {
     std::string prayer;
@@ -33,21 +31,8 @@ struct SetOptions {
     bool noFile = false;
 };
 
-// A type number 0 to 9 or a name: the usual spelling or the one the list prints ("Duhr",
-// "Jumua", "Doha"), in any case.
 int64_t parsePrayer(const std::string& text) {
-    const std::string wanted = text::lowercased(text);
-    for (int64_t type = 0; type < kTypes; ++type) {
-        if (text == std::to_string(type)) return type;
-    }
-    for (int64_t type = 0; type < static_cast<int64_t>(std::size(kPrayerNames)); ++type) {
-        const Prayer prayer(type);
-        for (const std::string& name : {std::string(kPrayerNames[type]), prayer.PrayerNameEnglish(), prayer.PrayerName()}) {
-            if (wanted == text::lowercased(name)) return type;
-        }
-        if (type == Prayer::Dhuhr && (wanted == "duhr" || wanted == "jumua")) return type;
-        if (type == Prayer::Sunrise && wanted == "doha") return type;
-    }
+    if (const auto type = Prayer::typeNamed(text)) return *type;
     throw UsageError("unknown prayer '" + text + "': give a type 0 to 9 or Fajr, Sunrise, Dhuhr, Asr, Sunset, "
                      "Maghrib, Isha or Qiyam");
 }

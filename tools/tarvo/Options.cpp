@@ -8,7 +8,7 @@
 
 #include "Commands.h"
 #include "tarvo/calculation/PrayerCalculator.h"
-#include "platform/Text.h"
+#include "tarvo/platform/CleanText.h"
 #include "tarvo/platform/Calendar.h"
 
 namespace tarvo::cli {
@@ -79,16 +79,19 @@ CivilDate parseDate(std::string_view text, std::string_view option) {
     auto bad = [&]() {
         return UsageError(std::string(option) + ": '" + std::string(text) + "' is not a date of the form YYYY-MM-DD");
     };
-    const auto date = text::parseIsoDate(text);
-    if (date) return {date->year, date->month, date->day};
-    // The right form but no such day: say which part is wrong.
-    const bool digitsAt = text.size() == 10 && text[4] == '-' && text[7] == '-' &&
-                          std::all_of(text.begin(), text.end(), [](char c) { return c == '-' || (c >= '0' && c <= '9'); });
-    if (!digitsAt) throw bad();
+    // The form first, then whether the day exists, so the message can say which is wrong.
+    if (text.size() != 10) throw bad();
+    for (size_t i = 0; i < text.size(); ++i) {
+        if ((i == 4 || i == 7) ? text[i] != '-' : (text[i] < '0' || text[i] > '9')) throw bad();
+    }
     const int year = std::stoi(std::string(text.substr(0, 4)));
     const auto month = static_cast<unsigned>(std::stoi(std::string(text.substr(5, 2))));
     if (month < 1 || month > 12) {
         throw UsageError(fmt::format("{}: {} has no month {}", option, text.substr(0, 4), text.substr(5, 2)));
+    }
+    const auto day = static_cast<unsigned>(std::stoi(std::string(text.substr(8, 2))));
+    if (std::chrono::year_month_day{std::chrono::year(year), std::chrono::month(month), std::chrono::day(day)}.ok()) {
+        return {year, month, day};
     }
     const auto length = static_cast<unsigned>((std::chrono::year(year) / std::chrono::month(month) / std::chrono::last).day());
     throw UsageError(fmt::format("{}: {} does not exist ({:04}-{:02} has {} days)", option, text, year, month, length));

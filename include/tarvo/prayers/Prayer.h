@@ -64,6 +64,11 @@ public:
     /// "Fajr", "Sunrise"/"Doha", "Duhr"/"Jumua", "Asr", "Sunset", "Maghrib", "Isha", "Qiyam";
     /// "-" for other types. Never localised.
     std::string PrayerNameEnglish() const;
+    /// The type a person names: a number 0 to 9, or the name of one of the eight prayers of
+    /// the day in any letter case, spelled as the engine spells it ("Dhuhr"), as the lists
+    /// print it whatever the settings and the weekday ("Duhr", "Jumua", "Sunrise", "Doha"), in
+    /// Arabic, or as the host's localisation shows it. Nothing for any other text.
+    static std::optional<int64_t> typeNamed(std::string_view text);
     /// The Arabic name ("-" for other types).
     std::string PrayerNameArabic() const;
     /// One or two letters, English or Arabic by ShowPrayerNamesInArabic. Never localised.
