@@ -1,0 +1,106 @@
+# The library's sources, layer by layer, and the tool's: listed, so that a file is built
+# only when it is named here (a stray or half-written file in a folder is not picked up).
+
+set(TARVO_SOURCES_platform
+  src/platform/ArchiveFormat.cpp
+  src/platform/AttributedString.cpp
+  src/platform/Bundle.cpp
+  src/platform/Calendar.cpp
+  src/platform/CborCodec.cpp
+  src/platform/Clock.cpp
+  src/platform/Date.cpp
+  src/platform/DateFormatter.cpp
+  src/platform/DispatchQueue.cpp
+  src/platform/GlobalStateLock.cpp
+  src/platform/IslamicCalendar.cpp
+  src/platform/KeyedArchiver.cpp
+  src/platform/KeyedUnarchiver.cpp
+  src/platform/Locale.cpp
+  src/platform/Log.cpp
+  src/platform/NotificationCenter.cpp
+  src/platform/NumberFormatter.cpp
+  src/platform/PosixTimeZoneRule.cpp
+  src/platform/PreferenceValue.cpp
+  src/platform/SearchText.cpp
+  src/platform/SqliteDatabase.cpp
+  src/platform/SqliteStatement.cpp
+  src/platform/Text.cpp
+  src/platform/TimeZone.cpp
+  src/platform/UserDefaults.cpp
+  src/platform/ZoneRules.cpp
+)
+set(TARVO_SOURCES_astronomy
+  src/astronomy/EquatorialPosition.cpp
+  src/astronomy/MeeusMoon.cpp
+  src/astronomy/MeeusSun.cpp
+  src/astronomy/MoonRiseSet.cpp
+  src/astronomy/Nutation.cpp
+  src/astronomy/Observer.cpp
+  src/astronomy/QiblaCalculator.cpp
+  src/astronomy/SolarKernel.cpp
+  src/astronomy/SunCalculator.cpp
+  src/astronomy/SunCalculatorHijri.cpp
+  src/astronomy/SunCalculatorMoonrise.cpp
+  src/astronomy/SunCalculatorSatellite.cpp
+  src/astronomy/TimeScale.cpp
+)
+set(TARVO_SOURCES_calculation
+  src/calculation/DubaiFixedTimes.cpp
+  src/calculation/FixedTimetable.cpp
+  src/calculation/KLFixedTimes.cpp
+  src/calculation/PrayerCalculator.cpp
+  src/calculation/PrayerCalculatorHighLatitude.cpp
+  src/calculation/PrayerCalculatorMethods.cpp
+  src/calculation/PrayerCalculatorSolar.cpp
+  src/calculation/PrayerCalculatorTimeFormat.cpp
+  src/calculation/TimetableCsvParser.cpp
+)
+set(TARVO_SOURCES_configuration
+  src/configuration/PrayerConfiguration.cpp
+  src/configuration/SettingDescription.cpp
+)
+set(TARVO_SOURCES_cities
+  src/cities/CityCalculatorSetup.cpp
+  src/cities/CityDirectory.cpp
+  src/cities/CityStatementSlot.cpp
+  src/cities/CurlLibrary.cpp
+  src/cities/OfflineGeocoder.cpp
+  src/cities/TarvoCity.cpp
+  src/cities/TarvoCityDirectory.cpp
+  src/cities/TarvoCityStore.cpp
+  src/cities/UserDatabase.cpp
+  src/cities/WebGeocoder.cpp
+)
+set(TARVO_SOURCES_facade
+  src/facade/TarvoDAO.cpp
+  src/facade/TarvoDAOCalculation.cpp
+  src/facade/TarvoDAOCurrentPrayer.cpp
+  src/facade/TarvoDAOFormatting.cpp
+  src/facade/TarvoDAOLocation.cpp
+  src/prayers/Prayer.cpp
+  src/prayers/PrayerAlerts.cpp
+  src/prayers/PrayerMonth.cpp
+  src/summary/SmartPrayerInfo.cpp
+  src/summary/SwiftClass.cpp
+)
+set(TARVO_TOOL_SOURCES
+  tools/tarvo/AlertsCommand.cpp
+  tools/tarvo/CitiesCommand.cpp
+  tools/tarvo/CitiesDirectoryCommand.cpp
+  tools/tarvo/ConfigCommand.cpp
+  tools/tarvo/DayCommand.cpp
+  tools/tarvo/DishCommand.cpp
+  tools/tarvo/DurationCommand.cpp
+  tools/tarvo/HijriCommand.cpp
+  tools/tarvo/HostDefaults.cpp
+  tools/tarvo/LocateCommand.cpp
+  tools/tarvo/MonthCommand.cpp
+  tools/tarvo/MoonCommand.cpp
+  tools/tarvo/NowCommand.cpp
+  tools/tarvo/Options.cpp
+  tools/tarvo/Place.cpp
+  tools/tarvo/QiblaCommand.cpp
+  tools/tarvo/SkyCommand.cpp
+  tools/tarvo/TimesCommand.cpp
+  tools/tarvo/Tool.cpp
+)
