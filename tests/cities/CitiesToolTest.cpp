@@ -33,18 +33,24 @@ protected:
         return {all["hours"], all["text"], all["method"], all["asr"], all["highlat"], all["fixedTimings"]};
     }
 
+    // cities add NAME COUNTRY LAT LON TZ [more options...], which must succeed.
+    static test::ProcessResult add(std::vector<std::string> args, const std::vector<std::string>& environment = {}) {
+        const std::vector<std::string> options = {"--name", "--country", "--lat", "--lon", "--tz"};
+        for (size_t i = 0; i < options.size(); ++i) args.insert(args.begin() + static_cast<long>(2 * i), options[i]);
+        args.insert(args.begin(), {"cities", "add"});
+        auto run = runTarvo(args, environment);
+        EXPECT_EQ(run.status, 0) << run.err;
+        return run;
+    }
+
     test::ScopedDataFolder folder_;
 };
 
 TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
-    const json makkah = json::parse(runTarvo({"cities", "add", "--name", "Makkah", "--country", "Saudi Arabia", "--lat",
-                                              "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "4",
-                                              "--asr", "2", "--json"}).out);
+    const json makkah = json::parse(
+        add({"Makkah", "Saudi Arabia", "21.4225", "39.8262", "Asia/Riyadh", "--method", "4", "--asr", "2", "--json"}).out);
     EXPECT_EQ(makkah["GMT"], 50.0);
-    ASSERT_EQ(runTarvo({"cities", "add", "--name", "Tromso", "--country", "Norway", "--state", "Troms", "--lat", "69.65",
-                        "--lon", "18.96", "--tz", "Europe/Oslo", "--highlat", "3", "--dst", "2", "--gmt", "1"})
-                  .status,
-              0);
+    add({"Tromso", "Norway", "69.65", "18.96", "Europe/Oslo", "--state", "Troms", "--highlat", "3", "--dst", "2", "--gmt", "1"});
     const json list = savedCities();
     ASSERT_EQ(list.size(), 2u);
     EXPECT_EQ(list[0]["isSelectedCity"], false) << "adding makes the new city the only selection";
@@ -79,10 +85,7 @@ TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
 }
 
 TEST_F(CitiesToolTest, BadInputIsAOneLineErrorAndChangesNothing) {
-    ASSERT_EQ(runTarvo({"cities", "add", "--name", "Jakarta", "--country", "Indonesia", "--lat", "-6.2", "--lon",
-                        "106.85", "--tz", "Asia/Jakarta"})
-                  .status,
-              0);
+    add({"Jakarta", "Indonesia", "-6.2", "106.85", "Asia/Jakarta"});
     const json before = savedCities();
     const std::string unknown = std::to_string(before[0]["primaryKey"].get<int64_t>() + 1);
     const std::vector<std::string> add = {"cities", "add", "--name", "X", "--country", "Y", "--lat", "1", "--lon", "2"};
@@ -143,15 +146,10 @@ TEST_F(CitiesToolTest, UnusableDatabaseFileIsNeverChanged) {
 TEST_F(CitiesToolTest, NewDataFolderAndFilesAreTheUsersAlone) {
     using std::filesystem::perms;
     const auto home = folder_ / "new" / "tarvo";
-    ASSERT_EQ(runTarvo({"cities", "add", "--name", "Doha", "--country", "Qatar", "--lat", "25.29", "--lon", "51.53",
-                        "--tz", "Asia/Qatar"},
-                       {"TARVO_HOME=" + home.string()})
-                  .status,
-              0);
+    add({"Doha", "Qatar", "25.29", "51.53", "Asia/Qatar"}, {"TARVO_HOME=" + home.string()});
     const auto mode = [](const std::filesystem::path& path) { return std::filesystem::status(path).permissions(); };
     EXPECT_EQ(mode(home), perms::owner_all);
-    EXPECT_EQ(mode(home / "user.sqlite"), perms::owner_read | perms::owner_write);
-    EXPECT_EQ(mode(home / "shared.sqlite"), perms::owner_read | perms::owner_write);
+    for (const char* file : {"user.sqlite", "shared.sqlite"}) EXPECT_EQ(mode(home / file), perms::owner_read | perms::owner_write);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The city record: defaults, tracked setters, mirroring, copying, archiving, derived values.
 #include <cmath>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "support/DataFolder.h"
@@ -73,10 +74,9 @@ TEST_F(TarvoCityRecordTest, TrackedSettersLogMarkStampAndMirrorButNotWhileLoadin
 TEST_F(TarvoCityRecordTest, NewCitiesTakeTheAutomaticCityKeysAndPreferencesCopyTracked) {
     shared()->setInteger("AutoCityPrayerMethod", 4);
     auto london = TarvoCity::InitWithDefaults();
-    EXPECT_EQ(london->description(), "London, United Kingdom");
-    EXPECT_TRUE(london->isDefaultCity());
-    EXPECT_EQ(london->prayerMethod(), 4);
-    EXPECT_FALSE(london->isDirty());
+    EXPECT_EQ(fmt::format("{} {} {} {}", london->description(), london->isDefaultCity(), london->prayerMethod(),
+                          london->isDirty()),
+              "London, United Kingdom true 4 false");
     EXPECT_TRUE(log_.lines().empty());
 
     auto cairo = std::make_shared<TarvoCity>();
@@ -85,8 +85,7 @@ TEST_F(TarvoCityRecordTest, NewCitiesTakeTheAutomaticCityKeysAndPreferencesCopyT
     shared()->removeObjectForKey("AutoCityAsrMethod");
     cairo->copyPrayerPreferencesToCity(london);
     EXPECT_TRUE(london->isDirty());
-    EXPECT_EQ(london->asrMethod(), 2);
-    EXPECT_EQ(shared()->integerForKey("AutoCityAsrMethod"), 2);
+    EXPECT_EQ(std::pair(london->asrMethod(), shared()->integerForKey("AutoCityAsrMethod")), std::pair(int64_t{2}, int64_t{2}));
 }
 
 TEST_F(TarvoCityRecordTest, ArchivingNarrowsAnglesToSinglePrecisionAndStopsAtAWrongKind) {
@@ -106,7 +105,6 @@ TEST_F(TarvoCityRecordTest, ArchivingNarrowsAnglesToSinglePrecisionAndStopsAtAWr
     EXPECT_FALSE(back->isDirty());
     // Angles come back through single precision on purpose; the position does not.
     EXPECT_EQ(back->customFajrAngle(), 18.200000762939453);  // 18.2 in single precision
-    EXPECT_NE(back->customFajrAngle(), 18.2);
     EXPECT_EQ(back->latitude(), 19.0760123456789);
     EXPECT_FALSE(back->stateName().has_value()) << "only the listed fields travel";
     EXPECT_EQ(back->TimeZone(), "") << "absent names are archived as empty texts";
@@ -119,11 +117,10 @@ TEST_F(TarvoCityRecordTest, ArchivingNarrowsAnglesToSinglePrecisionAndStopsAtAWr
     wrong.encodeObject(42, "countryName");  // not a string
     auto partial = decoded(wrong);
     EXPECT_EQ(log_.errors(), std::vector<std::string>(2, "Error tring to decode city obj"));
-    EXPECT_EQ(partial->GMT(), 3.0);
     // Decoding stops at the bad number: later numbers stay unset, the names still come.
-    EXPECT_EQ(partial->asrMethod(), 0);
-    EXPECT_EQ(partial->cityName(), "Doha");
-    EXPECT_FALSE(partial->countryName().has_value());
+    EXPECT_EQ(fmt::format("{} {} {} {}", partial->GMT(), partial->asrMethod(), partial->cityName().value_or("-"),
+                          partial->countryName().value_or("-")),
+              "3 0 Doha -");
 }
 
 TEST_F(TarvoCityRecordTest, ResolvedOffsetAndPositionText) {

@@ -10,6 +10,7 @@
 using tarvo::Locale;
 using tarvo::PrayerCalculator;
 namespace text = tarvo::text;
+using Cases = std::vector<std::pair<std::string, std::string>>;
 
 namespace {
 
@@ -25,26 +26,26 @@ protected:
 
 TEST_F(TurkishLocale, NamesLowerCaseTheSameEverywhere) {
     ASSERT_EQ(Locale::currentLocale().identifier(), "tr_TR");
-    EXPECT_EQ(text::lowercased("INDIA"), "india");
-    EXPECT_EQ(text::lowercased("India"), "india");
-    EXPECT_EQ(text::lowercased("\u0130stanbul"), "i\u0307stanbul");  // dotted capital İ keeps its dot as a mark
-    EXPECT_EQ(text::lowercased("\u00C7AD"), "\u00E7ad");
+    // The dotted capital İ keeps its dot as a mark.
+    for (const auto& [name, lower] : Cases{{"INDIA", "india"}, {"India", "india"}, {"\u0130stanbul", "i\u0307stanbul"},
+                                           {"\u00C7AD", "\u00E7ad"}}) {
+        EXPECT_EQ(text::lowercased(name), lower);
+    }
     EXPECT_TRUE(text::equalsIgnoringCase("SAUDI ARABIA", "saudi arabia"));
     EXPECT_FALSE(text::equalsIgnoringCase("Oman", "Yemen"));
-    // The search's folding: case and marks go, other letters stay.
-    EXPECT_EQ(text::folded("S\u00C3O PAULO"), "sao paulo");
-    EXPECT_EQ(text::folded("\u0130STANBUL"), "istanbul");
-    EXPECT_EQ(text::folded("Stra\u00DFe"), "strasse");
-    EXPECT_EQ(text::folded("\u0623\u0628\u0647\u0627"), "\u0627\u0628\u0647\u0627");  // hamza on alef
-    EXPECT_EQ(text::folded("Troms\u00F8"), "troms\u00F8");
-    EXPECT_EQ(text::folded("\u0637\u0631\u064A\u0641\u200E\n"), "\u0637\u0631\u064A\u0641");  // direction mark
+    // The search's folding: case, marks (a hamza on alef) and direction marks go, other letters stay.
+    for (const auto& [name, folded] :
+         Cases{{"S\u00C3O PAULO", "sao paulo"}, {"\u0130STANBUL", "istanbul"}, {"Stra\u00DFe", "strasse"},
+               {"\u0623\u0628\u0647\u0627", "\u0627\u0628\u0647\u0627"}, {"Troms\u00F8", "troms\u00F8"},
+               {"\u0637\u0631\u064A\u0641\u200E\n", "\u0637\u0631\u064A\u0641"}}) {
+        EXPECT_EQ(text::folded(name), folded);
+    }
 
-    EXPECT_EQ(PrayerCalculator::getAutoAsrMethodFromCountry(std::string("India")), 2);
-    EXPECT_EQ(PrayerCalculator::getAutoAsrMethodFromCountry(std::string("PAKISTAN")), 2);
-    EXPECT_EQ(PrayerCalculator::getAutoAsrMethodFromCountry(std::string("Indonesia")), 1);
-    EXPECT_EQ(PrayerCalculator::time12ToHour("11:05 PM"), 11);
-    EXPECT_EQ(PrayerCalculator::time12ToMinute("11:05 PM"), 5);
-
+    for (const auto& [country, asr] : std::vector<std::pair<std::string, int>>{{"India", 2}, {"PAKISTAN", 2}, {"Indonesia", 1}}) {
+        EXPECT_EQ(PrayerCalculator::getAutoAsrMethodFromCountry(country), asr) << country;
+    }
+    EXPECT_EQ(std::pair(PrayerCalculator::time12ToHour("11:05 PM"), PrayerCalculator::time12ToMinute("11:05 PM")),
+              (std::pair<int64_t, int64_t>{11, 5}));
     EXPECT_EQ(tarvo::Log::levelFromName("INFO"), tarvo::Log::Level::info);
     EXPECT_EQ(tarvo::Log::levelFromName("VERBOSE"), tarvo::Log::Level::verbose);
 
@@ -55,23 +56,19 @@ TEST_F(TurkishLocale, NamesLowerCaseTheSameEverywhere) {
 }
 
 TEST(Text, TrimsReadsIntegersAndDates) {
-    EXPECT_EQ(text::trimmed("  \t05:30 \n"), "05:30");
-    EXPECT_EQ(text::trimmed("\u2003x y\u3000"), "x y");      // em and ideographic spaces
-    EXPECT_EQ(text::trimmed("\u00A0Mecca\u00A0"), "Mecca");  // no-break spaces are white space too
-    EXPECT_EQ(text::trimmed(" \t "), "");
-
-    EXPECT_EQ(text::integerValue("  42abc"), 42);
-    EXPECT_EQ(text::integerValue("-7:30"), -7);
-    EXPECT_EQ(text::integerValue("+12"), 12);
-    EXPECT_EQ(text::integerValue("abc"), 0);
-    EXPECT_EQ(text::integerValue(""), 0);
-    EXPECT_EQ(text::integerValue("99999999999999999999"), 999999999999999999);  // stops before overflowing
-
+    // Em, ideographic and no-break spaces are white space too.
+    for (const auto& [raw, trimmed] : Cases{{"  \t05:30 \n", "05:30"}, {"\u2003x y\u3000", "x y"},
+                                            {"\u00A0Mecca\u00A0", "Mecca"}, {" \t ", ""}}) {
+        EXPECT_EQ(text::trimmed(raw), trimmed);
+    }
+    // Reading stops before overflowing.
+    for (const auto& [raw, value] : std::vector<std::pair<std::string, int64_t>>{
+             {"  42abc", 42}, {"-7:30", -7}, {"+12", 12}, {"abc", 0}, {"", 0}, {"99999999999999999999", 999999999999999999}}) {
+        EXPECT_EQ(text::integerValue(raw), value) << raw;
+    }
     const auto leap = text::parseIsoDate("2024-02-29");
     ASSERT_TRUE(leap);
-    EXPECT_EQ(leap->year, 2024);
-    EXPECT_EQ(leap->month, 2u);
-    EXPECT_EQ(leap->day, 29u);
+    EXPECT_EQ(std::tuple(leap->year, leap->month, leap->day), std::tuple(2024, 2u, 29u));
     for (const char* bad : {"2023-02-29", "2024-13-01", "2024-00-10", "2024-1-10", "24-01-10x", "2024/01/10",
                             "-123-01-01", "2024-01-1a", ""}) {
         EXPECT_FALSE(text::parseIsoDate(bad)) << bad;
