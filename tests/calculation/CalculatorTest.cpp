@@ -9,21 +9,6 @@
 using tarvo::PrayerCalculator;
 using Params = PrayerCalculator::MethodParams;
 
-TEST(SolarCore, AngleArithmeticAndJulianDates) {
-    PrayerCalculator c;
-    EXPECT_EQ(PrayerCalculator::fixhour(-1), 23);
-    EXPECT_EQ(PrayerCalculator::fixhour(49.5), 1.5);
-    EXPECT_EQ(c.fixangle(-30), 330);
-    EXPECT_EQ(c.timeDiff(23, 1), 2);
-    // The arc cotangent stays between 0 and 180: not atan(1/x), a negative argument is obtuse.
-    EXPECT_DOUBLE_EQ(c.darccot(0), 90);
-    EXPECT_DOUBLE_EQ(c.darccot(1), 45);
-    EXPECT_DOUBLE_EQ(c.darccot(-1), 135);
-    EXPECT_EQ(c.julianDate(2000, 1, 1), 2451544.5);
-    EXPECT_EQ(c.julianDate(2000, 3, 1) - c.julianDate(2000, 2, 28), 2);  // 2000 is a leap year
-    EXPECT_EQ(c.julianDate(1900, 3, 1) - c.julianDate(1900, 2, 28), 1);  // 1900 is not
-}
-
 TEST(TimeFormat, ClockTextRoundsToTheMinuteWrapsAndParsesBack) {
     PrayerCalculator c;
     const double nan = std::nan("");

@@ -68,16 +68,3 @@ TEST_F(Locate, DirectoryServiceFallbackAndCache) {
     EXPECT_FALSE(loadsCurl("51.5074", "-0.1278"));
     EXPECT_TRUE(loadsCurl("-40", "-120"));
 }
-
-TEST_F(Locate, BadInput) {
-    for (const auto& args : std::vector<std::vector<std::string>>{
-             {"locate", "--lat", "95", "--lon", "0"},
-             {"locate", "--lat", "10"},
-             {"locate", "--lat", "10", "--lon", "10", "--km", "-1"},
-             {"locate", "--lat", "10", "--lon", "10", "--km", "x"},
-             {"locate", "--lat", "10", "--lon", "10", "--directory", "/nonexistent/cities.sqlite"}}) {
-        const auto run = runTarvo(args);
-        EXPECT_EQ(run.status, 2) << args.back();
-        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
-    }
-}

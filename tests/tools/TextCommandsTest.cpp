@@ -49,28 +49,18 @@ TEST_F(TextCommands, AlertsListSetAndTheGlobalSwitch) {
     json j = json::parse(run.out);
     const json& a = j["alerts"];
     ASSERT_EQ(a.size(), 10u);
-    // Sunrise: the call to prayer becomes the knock, which is installed.
+    // The alert rules themselves are the library's (tests/prayers); here what the tool sets
+    // and lists. Sunrise's azan plays the installed knock; tomorrow's sunrise misses its file.
     EXPECT_EQ(a[1]["soundOn"], true);
-    EXPECT_EQ(a[1]["soundName"], "Makkah Azan 1");
     EXPECT_EQ(a[1]["file"], (sounds / "8.mp3").string());
-    EXPECT_EQ(a[1]["builtIn"], true);
     EXPECT_EQ(a[1]["preAlert"], true);
-    // Tomorrow's sunrise plays the azan itself, whose file is missing.
     EXPECT_EQ(a[9]["file"], nullptr);
     EXPECT_EQ(a[9]["missingFile"], (sounds / "1.mp3").string());
-    // Isha switched on with no sound: its default, Telmari Azan.
-    EXPECT_EQ(a[6]["sound"], 4);
-    EXPECT_EQ(a[6]["soundName"], "Telmari Azan");
-    // Fajr vibrates with the picked file selected.
+    EXPECT_EQ(a[6]["soundName"], "Telmari Azan");  // Isha switched on by number: its default
     EXPECT_EQ(a[0]["vibrateOnly"], true);
-    EXPECT_EQ(a[0]["soundName"], "Vibrate only");
-    EXPECT_EQ(a[0]["sound"], 100);
     EXPECT_EQ(a[0]["file"], picked);
     EXPECT_EQ(a[0]["builtIn"], false);
-    EXPECT_EQ(a[4]["alertID"], "");
-
-    // The stored text form of the default sound.
-    EXPECT_EQ(runTarvo({"config", "get", "IshaSoundAlert", "--json"}).out, "\"4\"\n");
+    EXPECT_EQ(a[2]["soundOn"], false);
 
     run = runTarvo({"alerts", "all-off"});
     ASSERT_EQ(run.status, 0) << run.err;
@@ -89,15 +79,12 @@ TEST_F(TextCommands, AlertsListSetAndTheGlobalSwitch) {
 }
 
 TEST_F(TextCommands, DurationsInWordsTimerAndArabicDigits) {
-    EXPECT_EQ(runTarvo({"duration", "90061", "--seconds"}).out, "1d 1h 1m 1s\n");
-    EXPECT_EQ(runTarvo({"duration", "90061"}).out, "1d 1h 1m\n");
-    EXPECT_EQ(runTarvo({"duration", "3909", "--timer"}).out, "01:05:09\n");
+    // The wording is the library's (tests/facade/TimeTextTest.cpp); here the flags and the locale.
     EXPECT_EQ(runTarvo({"duration", "--seconds", "--", "-90"}).out, "1m 30s\n");
-    EXPECT_EQ(runTarvo({"duration", "3600", "--short"}).out, "1h\n");
+    EXPECT_EQ(runTarvo({"duration", "3909", "--timer"}).out, "01:05:09\n");
+    EXPECT_EQ(runTarvo({"duration", "3660", "--short"}).out, "1h 1m\n");
     EXPECT_EQ(runTarvo({"duration", "90061", "--seconds"}, {kArabicDigits, "LC_ALL"}).out,
               "\u0661d \u0661h \u0661m \u0661s\n");
-    EXPECT_EQ(runTarvo({"duration", "3909", "--timer"}, {kArabicDigits, "LC_ALL"}).out,
-              "\u0660\u0661:\u0660\u0665:\u0660\u0669\n");
 }
 
 TEST_F(TextCommands, HijriDatesBothWaysWithTheCorrection) {
@@ -168,48 +155,4 @@ TEST_F(TextCommands, DayAndNowWriteTheClockAndTheCountdown) {
     j = json::parse(runTarvo(with(with({"day"}, kMakkah), {"--json"})).out);
     ASSERT_FALSE(j["next"].is_null());
     EXPECT_GT(j["next"]["seconds"].get<double>(), 0);
-}
-
-TEST_F(TextCommands, BadInputIsOneLineAndStatusTwoAndChangesNothing) {
-    const std::vector<std::vector<std::string>> bad = {
-        {"alerts", "set", "Zuhr", "--on"},
-        {"alerts", "set", "Asr", "--on", "--file", "/no/such/file.mp3"},
-        {"alerts", "set", "10", "--on"},
-        {"alerts", "set", "Asr", "--on", "--sound", "11"},
-        {"alerts", "set", "Asr", "--on", "--sound", "-1"},
-        {"alerts", "set", "Asr", "--on", "--sound", "99"},
-        {"alerts", "set", "Asr", "--on", "--off"},
-        {"alerts", "set", "Asr"},
-        {"alerts", "set", "Asr", "--on", "--prealert", "maybe"},
-        {"duration", "abc"},
-        {"duration", "nan"},
-        {"duration", "inf"},
-        {"duration", "12s"},
-        {"hijri", "1", "13", "1445"},
-        {"hijri", "0", "9", "1445"},
-        {"hijri", "31", "9", "1445"},
-        {"hijri", "30", "2", "1445"},  // Safar 1445 has 29 days
-        {"hijri", "1", "9", "10000"},
-        {"hijri", "1", "9"},
-        {"hijri", "1", "9", "1445", "--date", "2024-03-11"},
-        {"hijri", "--date", "2024-02-30"},
-        with(with({"month"}, kMakkah), {"--month", "2016-13"}),
-        with(with({"month"}, kMakkah), {"--month", "2016-1"}),
-        with(with({"month"}, kMakkah), {"--month", "2016-01", "--json", "--csv"}),
-        with(with({"month"}, kMakkah), {"--clock", "13"}),
-        with(with({"day"}, kMakkah), {"--clock", "0"}),
-    };
-    for (const auto& args : bad) {
-        const auto run = runTarvo(args);
-        EXPECT_EQ(run.status, 2) << args[0] << " " << args[1] << " " << run.out;
-        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
-        EXPECT_TRUE(run.out.empty()) << run.out;
-    }
-    // None of the rejected alert changes reached the store.
-    const json j = json::parse(runTarvo({"alerts", "--json"}).out);
-    EXPECT_EQ(j["alerts"][3]["sound"], 0);
-    EXPECT_EQ(j["alerts"][3]["soundOn"], false);
-    for (const char* command : {"alerts", "duration", "hijri", "month"}) {
-        EXPECT_EQ(runTarvo({command, "--help"}).status, 0) << command;
-    }
 }

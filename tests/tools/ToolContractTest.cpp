@@ -1,0 +1,149 @@
+// The tarvo tool's contract for every command: bad input is one "tarvo: " line on stderr,
+// status 2 and no output; an unwritable output is status 1; commands without preferences
+// leave no data folder.
+#include <filesystem>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "support/DataFolder.h"
+#include "support/RunProcess.h"
+
+using nlohmann::json;
+using tarvo::test::runTarvo;
+
+namespace {
+
+std::vector<std::string> with(std::vector<std::string> head, const std::vector<std::string>& tail) {
+    head.insert(head.end(), tail.begin(), tail.end());
+    return head;
+}
+
+const std::vector<std::string> kMakkah = {"--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "4"};
+
+class ToolContract : public ::testing::Test {
+protected:
+    tarvo::test::ScopedDataFolder folder_;
+};
+
+}  // namespace
+
+TEST_F(ToolContract, BadInputIsOneLineStatusTwoAndChangesNothing) {
+    const auto times = [](std::vector<std::string> extra) {
+        return with({"times", "--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--date", "2016-01-05"},
+                    extra);
+    };
+    const auto day = [](const char* command, std::vector<std::string> extra) { return with(with({command}, kMakkah), extra); };
+    const std::vector<std::vector<std::string>> bad = {
+        {},
+        {"frobnicate"},
+        {"times", "--lon", "0", "--tz", "UTC"},
+        times({"--date", "5 Jan"}),
+        times({"--method", "9"}),
+        times({"--bogus"}),
+        times({"--lat", "91"}),
+        times({"--lon", "-181"}),
+        times({"--lat", "ten"}),
+        {"qibla", "--lat", "x", "--lon", "0"},
+        {"alerts", "set", "Zuhr", "--on"},
+        {"alerts", "set", "Asr", "--on", "--file", "/no/such/file.mp3"},
+        {"alerts", "set", "10", "--on"},
+        {"alerts", "set", "Asr", "--on", "--sound", "11"},
+        {"alerts", "set", "Asr", "--on", "--sound", "-1"},
+        {"alerts", "set", "Asr", "--on", "--off"},
+        {"alerts", "set", "Asr"},
+        {"alerts", "set", "Asr", "--on", "--prealert", "maybe"},
+        {"duration", "nan"},
+        {"duration", "inf"},
+        {"duration", "12s"},
+        {"hijri", "1", "13", "1445"},
+        {"hijri", "0", "9", "1445"},
+        {"hijri", "30", "2", "1445"},  // Safar 1445 has 29 days
+        {"hijri", "1", "9", "10000"},
+        {"hijri", "1", "9"},
+        {"hijri", "1", "9", "1445", "--date", "2024-03-11"},
+        {"hijri", "--date", "2024-02-30"},
+        day("month", {"--month", "2016-13"}),
+        day("month", {"--month", "2016-1"}),
+        day("month", {"--month", "2016-01", "--json", "--csv"}),
+        day("month", {"--clock", "13"}),
+        {"day", "--lat", "21.4", "--lon", "39.8"},  // no zone
+        with({"day", "--saved"}, kMakkah),         // both kinds of place
+        day("day", {"--days", "0"}),
+        day("day", {"--days", "367"}),
+        day("day", {"--date", "2016-02-30"}),
+        day("day", {"--fajr-angle", "15"}),  // angles need the custom method
+        day("now", {"--at", "2016-01-05 16:00"}),
+        day("now", {"--at", "2016-01-05T24:00"}),
+        day("now", {"--at", "2016-13-05T10:00"}),
+        {"moon", "--lat", "29", "--lon", "-81"},
+        {"sky", "--lat", "29", "--lon", "-81", "--at", "2019-06-21 15:54"},
+        {"sky", "--lat", "29"},
+        {"dish", "--lat", "29", "--lon", "-81"},
+        {"dish", "--lat", "29", "--lon", "-81", "--sat-lon", "19", "--along", "sun"},
+        {"dish", "--lat", "29", "--lon", "-81", "--along", "venus"},
+        {"dish", "--lat", "29", "--lon", "-81", "--sat-lon", "200"},
+        {"dish", "--lat", "29", "--lon", "-81", "--along", "moon", "--at", "noon"},
+        {"locate", "--lat", "95", "--lon", "0"},
+        {"locate", "--lat", "10", "--lon", "10", "--km", "-1"},
+        {"locate", "--lat", "10", "--lon", "10", "--km", "x"},
+        {"locate", "--lat", "10", "--lon", "10", "--directory", "/nonexistent/cities.sqlite"},
+    };
+    for (const auto& args : bad) {
+        const auto run = runTarvo(args);
+        std::string what;
+        for (const auto& a : args) what += a + " ";
+        EXPECT_EQ(run.status, 2) << what;
+        EXPECT_TRUE(run.out.empty()) << what << run.out;
+        EXPECT_EQ(run.err.rfind("tarvo: ", 0), 0u) << what << run.err;
+        EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << "one line: " << what << run.err;
+    }
+    // None of the rejected alert changes reached the store.
+    const json j = json::parse(runTarvo({"alerts", "--json"}).out);
+    EXPECT_EQ(j["alerts"][3]["sound"], 0);
+    EXPECT_EQ(j["alerts"][3]["soundOn"], false);
+
+    // Each error names what was wrong in the user's words, with no parser jargon.
+    const std::vector<std::pair<std::vector<std::string>, std::string>> said = {
+        {{"tiems"}, "tarvo: 'tarvo tiems' is not a command; did you mean 'times'?"},
+        {{"cities"}, "tarvo: 'tarvo cities' needs a command: saved, add,"},
+        {{"times", "--lat", "1", "--lat", "2"}, "tarvo: --lat was given 2 times; give it once\n"},
+        {{"times", "--lat", "1", "--lon", "0", "--tz", "UTC", "--date", "2023-02-29"},
+         "tarvo: --date: 2023-02-29 does not exist (2023-02 has 28 days)\n"},
+        {{"times", "--metod", "3"}, "tarvo: unknown option --metod; did you mean '--method'?\n"},
+        {{"times", "--format", "13"}, "tarvo: --format: '13' is not one of 24,12,12ns\n"},
+    };
+    for (const auto& [args, start] : said) EXPECT_EQ(runTarvo(args).err.rfind(start, 0), 0u) << runTarvo(args).err;
+    for (const char* command : {"times", "alerts", "duration", "hijri", "month", "day", "now", "moon", "sky", "dish"}) {
+        const auto help = runTarvo({command, "--help"});
+        EXPECT_EQ(help.status, 0) << command;
+        EXPECT_NE(help.out.find("--"), std::string::npos) << command;
+    }
+    const std::string help = runTarvo({"times", "--help"}).out;
+    for (const char* jargon : {"FLOAT", "INT:", "NUMBER in ["}) EXPECT_EQ(help.find(jargon), std::string::npos) << jargon;
+    EXPECT_NE(help.find("--lat -90..90"), std::string::npos) << help;
+}
+
+TEST(TarvoTool, OutputThatCannotBeWrittenIsAFailure) {
+    for (const char* command : {"times --lat 21.4225 --lon 39.8262 --tz Asia/Riyadh --json", "qibla --lat 21 --lon 39",
+                                "hijri --help"}) {
+        const auto r = tarvo::test::runProcess(
+            "/bin/sh", {"-c", std::string("\"") + TARVO_TOOL_PATH + "\" " + command + " > /dev/full"});
+        EXPECT_EQ(r.status, 1) << command;
+        EXPECT_EQ(r.err, "tarvo: cannot write the output: No space left on device\n") << command;
+    }
+}
+
+TEST(TarvoTool, CommandsWithoutPreferencesLeaveNoDataFolder) {
+    const std::string home = testing::TempDir() + "tarvo-untouched-home";
+    std::filesystem::remove_all(home);
+    const std::vector<std::string> env = {"TARVO_HOME=" + home};
+    for (const auto& args : std::vector<std::vector<std::string>>{{"times", "--lat", "10", "--lon", "0", "--tz", "UTC"},
+                                                                  {"qibla", "--lat", "10", "--lon", "0"},
+                                                                  {"moon", "--lat", "10", "--lon", "0", "--tz", "UTC"},
+                                                                  {"sky", "--lat", "10", "--lon", "0"},
+                                                                  {"dish", "--lat", "10", "--lon", "0", "--along", "moon"}}) {
+        EXPECT_EQ(runTarvo(args, env).status, 0) << args[0];
+    }
+    EXPECT_FALSE(std::filesystem::exists(home));
+}
