@@ -278,36 +278,22 @@ void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const st
 
 void TarvoCity::RemoveFromReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
     if (!city) return;
-    std::lock_guard lock(syncObj());
     // The insert's opening line: the two operations have always shared it.
-    TARVO_LOG_DEBUG("[DB] [DB] Save New Cached City");
-    Slot& slot = Slot::slot(SlotId::deleteCachedCity);
-    if (!slot.prepareOnce(database, kCacheDeleteSql)) {
-        TARVO_LOG_ERROR("[DB] Error: failed to delete cached city statement with message '{}'.",
-                        database.errorMessage());
-        return;
-    }
-    slot.statement().bindDouble(1, city->latitude());
-    slot.statement().bindDouble(2, city->longitude());
-    const int result = slot.step();
-    slot.reset();
-    if (result != SQLITE_DONE)
-        TARVO_LOG_ERROR("[DB] Error: failed to delete cached city '{}'.", database.errorMessage());
+    (void)Slot::run(SlotId::deleteCachedCity, database, kCacheDeleteSql, "[DB] [DB] Save New Cached City",
+                    "[DB] Error: failed to delete cached city statement with message '{}'.", [&](Slot& slot) {
+                        slot.statement().bindDouble(1, city->latitude());
+                        slot.statement().bindDouble(2, city->longitude());
+                        if (slot.step() != SQLITE_DONE)
+                            TARVO_LOG_ERROR("[DB] Error: failed to delete cached city '{}'.", database.errorMessage());
+                    });
 }
 
 void TarvoCity::DeleteAllReverseGeocodeCache(SqliteDatabase& database) {
-    std::lock_guard lock(syncObj());
-    TARVO_LOG_DEBUG("[DB] [DB] Save New Cached City");
-    Slot& slot = Slot::slot(SlotId::deleteAllCachedCities);
-    if (!slot.prepareOnce(database, kCacheDeleteAllSql)) {
-        TARVO_LOG_ERROR("[DB] Error: failed to delete all cached cities statement with message '{}'.",
-                        database.errorMessage());
-        return;
-    }
-    const int result = slot.step();
-    slot.reset();
-    if (result != SQLITE_DONE)
-        TARVO_LOG_ERROR("[DB] Error: failed to delete cached city '{}'.", database.errorMessage());
+    (void)Slot::run(SlotId::deleteAllCachedCities, database, kCacheDeleteAllSql, "[DB] [DB] Save New Cached City",
+                    "[DB] Error: failed to delete all cached cities statement with message '{}'.", [&](Slot& slot) {
+                        if (slot.step() != SQLITE_DONE)
+                            TARVO_LOG_ERROR("[DB] Error: failed to delete cached city '{}'.", database.errorMessage());
+                    });
 }
 
 void TarvoCity::SaveLastUsedCity(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
@@ -317,56 +303,39 @@ void TarvoCity::SaveLastUsedCity(SqliteDatabase& database, const std::shared_ptr
     // finds it empty in between.
     std::lock_guard lock(syncObj());
     RemoveLastUsedCity(database);
-    TARVO_LOG_DEBUG("[DB] [DB] Save Last Used City");
-    Slot& slot = Slot::slot(SlotId::insertLastUsed);
-    if (!slot.prepareOnce(database, kLastUsedInsertSql)) {
-        TARVO_LOG_ERROR("[DB] Error: failed SaveLastUsedCity with message '{}'.", database.errorMessage());
-        return;
-    }
-    if (!city->cityName()) city->setCityName("");
-    if (!city->countryName()) city->setCountryName("");
-    if (!city->stateName()) city->setStateName("");
-    if (!city->TimeZone()) city->setTimeZone("");
-    SqliteStatement& insert = slot.statement();
-    insert.bindText(1, *city->cityName());
-    insert.bindText(2, *city->countryName());
-    insert.bindDouble(3, city->latitude());
-    insert.bindDouble(4, city->longitude());
-    insert.bindText(5, *city->TimeZone());
-    const int result = slot.step();
-    slot.reset();
-    if (result != SQLITE_DONE) {
-        TARVO_LOG_ERROR("[DB] Error: failed to insert last used city '{}'.", database.errorMessage());
-    }
+    (void)Slot::run(SlotId::insertLastUsed, database, kLastUsedInsertSql, "[DB] [DB] Save Last Used City",
+                    "[DB] Error: failed SaveLastUsedCity with message '{}'.", [&](Slot& slot) {
+                        if (!city->cityName()) city->setCityName("");
+                        if (!city->countryName()) city->setCountryName("");
+                        if (!city->stateName()) city->setStateName("");
+                        if (!city->TimeZone()) city->setTimeZone("");
+                        SqliteStatement& insert = slot.statement();
+                        insert.bindText(1, *city->cityName());
+                        insert.bindText(2, *city->countryName());
+                        insert.bindDouble(3, city->latitude());
+                        insert.bindDouble(4, city->longitude());
+                        insert.bindText(5, *city->TimeZone());
+                        if (slot.step() != SQLITE_DONE)
+                            TARVO_LOG_ERROR("[DB] Error: failed to insert last used city '{}'.",
+                                            database.errorMessage());
+                    });
 }
 
 std::shared_ptr<TarvoCity> TarvoCity::GetLastUsedCity(SqliteDatabase& database) {
-    std::lock_guard lock(syncObj());
-    Slot& slot = Slot::slot(SlotId::readLastUsed);
-    if (!slot.prepareOnce(database, kLastUsedReadSql)) {
-        TARVO_LOG_ERROR("[DB] Error: failed GetLastUsedCity with message '{}'.", database.errorMessage());
-        return nullptr;
-    }
-    std::shared_ptr<TarvoCity> city;
-    if (slot.step() == SQLITE_ROW) {
-        // Left loading, as it always was: the host edits the returned city untracked until
-        // it clears the flag itself.
-        city = placeFromRow(slot.statement(), 0, "Unknown City", "Unknown Country");
-    }
-    slot.reset();
-    return city;
+    return Slot::run(SlotId::readLastUsed, database, kLastUsedReadSql, "",
+                     "[DB] Error: failed GetLastUsedCity with message '{}'.",
+                     [](Slot& slot) -> std::shared_ptr<TarvoCity> {
+                         // Left loading, as it always was: the host edits the returned city
+                         // untracked until it clears the flag itself.
+                         if (slot.step() != SQLITE_ROW) return nullptr;
+                         return placeFromRow(slot.statement(), 0, "Unknown City", "Unknown Country");
+                     })
+        .valueOr(nullptr);
 }
 
 void TarvoCity::RemoveLastUsedCity(SqliteDatabase& database) {
-    std::lock_guard lock(syncObj());
-    TARVO_LOG_DEBUG("[DB] RemoveLastUsedCity");
-    Slot& slot = Slot::slot(SlotId::clearLastUsed);
-    if (!slot.prepareOnce(database, kLastUsedClearSql)) {
-        TARVO_LOG_ERROR("[DB] Error: failed RemoveLastUsedCity with message '{}'.", database.errorMessage());
-        return;
-    }
-    slot.step();
-    slot.reset();
+    (void)Slot::run(SlotId::clearLastUsed, database, kLastUsedClearSql, "[DB] RemoveLastUsedCity",
+                    "[DB] Error: failed RemoveLastUsedCity with message '{}'.", [](Slot& slot) { slot.step(); });
 }
 
 }  // namespace tarvo
