@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Every offset `tarvo day` and `tarvo times` print agrees with Python's zoneinfo (the same
+"""Every offset `tarvo day`, `now` and `times` print agrees with Python's zoneinfo (the same
 system database, read by an independent implementation), for every zone of zone1970.tab at its
 own position over a whole year, and every Dhuhr lies within 40 minutes of the sun's transit
-(NOAA's solar-noon approximation). Usage: zone_offsets.py TARVO [YEAR]"""
+(NOAA's solar-noon approximation); `tarvo month` shows the clock times `day` lists. Usage: zone_offsets.py TARVO [YEAR]"""
 import datetime as dt
 import json
 import math
@@ -63,6 +63,22 @@ for name, (lat, lon) in sorted(zones.items()):
                 early = (utc.hour * 60 + utc.minute - transit_minutes_utc(utc.date(), lon) + 720) % 1440 - 720
                 if abs(early) > 40:
                     problems.append(f"{name} Dhuhr {prayer['time']} is {early:.0f} min from the transit")
+    clocks = {(day["date"], p["type"]): p["clock"] for day in days for p in day["prayers"] if p["type"] < 8}
+    month = tarvo("month", *place, "--month", f"{YEAR}-03", "--json")["days"]
+    for row in month:
+        for column, kind in (("fajr", 0), ("sunrise", 1), ("dhuhr", 2), ("asr", 3), ("maghrib", 5), ("isha", 6),
+                             ("qiyam", 7)):
+            checked += 1
+            if row["times"][column] != clocks.get((row["date"], kind)):
+                problems.append(f"{name} month {row['date']} {column} {row['times'][column]}, "
+                                f"day says {clocks.get((row['date'], kind))}")
+    for at in (f"{YEAR}-03-29T12:00", f"{YEAR}-10-04T12:00"):
+        now = tarvo("now", *place, "--at", at, "--json")
+        for text in (now["now"], now["current"]["time"], now["next"]["time"]):
+            moment = dt.datetime.fromisoformat(text)
+            checked += 1
+            if moment.utcoffset() != moment.astimezone(zone).utcoffset():
+                problems.append(f"{name} now {at}: {text}, zoneinfo says {moment.astimezone(zone).isoformat()}")
     for date in (f"{YEAR}-01-15", f"{YEAR}-07-15"):
         times = tarvo("times", *place, "--date", date, "--json")
         noon = dt.datetime.fromisoformat(date + "T12:00").replace(tzinfo=dt.timezone.utc)
