@@ -60,13 +60,10 @@ TEST_F(CitiesDirectoryToolTest, ShippedDirectoryAnswersNearestSearchAndCountries
     EXPECT_NE(far.err.find("no directory city within 50 km"), std::string::npos) << far.err;
 }
 
-TEST_F(CitiesDirectoryToolTest, DirectoryOptionAndEnvironmentChooseTheFile) {
+TEST_F(CitiesDirectoryToolTest, DirectoryOptionChoosesTheFile) {
     test::SmallDirectory small({{"Only Town", 10, 10, "NG", "", 1, "Africa/Lagos"}});
     ASSERT_EQ(small.build().status, 0) << small.build().err;
     EXPECT_EQ(jsonOf({"cities", "search", "town", "--json", "--directory", small.path().string()}).size(), 1u);
-    environment_.set("TARVO_DIRECTORY", small.path().string());
-    EXPECT_EQ(jsonOf({"cities", "nearest", "--lat", "10", "--lon", "10.1", "--km", "20", "--json"})["cityName"],
-              "Only Town");
 }
 
 TEST_F(CitiesDirectoryToolTest, BadInputIsOneLineAndStatus2) {
