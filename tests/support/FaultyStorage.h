@@ -1,6 +1,9 @@
 #pragma once
 
+#include <array>
 #include <atomic>
+#include <cstring>
+#include <mutex>
 #include <utility>
 
 #include <sqlite3.h>
@@ -42,18 +45,20 @@ public:
     int refusedWrites() const { return shim().refused; }
 
 private:
-    // The system's VFS with another name; its files keep their own state and get a copy of the
-    // system's methods in which the three that write or grow a file can refuse.
+    // The system's VFS with another name. Its files keep their own state, with the system's
+    // methods for them stored behind it; they get a copy of those methods (one copy for each
+    // kind of file: locking or not) in which the three that write or grow a file can refuse.
     struct Shim {
         sqlite3_vfs* real = sqlite3_vfs_find("unix");
         sqlite3_vfs vfs = *real;
-        const sqlite3_io_methods* realMethods = nullptr;
-        sqlite3_io_methods methods{};
+        std::mutex mutex;
+        std::array<std::pair<const sqlite3_io_methods*, sqlite3_io_methods>, 4> copies{};
         std::atomic<Fault> fault{Fault::none};
         std::atomic<int> refused{0};
 
         Shim() {
             vfs.zName = "tarvo-faulty";
+            vfs.szOsFile = real->szOsFile + static_cast<int>(sizeof(void*));
             vfs.xOpen = &open;
         }
         // The result code of a refused write, or SQLITE_OK to let it through.
@@ -67,31 +72,42 @@ private:
         static Shim* shim = new Shim();  // SQLite may keep pointers to it until exit
         return *shim;
     }
+    static const sqlite3_io_methods* realOf(sqlite3_file* file) {
+        const sqlite3_io_methods* methods = nullptr;
+        std::memcpy(&methods, reinterpret_cast<char*>(file) + shim().real->szOsFile, sizeof(methods));
+        return methods;
+    }
 
     static int open(sqlite3_vfs*, const char* name, sqlite3_file* file, int openFlags, int* outFlags) {
         Shim& s = shim();
         const int opened = s.real->xOpen(s.real, name, file, openFlags, outFlags);
         if (opened != SQLITE_OK || file->pMethods == nullptr) return opened;
-        if (s.realMethods == nullptr) {
-            s.realMethods = file->pMethods;
-            s.methods = *file->pMethods;
-            s.methods.xWrite = [](sqlite3_file* f, const void* data, int amount, sqlite3_int64 offset) {
-                if (const int rc = shim().refusal()) return rc;
-                return shim().realMethods->xWrite(f, data, amount, offset);
-            };
-            s.methods.xTruncate = [](sqlite3_file* f, sqlite3_int64 size) {
-                if (const int rc = shim().refusal()) return rc;
-                return shim().realMethods->xTruncate(f, size);
-            };
-            s.methods.xFileControl = [](sqlite3_file* f, int op, void* arg) {
-                // The size hint grows the file ahead of writes: on a full disk it fails too.
-                if (op == SQLITE_FCNTL_SIZE_HINT) {
+        std::memcpy(reinterpret_cast<char*>(file) + s.real->szOsFile, &file->pMethods, sizeof(file->pMethods));
+        std::lock_guard lock(s.mutex);
+        for (auto& [real, copy] : s.copies) {
+            if (real != nullptr && real != file->pMethods) continue;
+            if (real == nullptr) {
+                real = file->pMethods;
+                copy = *real;
+                copy.xWrite = [](sqlite3_file* f, const void* data, int amount, sqlite3_int64 offset) {
                     if (const int rc = shim().refusal()) return rc;
-                }
-                return shim().realMethods->xFileControl(f, op, arg);
-            };
+                    return realOf(f)->xWrite(f, data, amount, offset);
+                };
+                copy.xTruncate = [](sqlite3_file* f, sqlite3_int64 size) {
+                    if (const int rc = shim().refusal()) return rc;
+                    return realOf(f)->xTruncate(f, size);
+                };
+                copy.xFileControl = [](sqlite3_file* f, int op, void* arg) {
+                    // The size hint grows the file ahead of writes: on a full disk it fails too.
+                    if (op == SQLITE_FCNTL_SIZE_HINT) {
+                        if (const int rc = shim().refusal()) return rc;
+                    }
+                    return realOf(f)->xFileControl(f, op, arg);
+                };
+            }
+            file->pMethods = &copy;
+            break;
         }
-        if (file->pMethods == s.realMethods) file->pMethods = &s.methods;
         return SQLITE_OK;
     }
 };
