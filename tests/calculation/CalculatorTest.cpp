@@ -1,6 +1,7 @@
 // The calculator's building blocks: solar arithmetic, clock text, and the method table
 // with its automatic choices.
 #include <cmath>
+#include <functional>
 
 #include <gtest/gtest.h>
 
@@ -102,18 +103,16 @@ TEST(Methods, CalculatorsComputeAlikeOnlyWithEqualSettings) {
     EXPECT_TRUE(a.computesLike(b));
     EXPECT_TRUE(b.computesLike(a));
 
-    auto differs = [&](auto change) {
+    const std::function<void(PrayerCalculator&)> changes[] = {
+        [](PrayerCalculator& c) { c.setCalcMethod(2); },         [](PrayerCalculator& c) { c.setAsrJuristic(2); },
+        [](PrayerCalculator& c) { c.setAdjustHighLats(4); },     [](PrayerCalculator& c) { c.setDhuhrMinutes(2); },
+        [](PrayerCalculator& c) { c.setOverrideDST(1); },        [](PrayerCalculator& c) { c.setIshaMinutes(90); },
+        [](PrayerCalculator& c) { c.setOverrideTimeZoneOffset(3); }};
+    for (const auto& change : changes) {
         PrayerCalculator c;
         change(c);
-        return !a.computesLike(c) && !c.computesLike(a);
-    };
-    EXPECT_TRUE(differs([](PrayerCalculator& c) { c.setCalcMethod(2); }));
-    EXPECT_TRUE(differs([](PrayerCalculator& c) { c.setAsrJuristic(2); }));
-    EXPECT_TRUE(differs([](PrayerCalculator& c) { c.setAdjustHighLats(4); }));
-    EXPECT_TRUE(differs([](PrayerCalculator& c) { c.setDhuhrMinutes(2); }));
-    EXPECT_TRUE(differs([](PrayerCalculator& c) { c.setOverrideDST(1); }));
-    EXPECT_TRUE(differs([](PrayerCalculator& c) { c.setOverrideTimeZoneOffset(3); }));
-    EXPECT_TRUE(differs([](PrayerCalculator& c) { c.setIshaMinutes(90); }));
+        EXPECT_TRUE(!a.computesLike(c) && !c.computesLike(a));
+    }
 
     // Equal custom parameters in tables of their own still compute alike; a parameter of
     // another sign of zero does not count as equal.

@@ -13,17 +13,6 @@ namespace {
 
 class RealWorldTimes : public FacadeTest {
 protected:
-    static std::shared_ptr<TarvoCity> place(const std::string& zone, double latitude, double longitude) {
-        auto city = std::make_shared<TarvoCity>();
-        city->setIsLoadingFromDB(true);
-        city->setCityName(zone);
-        city->setLatitude(latitude);
-        city->setLongitude(longitude);
-        city->setTimeZone(zone);
-        city->setGMT(TarvoCity::kGMTFromTimeZone);
-        city->setIsLoadingFromDB(false);
-        return city;
-    }
     // Every moment the day timetables of the day before, the day and the day after list for
     // the prayers that can be current (not Sunset, not the tomorrow entries).
     static std::set<double> listed(const std::shared_ptr<TarvoCity>& city, Date noon) {
@@ -45,7 +34,7 @@ protected:
 TEST_F(RealWorldTimes, SunsetAfterMidnightBelongsToTheNextDay) {
     // Reykjavik at midsummer: the sun sets four minutes after midnight (published 00:04).
     TimeZone::setSystemDefault(*TimeZone::withName("Atlantic/Reykjavik"));
-    const auto list = TarvoDAO::getPrayerTimesForDate(at(2024, 6, 21, 12, 0), place("Atlantic/Reykjavik", 64.1466, -21.9426),
+    const auto list = TarvoDAO::getPrayerTimesForDate(at(2024, 6, 21, 12, 0), place("Reykjavik", 64.1466, -21.9426, "Atlantic/Reykjavik"),
                                                       Calendar(), IslamicCalendar());
     EXPECT_EQ(local(list[Prayer::Sunset]), "2024-06-22 00:04");
     EXPECT_EQ(local(list[Prayer::Maghrib]), "2024-06-22 00:04");
@@ -71,11 +60,9 @@ TEST_F(RealWorldTimes, CurrentAndNextThroughClockChangeNights) {
     std::vector<Night> nights;
     for (const Place& p : changing) {
         TimeZone::setSystemDefault(*TimeZone::withName(p.zone));
-        const TimeZone zone = *TimeZone::withName(p.zone);
-        for (Date noon = at(2024, 1, 1, 12, 0); Calendar().components(noon).year < 2027;
-             noon = Calendar().dateByAddingDays(1, noon)) {
+        for (Date noon = at(2024, 1, 1, 12, 0); Calendar().components(noon).year < 2027; noon = Calendar().dateByAddingDays(1, noon)) {
             const Date next = Calendar().dateByAddingDays(1, noon);
-            if (zone.secondsFromGMT(noon) != zone.secondsFromGMT(next)) {
+            if (TimeZone::systemDefault().secondsFromGMT(noon) != TimeZone::systemDefault().secondsFromGMT(next)) {
                 const DateComponents c = Calendar().components(next);
                 nights.push_back({p, c.year, c.month, c.day});
             }
@@ -89,7 +76,7 @@ TEST_F(RealWorldTimes, CurrentAndNextThroughClockChangeNights) {
 
     for (const Night& n : nights) {
         TimeZone::setSystemDefault(*TimeZone::withName(n.place.zone));
-        const auto city = place(n.place.zone, n.place.latitude, n.place.longitude);
+        const auto city = place(n.place.zone, n.place.latitude, n.place.longitude, n.place.zone);
         const std::set<double> moments = listed(city, at(n.year, n.month, n.day, 12, 0));
         // Every half hour from 20:00 on the eve to 08:00 on the day.
         const Date eve = at(n.year, n.month, n.day - 1, 20, 0);
@@ -106,7 +93,7 @@ TEST_F(RealWorldTimes, CurrentAndNextThroughClockChangeNights) {
             const double t = now.timeIntervalSince1970();
             EXPECT_LE(current, t) << where << ": the current prayer has not begun";
             EXPECT_GT(next, t) << where << ": the next prayer has passed";
-            EXPECT_TRUE(moments.count(current) && moments.count(next)) << where << ": not a listed moment " << Date(current).description() << " " << Date(next).description() << facade->CurrentPrayer()->Type() << facade->NextPrayer()->Type();
+            EXPECT_TRUE(moments.count(current) && moments.count(next)) << where << ": not a listed moment";
             const auto between = std::distance(moments.upper_bound(current), moments.lower_bound(next));
             EXPECT_EQ(between, 0) << where << ": a prayer lies between the current and the next";
         }

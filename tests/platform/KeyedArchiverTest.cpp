@@ -1,6 +1,5 @@
 // Keyed archives: what goes in comes out, and hostile bytes are refused without harm.
 #include <limits>
-#include <random>
 
 #include <gtest/gtest.h>
 
@@ -52,7 +51,7 @@ TEST(KeyedArchiving, EveryKindRoundTripsAndScalarsReadAcrossNumberKinds) {
     EXPECT_THROW(u->decodeString("customFajrAngle"), KeyedUnarchiver::DecodingError);
 }
 
-TEST(KeyedArchivingSecurity, WrongClassTruncatedRandomAndCorruptedBytesNeverHurt) {
+TEST(KeyedArchivingSecurity, WrongClassAndTruncatedArchivesAreRefused) {
     test::LogCapture log;
     KeyedArchiver city("TarvoCity");
     city.encodeDouble(5.5, "GMT");
@@ -66,32 +65,7 @@ TEST(KeyedArchivingSecurity, WrongClassTruncatedRandomAndCorruptedBytesNeverHurt
     auto longer = data;
     longer.push_back(0x00);
     EXPECT_TRUE(refused(longer)) << "trailing bytes";
-    std::mt19937 random(20240521);
-    for (int round = 0; round < 3000; ++round) {
-        std::vector<uint8_t> bytes(random() % 300);
-        for (auto& b : bytes) b = static_cast<uint8_t>(random());
-        EXPECT_TRUE(refused(bytes)) << "round " << round;
-    }
-    // Any single byte changed: the archive is refused, or every decoder can be asked about it.
-    for (size_t position = 0; position < data.size(); ++position) {
-        for (uint8_t value : {uint8_t{0x00}, uint8_t{0xff}, static_cast<uint8_t>(random())}) {
-            auto corrupt = data;
-            corrupt[position] = value;
-            const auto u = KeyedUnarchiver::forReadingFromData(corrupt, kClass);
-            for (const char* key : {"Smallest", "customFajrAngle", "FajrSoundAlert", "list", "blob"}) {
-                if (!u) break;
-                u->decodeBool(key);
-                u->decodeInteger(key);
-                u->decodeDouble(key);
-                u->decodeObject(key);
-                try {
-                    u->decodeNumber(key);
-                    u->decodeString(key);
-                } catch (const KeyedUnarchiver::DecodingError&) {
-                }
-            }
-        }
-    }
+    // Random and corrupted bytes are the keyed_archive fuzz target's work.
 }
 
 TEST(KeyedArchivingSecurity, HostileLayoutsAreRefused) {

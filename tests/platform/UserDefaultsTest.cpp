@@ -31,30 +31,17 @@ struct ReadingRow {
 
 TEST(UserDefaultsReading, EveryStoredKindReadsByTheRulesWhetherReopenedOrRegistered) {
     const ReadingRow rows[] = {
-        {nullptr, false, 0, 0.0, std::nullopt},
-        {-7, true, -7, -7.0, "-7"},
-        {0, false, 0, 0.0, "0"},
+        {nullptr, false, 0, 0.0, std::nullopt}, {-7, true, -7, -7.0, "-7"}, {0, false, 0, 0.0, "0"},
         {std::numeric_limits<uint64_t>::max(), true, kMax, 18446744073709551615.0, "18446744073709551615"},
         {-3.9, true, -3, -3.9, "-3.9"},  // truncated toward zero
-        {50.0, true, 50, 50.0, "50"},
-        {0.25, true, 0, 0.25, "0.25"},
-        {1e300, true, kMax, 1e300, "1e+300"},
-        {-1e300, true, kMin, -1e300, "-1e+300"},
-        {true, true, 1, 1.0, "1"},
-        {" 12\t", true, 12, 12.0, " 12\t"},
-        {"+5", true, 5, 5.0, "+5"},
-        {"4.7", true, 4, 4.7, "4.7"},
-        {"1e3", true, 1000, 1000.0, "1e3"},
-        {"0", false, 0, 0.0, "0"},
-        {"YES", true, 0, 0.0, "YES"},
-        {"TrUe", true, 0, 0.0, "TrUe"},
-        {"NO", false, 0, 0.0, "NO"},
-        {"4abc", false, 0, 0.0, "4abc"},
-        {"", false, 0, 0.0, ""},
+        {50.0, true, 50, 50.0, "50"}, {0.25, true, 0, 0.25, "0.25"}, {1e300, true, kMax, 1e300, "1e+300"},
+        {-1e300, true, kMin, -1e300, "-1e+300"}, {true, true, 1, 1.0, "1"}, {" 12\t", true, 12, 12.0, " 12\t"},
+        {"+5", true, 5, 5.0, "+5"}, {"4.7", true, 4, 4.7, "4.7"}, {"1e3", true, 1000, 1000.0, "1e3"},
+        {"0", false, 0, 0.0, "0"}, {"YES", true, 0, 0.0, "YES"}, {"TrUe", true, 0, 0.0, "TrUe"},
+        {"NO", false, 0, 0.0, "NO"}, {"4abc", false, 0, 0.0, "4abc"}, {"", false, 0, 0.0, ""},
         {"nan", false, 0, 0.0, "nan"},
         {"9223372036854775808", true, kMax, 9223372036854775808.0, "9223372036854775808"},
-        {json::array({1, 2}), false, 0, 0.0, std::nullopt},
-        {json{{"a", 1}}, false, 0, 0.0, std::nullopt},
+        {json::array({1, 2}), false, 0, 0.0, std::nullopt}, {json{{"a", 1}}, false, 0, 0.0, std::nullopt},
         {json::binary({1, 2, 3}), false, 0, 0.0, std::nullopt},
     };
     ScopedDataFolder folder;

@@ -1,19 +1,13 @@
 #pragma once
 
-#include <cstdint>
-
 #include "tarvo/platform/Calendar.h"
 
 namespace tarvo::test {
 
-/// Noon of a date in the device's zone: the moment the tool and the app ask about.
-inline Date noonOn(int64_t year, int64_t month, int64_t day) {
-    DateComponents c;
-    c.year = year;
-    c.month = month;
-    c.day = day;
-    c.hour = 12;
-    return Calendar().dateFromComponents(c);
+/// A moment on the device's clock; by default noon, the moment the tool and the app ask about.
+inline Date localTime(int64_t year, int64_t month, int64_t day, int64_t hour = 12, int64_t minute = 0) {
+    return Calendar().dateFromComponents({year, month, day, hour, minute});
 }
+inline Date noonOn(int64_t year, int64_t month, int64_t day) { return localTime(year, month, day); }
 
 }  // namespace tarvo::test

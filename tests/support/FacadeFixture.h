@@ -8,9 +8,9 @@
 #include <nlohmann/json.hpp>
 
 #include "support/DataFolder.h"
+#include "support/Dates.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/facade/TarvoDAO.h"
-#include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Clock.h"
 #include "tarvo/platform/TimeZone.h"
 #include "tarvo/platform/UserDefaults.h"
@@ -43,13 +43,7 @@ protected:
 
     /// A moment on the device's clock.
     static Date at(int64_t year, int64_t month, int64_t day, int64_t hour, int64_t minute) {
-        DateComponents c;
-        c.year = year;
-        c.month = month;
-        c.day = day;
-        c.hour = hour;
-        c.minute = minute;
-        return Calendar().dateFromComponents(c);
+        return localTime(year, month, day, hour, minute);
     }
 
     /// "2016-01-05 05:38" on the device's clock; "none" for a record without a time.
@@ -59,16 +53,24 @@ protected:
         return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}", c.year, c.month, c.day, c.hour, c.minute);
     }
 
-    /// Makkah with Umm al-Qura, its offset from the zone.
-    static std::shared_ptr<TarvoCity> makkah(const std::string& country = "Saudi Arabia") {
+    /// A city record at the position, its offset from its zone.
+    static std::shared_ptr<TarvoCity> place(const std::string& name, double lat, double lon, const std::string& zone,
+                                            const std::string& country = "") {
         auto city = std::make_shared<TarvoCity>();
         city->setIsLoadingFromDB(true);
-        city->setCityName("Makkah");
-        city->setCountryName(country);
-        city->setLatitude(21.4225);
-        city->setLongitude(39.8262);
-        city->setTimeZone("Asia/Riyadh");
+        city->setCityName(name);
+        if (!country.empty()) city->setCountryName(country);
+        city->setLatitude(lat);
+        city->setLongitude(lon);
+        city->setTimeZone(zone);
         city->setGMT(TarvoCity::kGMTFromTimeZone);
+        city->setIsLoadingFromDB(false);
+        return city;
+    }
+    /// Makkah with Umm al-Qura.
+    static std::shared_ptr<TarvoCity> makkah(const std::string& country = "Saudi Arabia") {
+        auto city = place("Makkah", 21.4225, 39.8262, "Asia/Riyadh", country);
+        city->setIsLoadingFromDB(true);
         city->setPrayerMethod(4);
         city->setIsLoadingFromDB(false);
         return city;

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstring>
+#include <mutex>
 #include <utility>
 
 #include <sqlite3.h>
@@ -19,8 +21,8 @@ class FaultyStorage {
 public:
     enum class Fault {
         none,
-        diskFull,    ///< every write and every growth of a file fails with SQLITE_FULL (ENOSPC)
-        readOnly,    ///< every write fails as on a file system remounted read-only (EROFS)
+        diskFull,  ///< every write and every growth of a file fails with SQLITE_FULL (ENOSPC)
+        readOnly,  ///< every write fails as on a file system remounted read-only (EROFS)
     };
 
     /// Each fault with SQLite's text for the error it causes.
@@ -28,126 +30,86 @@ public:
         {Fault::diskFull, "database or disk is full"}, {Fault::readOnly, "disk I/O error"}};
 
     FaultyStorage() {
-        Shim& shim = Shim::instance();
-        shim.fault = Fault::none;
-        sqlite3_vfs_register(&shim.vfs, 1);
+        shim().fault = Fault::none;
+        sqlite3_vfs_register(&shim().vfs, 1);
     }
     ~FaultyStorage() {
-        Shim& shim = Shim::instance();
-        shim.fault = Fault::none;
-        sqlite3_vfs_register(shim.real, 1);
+        shim().fault = Fault::none;
+        sqlite3_vfs_register(shim().real, 1);
     }
     FaultyStorage(const FaultyStorage&) = delete;
     FaultyStorage& operator=(const FaultyStorage&) = delete;
 
-    void set(Fault fault) { Shim::instance().fault = fault; }
+    void set(Fault fault) { shim().fault = fault; }
     /// Writes refused since the storage was made.
-    int refusedWrites() const { return Shim::instance().refused; }
+    int refusedWrites() const { return shim().refused; }
 
 private:
-    struct File {
-        sqlite3_file base;
-        sqlite3_file* real;  // follows this struct in the same allocation
-    };
-
+    // The system's VFS with another name. Its files keep their own state, with the system's
+    // methods for them stored behind it; they get a copy of those methods (one copy for each
+    // kind of file: locking or not) in which the three that write or grow a file can refuse.
     struct Shim {
-        sqlite3_vfs vfs{};
-        sqlite3_vfs* real = nullptr;
-        sqlite3_io_methods methods{};
+        sqlite3_vfs* real = sqlite3_vfs_find("unix");
+        sqlite3_vfs vfs = *real;
+        std::mutex mutex;
+        std::array<std::pair<const sqlite3_io_methods*, sqlite3_io_methods>, 4> copies{};
         std::atomic<Fault> fault{Fault::none};
         std::atomic<int> refused{0};
 
-        static Shim& instance() {
-            static Shim* shim = new Shim();  // SQLite may keep pointers to it until exit
-            return *shim;
-        }
         Shim() {
-            real = sqlite3_vfs_find("unix");
-            vfs = *real;
             vfs.zName = "tarvo-faulty";
-            vfs.szOsFile = static_cast<int>(sizeof(File)) + real->szOsFile;
-            vfs.pAppData = this;
+            vfs.szOsFile = real->szOsFile + static_cast<int>(sizeof(void*));
             vfs.xOpen = &open;
         }
-
         // The result code of a refused write, or SQLITE_OK to let it through.
-        int refusal(int fullCode) {
-            switch (fault.load()) {
-                case Fault::none: return SQLITE_OK;
-                case Fault::diskFull: ++refused; return fullCode;
-                case Fault::readOnly: ++refused; return SQLITE_IOERR_WRITE;
-            }
-            return SQLITE_OK;
-        }
-
-        static sqlite3_file* realOf(sqlite3_file* file) { return reinterpret_cast<File*>(file)->real; }
-
-        static int open(sqlite3_vfs* vfs, const char* name, sqlite3_file* file, int openFlags, int* outFlags) {
-            Shim& shim = *static_cast<Shim*>(vfs->pAppData);
-            auto* wrapper = reinterpret_cast<File*>(file);
-            wrapper->real = reinterpret_cast<sqlite3_file*>(wrapper + 1);
-            const int opened = shim.real->xOpen(shim.real, name, wrapper->real, openFlags, outFlags);
-            if (opened != SQLITE_OK || wrapper->real->pMethods == nullptr) {
-                file->pMethods = nullptr;
-                return opened;
-            }
-            if (shim.methods.iVersion == 0) {
-                shim.methods = *wrapper->real->pMethods;
-                shim.methods.xClose = [](sqlite3_file* f) { return realOf(f)->pMethods->xClose(realOf(f)); };
-                shim.methods.xRead = [](sqlite3_file* f, void* data, int amount, sqlite3_int64 offset) {
-                    return realOf(f)->pMethods->xRead(realOf(f), data, amount, offset);
-                };
-                shim.methods.xWrite = [](sqlite3_file* f, const void* data, int amount, sqlite3_int64 offset) {
-                    if (const int rc = instance().refusal(SQLITE_FULL)) return rc;
-                    return realOf(f)->pMethods->xWrite(realOf(f), data, amount, offset);
-                };
-                shim.methods.xTruncate = [](sqlite3_file* f, sqlite3_int64 size) {
-                    if (const int rc = instance().refusal(SQLITE_FULL)) return rc;
-                    return realOf(f)->pMethods->xTruncate(realOf(f), size);
-                };
-                shim.methods.xSync = [](sqlite3_file* f, int flags) {
-                    return realOf(f)->pMethods->xSync(realOf(f), flags);
-                };
-                shim.methods.xFileSize = [](sqlite3_file* f, sqlite3_int64* size) {
-                    return realOf(f)->pMethods->xFileSize(realOf(f), size);
-                };
-                shim.methods.xLock = [](sqlite3_file* f, int lock) { return realOf(f)->pMethods->xLock(realOf(f), lock); };
-                shim.methods.xUnlock = [](sqlite3_file* f, int lock) {
-                    return realOf(f)->pMethods->xUnlock(realOf(f), lock);
-                };
-                shim.methods.xCheckReservedLock = [](sqlite3_file* f, int* out) {
-                    return realOf(f)->pMethods->xCheckReservedLock(realOf(f), out);
-                };
-                shim.methods.xFileControl = [](sqlite3_file* f, int op, void* arg) {
-                    // The size hint grows the file ahead of writes: on a full disk it fails too.
-                    if (op == SQLITE_FCNTL_SIZE_HINT) {
-                        if (const int rc = instance().refusal(SQLITE_FULL)) return rc;
-                    }
-                    return realOf(f)->pMethods->xFileControl(realOf(f), op, arg);
-                };
-                shim.methods.xSectorSize = [](sqlite3_file* f) { return realOf(f)->pMethods->xSectorSize(realOf(f)); };
-                shim.methods.xDeviceCharacteristics = [](sqlite3_file* f) {
-                    return realOf(f)->pMethods->xDeviceCharacteristics(realOf(f));
-                };
-                shim.methods.xShmMap = [](sqlite3_file* f, int page, int size, int extend, void volatile** out) {
-                    return realOf(f)->pMethods->xShmMap(realOf(f), page, size, extend, out);
-                };
-                shim.methods.xShmLock = [](sqlite3_file* f, int offset, int n, int flags) {
-                    return realOf(f)->pMethods->xShmLock(realOf(f), offset, n, flags);
-                };
-                shim.methods.xShmBarrier = [](sqlite3_file* f) { realOf(f)->pMethods->xShmBarrier(realOf(f)); };
-                shim.methods.xShmUnmap = [](sqlite3_file* f, int deleteFlag) {
-                    return realOf(f)->pMethods->xShmUnmap(realOf(f), deleteFlag);
-                };
-                // Memory-mapped reads would bypass the wrapper's view of the file: left out.
-                shim.methods.iVersion = 2;
-                shim.methods.xFetch = nullptr;
-                shim.methods.xUnfetch = nullptr;
-            }
-            file->pMethods = &shim.methods;
-            return SQLITE_OK;
+        int refusal() {
+            if (fault == Fault::none) return SQLITE_OK;
+            ++refused;
+            return fault == Fault::diskFull ? SQLITE_FULL : SQLITE_IOERR_WRITE;
         }
     };
+    static Shim& shim() {
+        static Shim* shim = new Shim();  // SQLite may keep pointers to it until exit
+        return *shim;
+    }
+    static const sqlite3_io_methods* realOf(sqlite3_file* file) {
+        const sqlite3_io_methods* methods = nullptr;
+        std::memcpy(&methods, reinterpret_cast<char*>(file) + shim().real->szOsFile, sizeof(methods));
+        return methods;
+    }
+
+    static int open(sqlite3_vfs*, const char* name, sqlite3_file* file, int openFlags, int* outFlags) {
+        Shim& s = shim();
+        const int opened = s.real->xOpen(s.real, name, file, openFlags, outFlags);
+        if (opened != SQLITE_OK || file->pMethods == nullptr) return opened;
+        std::memcpy(reinterpret_cast<char*>(file) + s.real->szOsFile, &file->pMethods, sizeof(file->pMethods));
+        std::lock_guard lock(s.mutex);
+        for (auto& [real, copy] : s.copies) {
+            if (real != nullptr && real != file->pMethods) continue;
+            if (real == nullptr) {
+                real = file->pMethods;
+                copy = *real;
+                copy.xWrite = [](sqlite3_file* f, const void* data, int amount, sqlite3_int64 offset) {
+                    if (const int rc = shim().refusal()) return rc;
+                    return realOf(f)->xWrite(f, data, amount, offset);
+                };
+                copy.xTruncate = [](sqlite3_file* f, sqlite3_int64 size) {
+                    if (const int rc = shim().refusal()) return rc;
+                    return realOf(f)->xTruncate(f, size);
+                };
+                copy.xFileControl = [](sqlite3_file* f, int op, void* arg) {
+                    // The size hint grows the file ahead of writes: on a full disk it fails too.
+                    if (op == SQLITE_FCNTL_SIZE_HINT) {
+                        if (const int rc = shim().refusal()) return rc;
+                    }
+                    return realOf(f)->xFileControl(f, op, arg);
+                };
+            }
+            file->pMethods = &copy;
+            break;
+        }
+        return SQLITE_OK;
+    }
 };
 
 }  // namespace tarvo::test

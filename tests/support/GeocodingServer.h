@@ -18,23 +18,17 @@ public:
     GeocodingServer() {
         server_.Get("/reverse", [this](const httplib::Request& request, httplib::Response& response) {
             ++requests_;
-            std::string body;
-            int status = 0;
-            std::chrono::milliseconds delay{};
-            std::string location;
+            Reply reply;
             {
                 std::lock_guard lock(mutex_);
                 lastQuery_ = request.params;
                 userAgent_ = request.get_header_value("User-Agent");
-                body = body_;
-                status = status_;
-                delay = delay_;
-                location = location_;
+                reply = reply_;
             }
-            if (delay.count() > 0) std::this_thread::sleep_for(delay);
-            response.status = status;
-            if (!location.empty()) response.set_header("Location", location);
-            response.set_content(body, "application/json");
+            std::this_thread::sleep_for(reply.delay);
+            response.status = reply.status;
+            if (!reply.location.empty()) response.set_header("Location", reply.location);
+            response.set_content(reply.body, "application/json");
         });
         port_ = server_.bind_to_any_port("127.0.0.1");
         thread_ = std::thread([this] { server_.listen_after_bind(); });
@@ -47,20 +41,10 @@ public:
         if (thread_.joinable()) thread_.join();
     }
     void answer(std::string body, int status = 200, std::chrono::milliseconds delay = {}) {
-        std::lock_guard lock(mutex_);
-        body_ = std::move(body);
-        status_ = status;
-        delay_ = delay;
-        location_.clear();
+        set({std::move(body), status, delay, {}});
     }
     /// Answers every request with a redirect to `location`.
-    void redirect(std::string location, int status = 302) {
-        std::lock_guard lock(mutex_);
-        body_.clear();
-        status_ = status;
-        delay_ = {};
-        location_ = std::move(location);
-    }
+    void redirect(std::string location, int status = 302) { set({{}, status, {}, std::move(location)}); }
     std::string url() const { return "http://127.0.0.1:" + std::to_string(port_); }
     int requests() const { return requests_; }
     std::string query(const std::string& name) {
@@ -74,6 +58,17 @@ public:
     }
 
 private:
+    struct Reply {
+        std::string body = "{}";
+        int status = 200;
+        std::chrono::milliseconds delay{};
+        std::string location;
+    };
+    void set(Reply reply) {
+        std::lock_guard lock(mutex_);
+        reply_ = std::move(reply);
+    }
+
     httplib::Server server_;
     std::thread thread_;
     int port_ = 0;
@@ -81,10 +76,7 @@ private:
     std::mutex mutex_;
     httplib::Params lastQuery_;
     std::string userAgent_;
-    std::string body_ = "{}";
-    int status_ = 200;
-    std::chrono::milliseconds delay_{};
-    std::string location_;
+    Reply reply_;
 };
 
 }  // namespace tarvo::test

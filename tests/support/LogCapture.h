@@ -1,6 +1,6 @@
 #pragma once
 
-#include <functional>
+#include <algorithm>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -29,21 +29,26 @@ public:
     LogCapture& operator=(const LogCapture&) = delete;
 
     /// The lines that begin with `prefix` (all of them by default), in order.
-    std::vector<std::string> lines(std::string_view prefix = {}) const {
-        return select([&](Log::Level, const std::string& text) { return text.starts_with(prefix); });
+    std::vector<std::string> lines(std::string_view prefix = {}, bool errorsOnly = false) const {
+        std::lock_guard lock(mutex_);
+        std::vector<std::string> out;
+        for (const auto& [level, text] : lines_) {
+            if (text.starts_with(prefix) && (!errorsOnly || level == Log::Level::error)) out.push_back(text);
+        }
+        return out;
     }
-    std::vector<std::string> errors() const {
-        return select([](Log::Level level, const std::string&) { return level == Log::Level::error; });
-    }
+    std::vector<std::string> errors() const { return lines({}, true); }
     /// How many lines read exactly `text`.
     size_t count(std::string_view text) const {
-        return select([&](Log::Level, const std::string& line) { return line == text; }).size();
+        const auto all = lines(text);
+        return static_cast<size_t>(std::count(all.begin(), all.end(), text));
     }
     /// Whether some error line contains `text`.
     bool hasError(std::string_view text) const {
-        return !select([&](Log::Level level, const std::string& line) {
-                    return level == Log::Level::error && line.find(text) != std::string::npos;
-                }).empty();
+        for (const auto& line : errors()) {
+            if (line.find(text) != std::string::npos) return true;
+        }
+        return false;
     }
     void clear() {
         std::lock_guard lock(mutex_);
@@ -51,15 +56,6 @@ public:
     }
 
 private:
-    std::vector<std::string> select(const std::function<bool(Log::Level, const std::string&)>& keep) const {
-        std::lock_guard lock(mutex_);
-        std::vector<std::string> out;
-        for (const auto& [level, text] : lines_) {
-            if (keep(level, text)) out.push_back(text);
-        }
-        return out;
-    }
-
     Log::Level previousLevel_;
     mutable std::mutex mutex_;
     std::vector<std::pair<Log::Level, std::string>> lines_;

@@ -62,7 +62,7 @@ TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
     EXPECT_EQ(timesOf({"--saved"}), timesOf({"--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method",
                                              "4", "--asr", "2", "--city", "Makkah", "--country", "Saudi Arabia"}));
 
-    // Rows a host wrote: a custom-method city with its angles and the old offset marker.
+    // A row a host wrote, with terminal controls in its names (its settings are read as in tests/cities).
     ASSERT_TRUE(test::runSql(UserDatabase::defaultPath(),
                              "INSERT INTO savedcities (current_city, country_name, city_name, latitude, longitude, gmt, "
                              "uses_dst, prayermethod, asrmethod, adjusthighlat, custom_fajrangle, custom_ishaangle, "
@@ -74,9 +74,6 @@ TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
     const std::string shown = runTarvo({"cities", "saved"}).out;
     EXPECT_NE(shown.find("Calgary ([31mAlberta) "), std::string::npos) << shown;
     ASSERT_EQ(runTarvo({"cities", "select", calgary}).status, 0);
-    EXPECT_EQ(timesOf({"--saved"}),
-              timesOf({"--lat", "51.05", "--lon", "-114.07", "--tz", "America/Edmonton", "--method", "6", "--asr", "1",
-                       "--fajr-angle", "16.5", "--isha-angle", "14.5", "--city", "Calgary", "--country", "Canada"}));
     // Deleting the selected city leaves no selection: London.
     const auto removed = runTarvo({"cities", "delete", calgary, "--json"});
     ASSERT_EQ(removed.status, 0) << removed.err;
