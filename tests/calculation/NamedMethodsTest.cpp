@@ -169,6 +169,25 @@ TEST(NamedMethods, FixedMinutesMaghribByAngleAndJafariMidnight) {
     EXPECT_GT(afterSunset, 17);
     EXPECT_LT(afterSunset, 22);
 
+    // The Moonsighting Committee at 51.5 degrees: at the winter solstice Fajr 75 + 28.65/55 x
+    // 51.5 = 101.826 minutes before sunrise and Isha 75 + 25.6/55 x 51.5 = 98.970 after
+    // sunset; at the summer solstice (day 183) 120.039 and 80.749; halfway through the first
+    // 91 days, halfway to the equinox values 93.203 and 76.920.
+    const auto near = [](std::array<double, 2> got, double fajr, double isha) {
+        EXPECT_NEAR(got[0], fajr, 0.001);
+        EXPECT_NEAR(got[1], isha, 0.001);
+    };
+    near(CalculationMethod::seasonalTwilightMinutes(51.5, 0), 101.826, 98.970);
+    near(CalculationMethod::seasonalTwilightMinutes(-51.5, 183), 120.039, 80.749);
+    near(CalculationMethod::seasonalTwilightMinutes(51.5, 45.5), (101.826 + 93.203) / 2, (98.970 + 76.920) / 2);
+    PrayerCalculator london;
+    london.setCalcMethod(*CalculationMethod::numberForName("moonsighting"));
+    const auto l = london.getDatePrayerTimesAsDoubles(noonOn(2024, 6, 21), std::nullopt, std::nullopt, 51.5, -0.1167,
+                                                      "Europe/London");
+    EXPECT_NEAR((l[PrayerCalculator::Sunrise] - l[PrayerCalculator::Fajr]) * 60, 120.039, 0.001);
+    EXPECT_NEAR((l[PrayerCalculator::Isha] - l[PrayerCalculator::Sunset]) * 60, 80.749, 0.001);
+    EXPECT_NEAR((l[PrayerCalculator::Maghrib] - l[PrayerCalculator::Sunset]) * 60, 3, 1e-9);
+
     // Sunset 18:00, tomorrow's Fajr 04:30 and sunrise 06:00: the Jafari middle of the night
     // is 23:15, the standard one midnight.
     std::vector<double> times(10, 0.0);

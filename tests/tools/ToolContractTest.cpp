@@ -39,7 +39,7 @@ TEST_F(ToolContract, BadInputIsOneLineStatusTwoAndChangesNothing) {
         {"frobnicate"},
         {"times", "--lon", "0", "--tz", "UTC"},
         times({"--date", "5 Jan"}),
-        times({"--method", "9"}),
+        times({"--method", "99"}),
         times({"--bogus"}),
         times({"--lat", "91"}),
         times({"--lon", "-181"}),
