@@ -39,8 +39,9 @@ std::vector<CalculationMethod> buildCatalogue() {
         {7, "UAE", "uae", {0, 18.5, 1, 2, 1, 90}, kNoOffsets, Midnight::Standard, original, ""},
 
         {8, "Diyanet (Turkey)", "diyanet", {0, 18, 1, 7, 0, 17}, {0, -7, 5, 4, 0, 0}, Midnight::Standard,
-         "Diyanet Isleri Baskanligi: imsak at 18 deg, yatsi at 17 deg, with the temkin minutes sunrise -7, "
-         "noon +5, afternoon +4, sunset +7 (as described by Diyanet's astronomers, quoted in Turkish press)",
+         "Diyanet Isleri Baskanligi: imsak 18 deg, yatsi 17 deg, temkin minutes sunrise -7, noon +5, afternoon "
+         "+4, sunset +7, as generally published for Diyanet (no Diyanet page stating them was found); its "
+         "published times agree with them to the minute",
          "Diyanet imsakiye: Istanbul 2025-2026, Erzurum 2024 (22 days)"},
         {9, "JAKIM (Malaysia)", "jakim", {0, 18, 1, 0, 0, 18}, kNoOffsets, Midnight::Standard,
          "JAKIM: Subuh at 18 deg since the 116th MKI muzakarah (JAKIM director-general's statement, Feb 2020; "
@@ -51,7 +52,8 @@ std::vector<CalculationMethod> buildCatalogue() {
          "time (sunrise -2), as quoted from Kemenag on rizalsuhardieksakta.blogspot.com (2012)",
          "Kemenag imsakiyah DKI Jakarta, Ramadan 1447 (2026): Subuh of 30 days, 4 full days"},
         {11, "MUIS (Singapore)", "muis", {0, 20, 1, 0, 0, 18}, kNoOffsets, Midnight::Standard,
-         "Majlis Ugama Islam Singapura: Subuh at 20 deg, Isyak at 18 deg below the horizon",
+         "Majlis Ugama Islam Singapura: Subuh 20 deg, Isyak 18 deg, the angles recorded with the MUIS 2020 "
+         "reference timetable (no MUIS page found)",
          "MUIS prayer timetable 2020, Singapore (53 days, weekly)"},
         {12, "Institute of Geophysics, Tehran", "tehran", {0, 17.7, 0, 4.5, 0, 14}, kNoOffsets, Midnight::Jafari,
          "Institute of Geophysics, University of Tehran: Fajr 17.7 deg, Maghrib 4.5 deg, Isha 14 deg, "

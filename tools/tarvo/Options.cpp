@@ -33,7 +33,7 @@ CLI::Validator methodName() {
     return CLI::Validator(
         [](std::string& text) -> std::string {
             const auto number = CalculationMethod::numberForName(text);
-            if (!number) return "'" + text + "' is not a calculation method (see 'tarvo methods')";
+            if (!number) return "'" + text + "' is not a calculation method; 'tarvo methods' lists them";
             text = std::to_string(*number);
             return {};
         },
