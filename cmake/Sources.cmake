@@ -45,6 +45,7 @@ set(TARVO_SOURCES_astronomy
   src/astronomy/TimeScale.cpp
 )
 set(TARVO_SOURCES_calculation
+  src/calculation/CalculationMethod.cpp
   src/calculation/DubaiFixedTimes.cpp
   src/calculation/FixedTimetable.cpp
   src/calculation/KLFixedTimes.cpp
@@ -92,6 +93,7 @@ set(TARVO_TOOL_SOURCES
   tools/tarvo/DishCommand.cpp
   tools/tarvo/DurationCommand.cpp
   tools/tarvo/HijriCommand.cpp
+  tools/tarvo/MethodsCommand.cpp
   tools/tarvo/HostDefaults.cpp
   tools/tarvo/LocateCommand.cpp
   tools/tarvo/MonthCommand.cpp

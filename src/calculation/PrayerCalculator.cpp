@@ -20,6 +20,7 @@
 #include "platform/LogMacros.h"
 #include "platform/PureResultCache.h"
 #include "tarvo/astronomy/QiblaCalculator.h"
+#include "tarvo/calculation/CalculationMethod.h"
 #include "tarvo/calculation/DubaiFixedTimes.h"
 #include "tarvo/calculation/KLFixedTimes.h"
 
@@ -240,7 +241,49 @@ std::vector<double>& PrayerCalculator::adjustTimes(std::vector<double>& times) {
     if (p[2] == 1) times[Maghrib] = times[Sunset] + p[3] / 60.0;
     if (p[4] == 1) times[Isha] = times[Maghrib] + p[5] / 60.0;
     if (p[0] == 1) times[TomorrowFajr] = times[TomorrowSunrise] - p[1] / 60.0;
+    if (calcMethod() >= 8) {
+        applySeasonalTwilight(times);
+        applyMinuteOffsets(times);
+    }
     return times;
+}
+
+void PrayerCalculator::applySeasonalTwilight(std::vector<double>& times) const {
+    const CalculationMethod* named = CalculationMethod::withNumber(calcMethod());
+    // Beyond 55 degrees the committee's minutes are not defined; the angles and the
+    // high-latitude rule answer there.
+    if (!named || !named->seasonalTwilight || std::fabs(lat_) > 55) return;
+    const auto daysSinceWinterSolstice = [this](Date date) {
+        const DateComponents c = globalGregCal_.components(date);
+        const int64_t solsticeMonth = lat_ >= 0 ? 12 : 6;
+        const bool passed = c.month > solsticeMonth || (c.month == solsticeMonth && c.day >= 21);
+        return julianDate(c.year, c.month, c.day) - julianDate(passed ? c.year : c.year - 1, solsticeMonth, 21);
+    };
+    const auto today = CalculationMethod::seasonalTwilightMinutes(lat_, daysSinceWinterSolstice(GregDate_.value_or(Date())));
+    const auto tomorrow =
+        CalculationMethod::seasonalTwilightMinutes(lat_, daysSinceWinterSolstice(TomorrowGregDate_.value_or(Date())));
+    times[Fajr] = times[Sunrise] - today[0] / 60.0;
+    times[Isha] = times[Sunset] + today[1] / 60.0;
+    times[TomorrowFajr] = times[TomorrowSunrise] - tomorrow[0] / 60.0;
+}
+
+void PrayerCalculator::applyMinuteOffsets(std::vector<double>& times) const {
+    // Some authorities publish their times with fixed minutes added (Diyanet's temkin,
+    // Kemenag's ihtiyati). Only named methods from 8 carry them.
+    const CalculationMethod* named = CalculationMethod::withNumber(calcMethod());
+    if (!named || !named->hasMinuteOffsets()) return;
+    const auto& m = named->minuteOffsets;
+    const auto add = [&](size_t entry, double minutes) {
+        if (minutes != 0) times[entry] = times[entry] + minutes / 60.0;
+    };
+    add(Fajr, m[CalculationMethod::FajrOffset]);
+    add(Sunrise, m[CalculationMethod::SunriseOffset]);
+    add(Dhuhr, m[CalculationMethod::DhuhrOffset]);
+    add(Asr, m[CalculationMethod::AsrOffset]);
+    add(Maghrib, m[CalculationMethod::MaghribOffset]);
+    add(Isha, m[CalculationMethod::IshaOffset]);
+    add(TomorrowFajr, m[CalculationMethod::FajrOffset]);
+    add(TomorrowSunrise, m[CalculationMethod::SunriseOffset]);
 }
 
 std::vector<double>& PrayerCalculator::computeQiyamTime(std::vector<double>& times, double clockChange) {

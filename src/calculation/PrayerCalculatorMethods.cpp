@@ -9,6 +9,7 @@
 //   Notes:    the tables are the product's own; country names are compared after
 //             locale-independent lower-casing.
 #include "calculation/BuiltInMethods.h"
+#include "tarvo/calculation/CalculationMethod.h"
 #include "platform/LogMacros.h"
 #include "platform/Text.h"
 #include "tarvo/calculation/PrayerCalculator.h"
@@ -22,16 +23,25 @@ using MethodTable = std::map<int64_t, PrayerCalculator::MethodParams>;
 
 std::string localized(const char* english) { return Bundle::main().localizedString(english, "", ""); }
 
+// The name of a method numbered from 8, else the original default text: numbers 0-7 and
+// unknown numbers keep the answers stored translations are keyed on.
+std::string namedMethodOr(int64_t method, const char* fallback) {
+    const CalculationMethod* named = method >= 8 ? CalculationMethod::withNumber(method) : nullptr;
+    return localized(named ? named->name.c_str() : fallback);
+}
+
 }  // namespace
 
 const std::shared_ptr<const MethodTable>& builtInMethodTable() {
-    // Fajr sel, Fajr, Maghrib sel, Maghrib, Isha sel, Isha. Every built-in method puts
-    // Maghrib at sunset plus minutes; 4 and 7 put Isha 90 minutes after Maghrib.
-    static const std::shared_ptr<const MethodTable> table = std::make_shared<const MethodTable>(MethodTable{
-        {1, {0, 18, 1, 0, 0, 17}},   {2, {0, 19.5, 1, 0, 0, 17.5}}, {3, {0, 18, 1, 0, 0, 18}},
-        {4, {0, 18.5, 1, 0, 1, 90}}, {5, {0, 15, 1, 0, 0, 15}},     {6, {0, 18, 1, 0, 0, 17}},
-        {7, {0, 18.5, 1, 2, 1, 90}},
-    });
+    // Every catalogued method's six numbers; 0 (automatic) and unknown numbers have no entry,
+    // so a stored unknown number keeps reading all-zero parameters.
+    static const std::shared_ptr<const MethodTable> table = [] {
+        auto built = std::make_shared<MethodTable>();
+        for (const auto& method : CalculationMethod::all()) {
+            built->emplace(method.number, PrayerCalculator::MethodParams(method.params.begin(), method.params.end()));
+        }
+        return std::shared_ptr<const MethodTable>(std::move(built));
+    }();
     return table;
 }
 
@@ -44,7 +54,7 @@ std::string PrayerCalculator::getPrayerMethodNameFromNumber(int64_t method) {
         case 5: return localized("ISNA (North America)");
         case 6: return localized("Custom Method");
         case 7: return localized("UAE");
-        default: return localized("Muslim League");
+        default: return namedMethodOr(method, "Muslim League");
     }
 }
 
@@ -59,7 +69,7 @@ std::string PrayerCalculator::getShortPrayerMethodNameFromNumber(int64_t method)
         case 5: return localized("ISNA (North America) Short");
         case 6: return localized("Custom Method");
         case 7: return localized("UAE");
-        default: return localized("Muslim League");
+        default: return namedMethodOr(method, "Muslim League");
     }
 }
 

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include "platform/LogMacros.h"
 #include "platform/Text.h"
+#include "tarvo/calculation/CalculationMethod.h"
 #include "tarvo/platform/KeyedArchiver.h"
 #include "tarvo/platform/KeyedUnarchiver.h"
 #include "tarvo/platform/TimeZone.h"
@@ -189,7 +190,8 @@ std::vector<SettingDescription> TarvoCity::automaticCitySettings() {
         {kAutoCityGMT, Type::number, false, -100, 50,
          "Hours from GMT of the automatic city (50: the time zone's offset)"},
         {kAutoCityDST, Type::integer, false, 0, 2, "Summer time of the automatic city: 0 the zone's, 1 on, 2 off"},
-        {kAutoCityPrayerMethod, Type::integer, false, 0, 7, "Calculation method of the automatic city (0 automatic)"},
+        {kAutoCityPrayerMethod, Type::integer, false, 0, static_cast<double>(CalculationMethod::highestNumber()),
+         "Calculation method of the automatic city (0 automatic; tarvo methods lists them)"},
         {kAutoCityAsrMethod, Type::integer, false, 0, 2, "Asr school of the automatic city: 0 automatic, 1 Shafi, 2 Hanafi"},
         {kAutoCityHighLatMethod, Type::integer, false, 0, 4, "High-latitude rule of the automatic city (0 automatic)"},
         {kAutoCityFajrAngle, Type::number, false, 0, 90, "Custom-method Fajr angle of the automatic city (0: 18)"},

@@ -92,7 +92,7 @@ TEST_F(CitiesToolTest, BadInputIsAOneLineErrorAndChangesNothing) {
     };
     for (const auto& command : std::vector<std::vector<std::string>>{
              {"cities", "delete", unknown}, {"cities", "select", unknown}, {"cities", "delete", "first"},
-             {"cities", "select", "1.5"}, with({"--tz", "Nowhere/City"}), with({"--tz", "UTC", "--method", "9"}),
+             {"cities", "select", "1.5"}, with({"--tz", "Nowhere/City"}), with({"--tz", "UTC", "--method", "99"}),
              with({"--tz", "UTC", "--gmt", "5h"}), with({"--tz", "UTC", "--lat", "north"}),
              {"cities", "add", "--name", "", "--country", "Y", "--lat", "1", "--lon", "2", "--tz", "UTC"},
              {"times", "--saved", "--lat", "1"}, {"times", "--saved", "--method", "3"}, {"times", "--lat", "1", "--lon", "2"}}) {

@@ -51,6 +51,7 @@ void registerAlertsCommand(CLI::App& app);
 void registerDurationCommand(CLI::App& app);
 void registerHijriCommand(CLI::App& app);
 void registerMonthCommand(CLI::App& app);
+void registerMethodsCommand(CLI::App& app);
 
 /// The user database in the data folder, opened (created and upgraded when needed), or a
 /// UsageError saying why it cannot be used.

@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "Commands.h"
+#include "tarvo/calculation/CalculationMethod.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/platform/CleanText.h"
 #include "tarvo/platform/Calendar.h"
@@ -26,6 +27,19 @@ CLI::Validator numberBetween(double min, double max) {
         fmt::format("{}..{}", min, max));
 }
 
+CLI::Validator methodName() {
+    // Turns a method's name into its number before CLI11 reads the value; the library owns
+    // the names.
+    return CLI::Validator(
+        [](std::string& text) -> std::string {
+            const auto number = CalculationMethod::numberForName(text);
+            if (!number) return "'" + text + "' is not a calculation method; 'tarvo methods' lists them";
+            text = std::to_string(*number);
+            return {};
+        },
+        "NAME|NUMBER");
+}
+
 void addLatitudeOption(CLI::App& command, double& latitude, bool required) {
     auto* option = command.add_option("--lat", latitude, "Latitude in degrees, north positive (-90 to 90)")
                        ->check(numberBetween(-90, 90));
@@ -41,9 +55,9 @@ void addLongitudeOption(CLI::App& command, double& longitude, bool required) {
 void addCalculationOptions(CLI::App& command, CalculationOptions& options, const std::string& gmtHelp) {
     command
         .add_option("--method", options.method,
-                    "Calculation method: 0 automatic, 1 Muslim League, 2 Egyptian, 3 Karachi, 4 Umm Al-Qura, "
-                    "5 ISNA, 6 custom, 7 UAE")
-        ->check(numberBetween(0, 7));
+                    "Calculation method, by number or name: 0 auto, 1 mwl, 2 egypt, 3 karachi, 4 ummalqura, "
+                    "5 isna, 6 custom, 7 uae, 8 diyanet, 9 jakim, ... ('tarvo methods' lists them all)")
+        ->transform(methodName());
     command.add_option("--asr", options.asr, "Asr school: 0 automatic, 1 Shafi, 2 Hanafi")->check(numberBetween(0, 2));
     command
         .add_option("--highlat", options.highLatitude,

@@ -165,6 +165,7 @@ int tarvo::cli::run(int argc, const char* const* argv) {
     tarvo::cli::registerHijriCommand(app);
     tarvo::cli::registerDurationCommand(app);
     tarvo::cli::registerAlertsCommand(app);
+    tarvo::cli::registerMethodsCommand(app);
 
     int status = 0;
     try {

@@ -183,6 +183,10 @@ private:
     double timetableKeyForToday() const;
     double timetableKeyForTomorrow() const;
     void applyFixedTimetable(std::vector<double>& times);
+    /// Adds the fixed minutes of a named method (from 8) that publishes its times with them.
+    void applyMinuteOffsets(std::vector<double>& times) const;
+    /// Fajr and Isha by the Moonsighting Committee's seasonal minutes, for the method that uses them.
+    void applySeasonalTwilight(std::vector<double>& times) const;
     /// The body of computeTimes: raw times from the ten day portions `t` into `times`.
     void computeTimesInto(const std::array<double, EntryCount>& t, std::vector<double>& times) const;
 

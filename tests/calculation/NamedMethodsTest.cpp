@@ -1,0 +1,199 @@
+// The named methods from 8: each against its authority's published timetable, their fixed
+// minutes and Maghrib by angle, the names the tool accepts, and the original seven untouched.
+#include <cmath>
+#include <fstream>
+#include <sstream>
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "support/Dates.h"
+#include "tarvo/calculation/CalculationMethod.h"
+#include "tarvo/calculation/PrayerCalculator.h"
+
+using tarvo::CalculationMethod;
+using tarvo::PrayerCalculator;
+using tarvo::test::noonOn;
+
+namespace {
+
+std::vector<std::string> fields(const std::string& line) {
+    std::vector<std::string> out;
+    std::stringstream in(line);
+    for (std::string f; std::getline(in, f, ',');) out.push_back(f);
+    if (!line.empty() && line.back() == ',') out.emplace_back();
+    return out;
+}
+
+double minutesOf(const std::string& hhmm) { return std::stoi(hhmm.substr(0, 2)) * 60.0 + std::stoi(hhmm.substr(3, 2)); }
+
+struct Agreement {
+    int compared = 0;
+    int withinOneMinute = 0;
+    double worst = 0;
+};
+
+// Every published time of tests/data/methods/<key>.csv against the method's computed time,
+// both as whole minutes ("place" lines set the position, zone and Asr school that follow).
+Agreement compareWithPublished(const std::string& key) {
+    std::ifstream in(std::string(TARVO_SOURCE_DIR "/tests/data/methods/") + key + ".csv");
+    EXPECT_TRUE(in) << key << ".csv is missing";
+    const int64_t method = CalculationMethod::numberForName(key).value_or(-1);
+    Agreement a;
+    double lat = 0, lng = 0;
+    std::string zone;
+    int64_t asr = 1;
+    for (std::string line; std::getline(in, line);) {
+        if (line.empty() || line[0] == '#') continue;
+        const auto f = fields(line);
+        if (f.at(0) == "place") {
+            lat = std::stod(f.at(1)), lng = std::stod(f.at(2)), zone = f.at(3), asr = std::stoll(f.at(4));
+            continue;
+        }
+        PrayerCalculator c;
+        c.setCalcMethod(method);
+        c.setAsrJuristic(asr);
+        const auto& d = f.at(0);
+        const auto text = c.adjustTimesFormat(c.getDatePrayerTimesAsDoubles(
+            noonOn(std::stoi(d.substr(0, 4)), std::stoi(d.substr(5, 2)), std::stoi(d.substr(8, 2))), std::nullopt,
+            std::nullopt, lat, lng, zone));
+        const size_t entries[] = {PrayerCalculator::Fajr, PrayerCalculator::Sunrise, PrayerCalculator::Dhuhr,
+                                  PrayerCalculator::Asr,  PrayerCalculator::Maghrib, PrayerCalculator::Isha};
+        for (size_t i = 0; i < 6; ++i) {
+            if (f.at(i + 1).empty()) continue;  // the page did not give this time
+            const double diff = std::fabs(minutesOf(text[entries[i]]) - minutesOf(f.at(i + 1)));
+            ++a.compared;
+            a.withinOneMinute += diff <= 1 ? 1 : 0;
+            a.worst = std::max(a.worst, diff);
+        }
+    }
+    return a;
+}
+
+}  // namespace
+
+TEST(NamedMethods, AgreeWithTheAuthoritiesPublishedTimetables) {
+    // Bounds are what was observed, so that a change to a method's numbers shows here.
+    struct Case {
+        const char* key;
+        int times;
+        int withinOneMinute;
+        double worst;
+    };
+    for (const Case& c : {Case{"diyanet", 132, 132, 1}, Case{"kemenag", 48, 43, 2}, Case{"muis", 318, 289, 2},
+                          Case{"kuwait", 72, 70, 2}}) {
+        const Agreement a = compareWithPublished(c.key);
+        std::cout << fmt::format("[ methods  ] {}: {}/{} within 1 minute, worst {} min\n", c.key, a.withinOneMinute,
+                                 a.compared, a.worst);
+        EXPECT_EQ(a.compared, c.times) << c.key;
+        EXPECT_GE(a.withinOneMinute, c.withinOneMinute) << c.key;
+        EXPECT_LE(a.worst, c.worst) << c.key;
+        EXPECT_TRUE(CalculationMethod::withNumber(*CalculationMethod::numberForName(c.key))->checked()) << c.key;
+    }
+}
+
+TEST(NamedMethods, OriginalSevenUnchangedAndUnknownNumbersStillHaveNoEntry) {
+    const std::map<int64_t, std::vector<double>> original{
+        {1, {0, 18, 1, 0, 0, 17}},   {2, {0, 19.5, 1, 0, 0, 17.5}}, {3, {0, 18, 1, 0, 0, 18}}, {4, {0, 18.5, 1, 0, 1, 90}},
+        {5, {0, 15, 1, 0, 0, 15}},   {6, {0, 18, 1, 0, 0, 17}},     {7, {0, 18.5, 1, 2, 1, 90}}};
+    PrayerCalculator c;
+    for (const auto& [number, params] : original) EXPECT_EQ(c.methodParams().at(number), params) << number;
+    EXPECT_EQ(c.methodParams().count(0), 0u);
+    EXPECT_EQ(c.methodParams().count(99), 0u);
+    // A stored unknown number still reads all-zero parameters: Fajr for the angle 180 is
+    // solar midnight, the same as under method 25 beyond the catalogue.
+    PrayerCalculator unknown, beyond;
+    unknown.setCalcMethod(99);
+    beyond.setCalcMethod(CalculationMethod::highestNumber() + 1);
+    const auto a = unknown.getDatePrayerTimesAsDoubles(noonOn(2024, 6, 1), std::nullopt, std::nullopt, 30, 31, "Africa/Cairo");
+    const auto b = beyond.getDatePrayerTimesAsDoubles(noonOn(2024, 6, 1), std::nullopt, std::nullopt, 30, 31, "Africa/Cairo");
+    EXPECT_EQ(a[PrayerCalculator::Fajr], b[PrayerCalculator::Fajr]);
+    EXPECT_EQ(PrayerCalculator::getPrayerMethodNameFromNumber(99), "Muslim League");
+    EXPECT_EQ(PrayerCalculator::getPrayerMethodNameFromNumber(1), "Muslim League");
+    EXPECT_EQ(PrayerCalculator::getShortPrayerMethodNameFromNumber(0), "Muslim League");
+    EXPECT_EQ(PrayerCalculator::getPrayerMethodNameFromNumber(8), "Diyanet (Turkey)");
+    EXPECT_EQ(PrayerCalculator::getShortPrayerMethodNameFromNumber(12), "Institute of Geophysics, Tehran");
+}
+
+TEST(NamedMethods, NamesAsUsersTypeThem) {
+    struct Case {
+        const char* text;
+        std::optional<int64_t> number;
+    };
+    for (const Case& c : {Case{"diyanet", 8}, Case{"DIYANET", 8}, Case{" Jakim ", 9}, Case{"Diyanet (Turkey)", 8},
+                          Case{"8", 8}, Case{"0", 0}, Case{"auto", 0}, Case{"mwl", 1}, Case{"uae", 7},
+                          Case{"portugal", 24}, Case{"99", std::nullopt}, Case{"-1", std::nullopt},
+                          Case{"diyanett", std::nullopt}, Case{"", std::nullopt}, Case{"8x", std::nullopt}}) {
+        EXPECT_EQ(CalculationMethod::numberForName(c.text), c.number) << "'" << c.text << "'";
+    }
+    // Every catalogued method is reachable by its key, keys are unique, numbers run 1 to the last.
+    int64_t expected = 1;
+    for (const auto& m : CalculationMethod::all()) {
+        EXPECT_EQ(m.number, expected++);
+        EXPECT_EQ(CalculationMethod::numberForName(m.key), m.number) << m.key;
+    }
+}
+
+TEST(NamedMethods, FixedMinutesMaghribByAngleAndJafariMidnight) {
+    // Diyanet against the same angles without its minutes (a custom method 18/17): sunrise
+    // 7 minutes earlier, Dhuhr 5 and Asr 4 later, Maghrib 7 after sunset; Fajr and Isha alike.
+    const auto day = [](PrayerCalculator& c) {
+        return c.getDatePrayerTimesAsDoubles(noonOn(2025, 3, 1), std::nullopt, std::nullopt, 41.0082, 28.9784,
+                                             "Europe/Istanbul");
+    };
+    PrayerCalculator diyanet, plain;
+    diyanet.setCalcMethod(8);
+    diyanet.setAsrJuristic(1);
+    plain.setAsrJuristic(1);
+    plain.setFajrAngle(18);
+    plain.setIshaAngle(17);
+    const auto d = day(diyanet), p = day(plain);
+    const auto minutes = [&](size_t e) { return std::round((d[e] - p[e]) * 60 * 1000) / 1000; };
+    EXPECT_EQ(minutes(PrayerCalculator::Fajr), 0);
+    EXPECT_EQ(minutes(PrayerCalculator::Sunrise), -7);
+    EXPECT_EQ(minutes(PrayerCalculator::Dhuhr), 5);
+    EXPECT_EQ(minutes(PrayerCalculator::Asr), 4);
+    EXPECT_EQ(minutes(PrayerCalculator::Sunset), 0);
+    EXPECT_EQ(std::round((d[PrayerCalculator::Maghrib] - d[PrayerCalculator::Sunset]) * 60 * 1000) / 1000, 7);
+    EXPECT_EQ(minutes(PrayerCalculator::Isha), 0);
+    EXPECT_EQ(minutes(PrayerCalculator::TomorrowSunrise), -7);
+
+    // Tehran's Maghrib is the sun 4.5 degrees down: in Tehran in March about 18-20 minutes
+    // after sunset (4.5 degrees at about 4 minutes a degree, slowed by the latitude).
+    PrayerCalculator tehran;
+    tehran.setCalcMethod(12);
+    const auto t = tehran.getDatePrayerTimesAsDoubles(noonOn(2025, 3, 21), std::nullopt, std::nullopt, 35.6892,
+                                                      51.389, "Asia/Tehran");
+    const double afterSunset = (t[PrayerCalculator::Maghrib] - t[PrayerCalculator::Sunset]) * 60;
+    EXPECT_GT(afterSunset, 17);
+    EXPECT_LT(afterSunset, 22);
+
+    // The Moonsighting Committee at 51.5 degrees: at the winter solstice Fajr 75 + 28.65/55 x
+    // 51.5 = 101.826 minutes before sunrise and Isha 75 + 25.6/55 x 51.5 = 98.970 after
+    // sunset; at the summer solstice (day 183) 120.039 and 80.749; halfway through the first
+    // 91 days, halfway to the equinox values 93.203 and 76.920.
+    const auto near = [](std::array<double, 2> got, double fajr, double isha) {
+        EXPECT_NEAR(got[0], fajr, 0.001);
+        EXPECT_NEAR(got[1], isha, 0.001);
+    };
+    near(CalculationMethod::seasonalTwilightMinutes(51.5, 0), 101.826, 98.970);
+    near(CalculationMethod::seasonalTwilightMinutes(-51.5, 183), 120.039, 80.749);
+    near(CalculationMethod::seasonalTwilightMinutes(51.5, 45.5), (101.826 + 93.203) / 2, (98.970 + 76.920) / 2);
+    PrayerCalculator london;
+    london.setCalcMethod(*CalculationMethod::numberForName("moonsighting"));
+    const auto l = london.getDatePrayerTimesAsDoubles(noonOn(2024, 6, 21), std::nullopt, std::nullopt, 51.5, -0.1167,
+                                                      "Europe/London");
+    EXPECT_NEAR((l[PrayerCalculator::Sunrise] - l[PrayerCalculator::Fajr]) * 60, 120.039, 0.001);
+    EXPECT_NEAR((l[PrayerCalculator::Isha] - l[PrayerCalculator::Sunset]) * 60, 80.749, 0.001);
+    EXPECT_NEAR((l[PrayerCalculator::Maghrib] - l[PrayerCalculator::Sunset]) * 60, 3, 1e-9);
+
+    // Sunset 18:00, tomorrow's Fajr 04:30 and sunrise 06:00: the Jafari middle of the night
+    // is 23:15, the standard one midnight.
+    std::vector<double> times(10, 0.0);
+    times[PrayerCalculator::Sunset] = 18;
+    times[PrayerCalculator::TomorrowFajr] = 4.5;
+    times[PrayerCalculator::TomorrowSunrise] = 6;
+    EXPECT_EQ(CalculationMethod::middleOfTheNight(times, CalculationMethod::Midnight::Jafari), 23.25);
+    EXPECT_EQ(CalculationMethod::middleOfTheNight(times, CalculationMethod::Midnight::Standard), 24);
+}

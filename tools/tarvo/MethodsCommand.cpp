@@ -1,0 +1,95 @@
+// tarvo methods: every calculation method the engine knows, with its number, name, the
+// name --method accepts, its parameters, fixed minutes, midnight rule, the source of its
+// parameters and whether it was checked against the authority's published timetable.
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "Commands.h"
+#include "tarvo/calculation/CalculationMethod.h"
+
+namespace tarvo::cli {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+// "18°" for an angle, "90 min" for minutes (after sunset for Maghrib, after Maghrib for Isha).
+std::string describe(double selector, double value, const char* minutesAfter) {
+    if (selector == 0) return fmt::format("{}°", value);
+    if (value == 0 && std::string(minutesAfter) == "sunset") return "at sunset";
+    return fmt::format("{} min after {}", value, minutesAfter);
+}
+
+std::string status(const CalculationMethod& m) {
+    if (m.number <= 7) return "original";
+    return m.checked() ? "checked" : "unchecked";
+}
+
+ordered_json methodJson(const CalculationMethod& m) {
+    const auto& p = m.params;
+    const auto& o = m.minuteOffsets;
+    return ordered_json{
+        {"number", m.number},
+        {"name", m.name},
+        {"key", m.key},
+        {"fajr", {{"selector", p[0] == 0 ? "angle" : "minutesBeforeSunrise"}, {"value", p[1]}}},
+        {"maghrib", {{"selector", p[2] == 0 ? "angle" : "minutesAfterSunset"}, {"value", p[3]}}},
+        {"isha", {{"selector", p[4] == 0 ? "angle" : "minutesAfterMaghrib"}, {"value", p[5]}}},
+        {"minuteOffsets",
+         {{"fajr", o[0]}, {"sunrise", o[1]}, {"dhuhr", o[2]}, {"asr", o[3]}, {"maghrib", o[4]}, {"isha", o[5]}}},
+        {"midnight", m.midnight == CalculationMethod::Midnight::Jafari ? "jafari" : "standard"},
+        {"seasonalTwilight", m.seasonalTwilight},
+        {"source", m.parameterSource},
+        {"status", status(m)},
+        {"checkedAgainst", m.checked() ? ordered_json(m.checkedAgainst) : ordered_json(nullptr)}};
+}
+
+void printText(const CalculationMethod& m) {
+    const auto& p = m.params;
+    std::cout << fmt::format("{:>2}  {:<32} {}\n", m.number, m.name, m.key);
+    std::string line = fmt::format("    Fajr {}, Maghrib {}, Isha {}", p[0] == 0 ? fmt::format("{}°", p[1])
+                                                                            : fmt::format("{} min before sunrise", p[1]),
+                                   describe(p[2], p[3], "sunset"), describe(p[4], p[5], "Maghrib"));
+    if (m.hasMinuteOffsets()) {
+        static constexpr const char* kNames[] = {"Fajr", "sunrise", "Dhuhr", "Asr", "Maghrib", "Isha"};
+        std::string offsets;
+        for (size_t i = 0; i < m.minuteOffsets.size(); ++i) {
+            if (m.minuteOffsets[i] == 0) continue;
+            offsets += fmt::format("{}{} {:+}", offsets.empty() ? "" : ", ", kNames[i], m.minuteOffsets[i]);
+        }
+        line += "; minutes added: " + offsets;
+    }
+    if (m.seasonalTwilight) line += "; Fajr and Isha by latitude and season up to 55°";
+    if (m.midnight == CalculationMethod::Midnight::Jafari) line += "; midnight: sunset to Fajr";
+    std::cout << line << "\n    Source: " << m.parameterSource << "\n    Status: " << status(m);
+    if (m.checked()) std::cout << " (" << m.checkedAgainst << ")";
+    std::cout << "\n";
+}
+
+}  // namespace
+
+void registerMethodsCommand(CLI::App& app) {
+    auto json = std::make_shared<bool>(false);
+    CLI::App* cmd = app.add_subcommand("methods", "List the calculation methods, their parameters and sources");
+    cmd->add_flag("--json", *json, "Print one JSON array: number, name, key, fajr/maghrib/isha {selector, value}, "
+                                   "minuteOffsets, midnight, seasonalTwilight, source, status, checkedAgainst");
+    cmd->footer("Use a method with --method NUMBER or --method KEY (any letter case) in times, day, now and month. "
+                "Status: original (methods 1-7), checked (compared with the authority's published timetable; "
+                "see docs/methods.md), unchecked (built from the published parameters only).");
+    cmd->callback([json] {
+        if (*json) {
+            ordered_json out = ordered_json::array();
+            for (const auto& m : CalculationMethod::all()) out.push_back(methodJson(m));
+            std::cout << out.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
+            return;
+        }
+        std::cout << " 0  Automatic (by the place's position)  auto\n";
+        for (const auto& m : CalculationMethod::all()) printText(m);
+    });
+}
+
+}  // namespace tarvo::cli
