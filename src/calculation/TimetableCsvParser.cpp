@@ -62,9 +62,8 @@ std::optional<double> TimetableCsvParser::keyForDate(std::string_view date) {
     return static_cast<double>(sys_days{ymd}.time_since_epoch().count()) * 86400.0;
 }
 
-std::optional<std::vector<TimetableRow>> TimetableCsvParser::parse(std::string_view text) {
+Result<std::vector<TimetableRow>> TimetableCsvParser::parse(std::string_view text) const {
     static constexpr const char* kNames[] = {"Fajr", "sunrise", "Dhuhr", "Asr", "Maghrib", "Isha"};
-    error_.clear();
     std::vector<TimetableRow> rows;
     size_t lineNumber = 0;
     size_t pos = 0;
@@ -76,10 +75,7 @@ std::optional<std::vector<TimetableRow>> TimetableCsvParser::parse(std::string_v
         ++lineNumber;
         if (line.empty() || line.front() == '#' || line.starts_with("date")) continue;
 
-        auto fail = [&](const std::string& why) {
-            error_ = concat({"line ", std::to_string(lineNumber), ": ", why});
-            return std::nullopt;
-        };
+        auto fail = [&](const std::string& why) { return Error{concat({"line ", std::to_string(lineNumber), ": ", why})}; };
         const auto fields = splitFields(line);
         if (fields.size() != 7) {
             return fail(concat({"expected 7 columns (date and six times), found ", std::to_string(fields.size())}));
@@ -104,8 +100,7 @@ std::optional<std::vector<TimetableRow>> TimetableCsvParser::parse(std::string_v
     std::sort(rows.begin(), rows.end(), [](const TimetableRow& a, const TimetableRow& b) { return a.key < b.key; });
     for (size_t i = 1; i < rows.size(); ++i) {
         if (rows[i].key == rows[i - 1].key) {
-            error_ = concat({"date ", dateText(rows[i].key), " appears more than once"});
-            return std::nullopt;
+            return Error{concat({"date ", dateText(rows[i].key), " appears more than once"})};
         }
     }
     return rows;

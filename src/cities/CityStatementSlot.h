@@ -6,7 +6,7 @@
 #include <string_view>
 #include <type_traits>
 
-#include "platform/Result.h"
+#include "tarvo/platform/Result.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/platform/Log.h"
 #include "tarvo/platform/SqliteStatement.h"

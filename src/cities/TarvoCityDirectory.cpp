@@ -232,48 +232,48 @@ std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double long
 
 void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
     if (!city) return;
-    std::lock_guard lock(syncObj());
-    TARVO_LOG_DEBUG("[DB] [DB] Save New Cached City");
-    Slot& slot = Slot::slot(SlotId::insertCachedCity);
-    if (!slot.prepareOnce(database, kCacheInsertSql)) {
-        TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
-        return;
-    }
-    // One row per place: the place's earlier rows (same position) give way to the new one,
-    // together with the insert or not at all. Otherwise every fix at the same spot would add
-    // another identical row. Done here rather than by a unique key so that the stored
-    // layout, which older hosts upgrade by their own record, stays as it is.
-    Slot& earlier = Slot::slot(SlotId::deleteCachedCity);
-    if (!earlier.prepareOnce(database, kCacheDeleteSql) || database.exec("SAVEPOINT cache_place") != SQLITE_OK) {
-        TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
-        return;
-    }
-    earlier.statement().bindDouble(1, city->latitude());
-    earlier.statement().bindDouble(2, city->longitude());
-    const int removed = earlier.step();
-    earlier.reset();
-    const std::string name = city->cityName().value_or("");
-    // Stored so that a look-up at the very position finds the place with a zero threshold.
-    const auto exact = DirectoryGeometry::at(city->latitude(), city->longitude());
-    const auto position = exact.storedForSelfMatch().value_or(exact);
-    SqliteStatement& insert = slot.statement();
-    insert.bindText(1, name);
-    insert.bindText(2, SearchText::SoundEx(name));
-    insert.bindText(3, city->countryName().value_or(""));
-    insert.bindDouble(4, city->latitude());
-    insert.bindDouble(5, city->longitude());
-    insert.bindDouble(6, position.sinLat);
-    insert.bindDouble(7, position.cosLat);
-    insert.bindDouble(8, position.cosLon);
-    insert.bindDouble(9, position.sinLon);
-    insert.bindText(10, city->TimeZone().value_or(""));
-    const int result = removed == SQLITE_DONE ? slot.step() : removed;
-    slot.reset();
-    if (result != SQLITE_DONE) {
-        TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
-        database.exec("ROLLBACK TO cache_place");
-    }
-    database.exec("RELEASE cache_place");
+    constexpr const char* kFailureLine = "[DB] Error: failed to insert cached city '{}'.";
+    (void)Slot::run(SlotId::insertCachedCity, database, kCacheInsertSql, "[DB] [DB] Save New Cached City", kFailureLine,
+                    [&](Slot& slot) {
+        // One row per place: the place's earlier rows (same position) give way to the new
+        // one, together with the insert or not at all. Otherwise every fix at the same spot
+        // would add another identical row. Done here rather than by a unique key so that the
+        // stored layout, which older hosts upgrade by their own record, stays as it is.
+        const auto removed = Slot::run(SlotId::deleteCachedCity, database, kCacheDeleteSql, "", kFailureLine,
+                                       [&](Slot& earlier) -> std::optional<int> {
+            if (database.exec("SAVEPOINT cache_place") != SQLITE_OK) {
+                TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
+                return std::nullopt;
+            }
+            earlier.statement().bindDouble(1, city->latitude());
+            earlier.statement().bindDouble(2, city->longitude());
+            return earlier.step();
+        });
+        if (!removed || !*removed) return;
+        const std::string name = city->cityName().value_or("");
+        // Stored so that a look-up at the very position finds the place with a zero threshold.
+        const auto exact = DirectoryGeometry::at(city->latitude(), city->longitude());
+        const auto position = exact.storedForSelfMatch().value_or(exact);
+        SqliteStatement& insert = slot.statement();
+        insert.bindText(1, name);
+        insert.bindText(2, SearchText::SoundEx(name));
+        insert.bindText(3, city->countryName().value_or(""));
+        insert.bindDouble(4, city->latitude());
+        insert.bindDouble(5, city->longitude());
+        insert.bindDouble(6, position.sinLat);
+        insert.bindDouble(7, position.cosLat);
+        insert.bindDouble(8, position.cosLon);
+        insert.bindDouble(9, position.sinLon);
+        insert.bindText(10, city->TimeZone().value_or(""));
+        const int result = **removed == SQLITE_DONE ? slot.step() : **removed;
+        // Reset before the savepoint ends: a statement still running would hold it open.
+        slot.reset();
+        if (result != SQLITE_DONE) {
+            TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
+            database.exec("ROLLBACK TO cache_place");
+        }
+        database.exec("RELEASE cache_place");
+    });
 }
 
 void TarvoCity::RemoveFromReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
