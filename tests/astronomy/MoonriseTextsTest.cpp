@@ -98,7 +98,7 @@ TEST(MoonriseTexts, AnswerShapes) {
 TEST(MoonriseTexts, DayTextsUseTheMoonAtLocalNoon) {
     SunCalculator c;
     const auto zone = *tarvo::TimeZone::withName("America/New_York");
-    const Texts texts = c.moonriseSetTextsForDay(2019, 6, 15, zone, 29, -81);
+    const Texts texts = c.moonriseSetTextsForDay(15, 6, 2019, zone, 29, -81);
     // The stored moon is the one of 15 June 2019, 12:00 EDT (16:00 UTC): declination about
     // far south, as the moon near full is in June.
     const SunCalculator::Position noon =
