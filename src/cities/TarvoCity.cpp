@@ -111,6 +111,14 @@ void TarvoCity::setTimeZone(const std::optional<std::string>& value) {
     setTracked(TimeZone_, value, [&] { return "DIRTY: SETTING TIME ZONE: " + describe(value); });
 }
 
+void TarvoCity::fillMissingTexts(NameOrder order) {
+    if (order == NameOrder::cityFirst && !cityName_) setCityName("");
+    if (!countryName_) setCountryName("");
+    if (order == NameOrder::countryFirst && !cityName_) setCityName("");
+    if (!stateName_) setStateName("");
+    if (!TimeZone_) setTimeZone("");
+}
+
 void TarvoCity::setLatitude(double value) {
     // "LATITUTE" is the established text of this line; log readers match on it.
     setTracked(latitude_, value, [&] { return fmt::format("DIRTY: SETTING LATITUTE: {:f}", value); });

@@ -62,10 +62,6 @@ constexpr const char* kLastUsedInsertSql =
 constexpr const char* kLastUsedReadSql = "SELECT name, country, lat, lon, timezone FROM lastused LIMIT 1";
 constexpr const char* kLastUsedClearSql = "DELETE FROM lastused";
 
-std::string textOr(const SqliteStatement& row, int column, const char* fallback) {
-    return row.columnIsNull(column) ? std::string(fallback) : row.columnText(column);
-}
-
 // The zone column of a directory or cache row: a place with a zone takes its offset from it
 // (the GMT marker); one without keeps GMT 0 and gets the empty zone.
 void setZoneFromRow(TarvoCity& city, const SqliteStatement& row, int column) {
@@ -82,8 +78,8 @@ std::shared_ptr<TarvoCity> placeFromRow(const SqliteStatement& row, int first, c
                                         const char* missingCountry) {
     auto city = std::make_shared<TarvoCity>();
     city->setIsLoadingFromDB(true);
-    city->setCityName(textOr(row, first, missingName));
-    city->setCountryName(textOr(row, first + 1, missingCountry));
+    city->setCityName(row.columnTextOr(first, missingName));
+    city->setCountryName(row.columnTextOr(first + 1, missingCountry));
     city->setLatitude(row.columnDouble(first + 2));
     city->setLongitude(row.columnDouble(first + 3));
     setZoneFromRow(*city, row, first + 4);
@@ -109,12 +105,12 @@ std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetAllCities(SqliteDatabase& 
         auto city = std::make_shared<TarvoCity>();
         city->setIsLoadingFromDB(true);
         city->setCountryName(countryName);
-        city->setCityName(textOr(query, 0, "Unknown"));
-        city->setStateName(textOr(query, 1, ""));
+        city->setCityName(query.columnTextOr(0, "Unknown"));
+        city->setStateName(query.columnTextOr(1, ""));
         city->setLatitude(query.columnDouble(2));
         city->setLongitude(query.columnDouble(3));
         city->setGMT(query.columnDouble(4));
-        city->setTimeZone(textOr(query, 5, ""));
+        city->setTimeZone(query.columnTextOr(5, ""));
         city->setIsLoadingFromDB(false);
         cities.push_back(std::move(city));
     }
@@ -305,10 +301,7 @@ void TarvoCity::SaveLastUsedCity(SqliteDatabase& database, const std::shared_ptr
     RemoveLastUsedCity(database);
     (void)Slot::run(SlotId::insertLastUsed, database, kLastUsedInsertSql, "[DB] [DB] Save Last Used City",
                     "[DB] Error: failed SaveLastUsedCity with message '{}'.", [&](Slot& slot) {
-                        if (!city->cityName()) city->setCityName("");
-                        if (!city->countryName()) city->setCountryName("");
-                        if (!city->stateName()) city->setStateName("");
-                        if (!city->TimeZone()) city->setTimeZone("");
+                        city->fillMissingTexts(NameOrder::cityFirst);
                         SqliteStatement& insert = slot.statement();
                         insert.bindText(1, *city->cityName());
                         insert.bindText(2, *city->countryName());
