@@ -58,7 +58,8 @@ std::optional<double> TimetableCsvParser::keyForDate(std::string_view date) {
     const auto civil = text::parseIsoDate(date);
     if (!civil) return std::nullopt;
     using namespace std::chrono;
-    const year_month_day ymd{year{civil->year}, month{civil->month}, day{civil->day}};
+    const year_month_day ymd{year{static_cast<int>(civil->year)}, month{static_cast<unsigned>(civil->month)},
+                             day{static_cast<unsigned>(civil->day)}};
     return static_cast<double>(sys_days{ymd}.time_since_epoch().count()) * 86400.0;
 }
 

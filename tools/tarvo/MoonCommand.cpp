@@ -87,10 +87,7 @@ void run(const MoonOptions& o) {
     if (o.date.empty()) {
         day = Calendar(zone).components(Date::now());
     } else {
-        const CivilDate d = parseDate(o.date, "--date");
-        day.year = d.year;
-        day.month = d.month;
-        day.day = d.day;
+        day = parseDate(o.date, "--date");
     }
 
     MoonReport r;
