@@ -194,7 +194,7 @@ std::shared_ptr<TarvoCity> TarvoCity::InitWithDefaults() {
 std::vector<SettingDescription> TarvoCity::automaticCitySettings() {
     using Type = SettingDescription::Type;
     return {
-        {kAutoCityGMT, Type::number, false, -100, 50,
+        {kAutoCityGMT, Type::number, false, kGMTFromTimeZoneLegacy, kGMTFromTimeZone,
          "Hours from GMT of the automatic city (50: the time zone's offset)"},
         {kAutoCityDST, Type::integer, false, 0, 2, "Summer time of the automatic city: 0 the zone's, 1 on, 2 off"},
         {kAutoCityPrayerMethod, Type::integer, false, 0, 7, "Calculation method of the automatic city (0 automatic)"},

@@ -65,6 +65,7 @@ constexpr std::array<SchemaStep, 5> kSchemaV3_2 = {{
     // From this layout on, every saved city takes its offset from its time-zone name.
     {3, "UPDATE savedcities SET gmt = 50"},
 }};
+static_assert(TarvoCity::kGMTFromTimeZone == 50.0, "the upgrade's SQL writes the GMT marker as 50");
 
 constexpr std::array<SchemaStep, 2> kSchemaV3_3 = {{
     {1, "ALTER TABLE savedcities ADD COLUMN adjusthighlat INTEGER NOT NULL DEFAULT 0"},
