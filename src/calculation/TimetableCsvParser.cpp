@@ -76,7 +76,9 @@ Result<std::vector<TimetableRow>> TimetableCsvParser::parse(std::string_view tex
         ++lineNumber;
         if (line.empty() || line.front() == '#' || line.starts_with("date")) continue;
 
-        auto fail = [&](const std::string& why) { return Error{concat({"line ", std::to_string(lineNumber), ": ", why})}; };
+        auto fail = [&](const std::string& why) {
+            return Error{concat({"line ", std::to_string(lineNumber), ": ", why})};
+        };
         const auto fields = splitFields(line);
         if (fields.size() != 7) {
             return fail(concat({"expected 7 columns (date and six times), found ", std::to_string(fields.size())}));

@@ -151,7 +151,7 @@ Geocoder::Places WebGeocoder::reverseGeocode(double latitude, double longitude) 
     auto base = baseURL();
     if (!base) {
         return Error{fmt::format("no geocoding service is set (preference {}, or {})", kURLPreferenceKey,
-                                   kURLEnvironmentVariable)};
+                                 kURLEnvironmentVariable)};
     }
     if (!base->starts_with("https://") && !base->starts_with("http://")) {
         return Error{"the geocoding service's address must begin with https:// or http://: " + *base};

@@ -12,10 +12,10 @@
 #include "support/GeocodingServer.h"
 #include "support/ResultValue.h"
 #include "support/SmallDirectory.h"
+#include "tarvo/Version.h"
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/OfflineGeocoder.h"
 #include "tarvo/cities/TarvoCity.h"
-#include "tarvo/Version.h"
 #include "tarvo/cities/WebGeocoder.h"
 #include "tarvo/platform/UserDefaults.h"
 
@@ -88,7 +88,9 @@ TEST_F(WebGeocoderTest, NothingThereIsAnEmptyListAndBadAnswersAreErrorsNeverCras
     for (const auto& [body, error] : bodies) {
         const auto result = ask(body);
         EXPECT_EQ(!result, error) << body.substr(0, 40);
-        if (result) EXPECT_TRUE(result->empty()) << body.substr(0, 40);
+        if (result) {
+            EXPECT_TRUE(result->empty()) << body.substr(0, 40);
+        }
     }
     EXPECT_NE(test::errorOrFailure(ask(kLondonAnswer, 500)).find("HTTP 500"), std::string::npos);
 }
@@ -144,7 +146,7 @@ TEST(OfflineGeocoder, NamesTheNearestDirectoryCityWithin100Km) {
     EXPECT_EQ(place.locality + "|" + place.administrativeArea + "|" + place.country + "|" + place.formattedAddress,
               "London|England|United Kingdom|London, England, United Kingdom");
     EXPECT_EQ(test::valueOrFailure(geocoder.reverseGeocode(52.2, 0.12)).size(), 1u);  // Cambridge, 80 km
-    const auto norwich = geocoder.reverseGeocode(52.63, 1.3);                          // 160 km
+    const auto norwich = geocoder.reverseGeocode(52.63, 1.3);                         // 160 km
     EXPECT_TRUE(norwich && norwich->empty());
     EXPECT_FALSE(OfflineGeocoder(std::shared_ptr<CityDirectory>()).reverseGeocode(51.5, 0));
     EXPECT_FALSE(OfflineGeocoder(static_cast<SqliteDatabase*>(nullptr)).reverseGeocode(51.5, 0));

@@ -107,7 +107,8 @@ TEST(ShippedDirectory, FileIsFoundByTheDocumentedRule) {
 
     // Files that are no city directory are refused, named, and left as they were.
     test::writeBytes(scratch / "text.sqlite", "not a database");
-    EXPECT_NE(test::errorOrFailure(CityDirectory::open(scratch / "text.sqlite")).find("text.sqlite"), std::string::npos);
+    EXPECT_NE(test::errorOrFailure(CityDirectory::open(scratch / "text.sqlite")).find("text.sqlite"),
+              std::string::npos);
     EXPECT_EQ(test::readBytes(scratch / "text.sqlite"), "not a database");
     ASSERT_TRUE(test::runSql(scratch / "user.sqlite", "CREATE TABLE savedcities (pk INTEGER PRIMARY KEY)"));
     EXPECT_NE(test::errorOrFailure(CityDirectory::open(scratch / "user.sqlite")).find("not a city directory"),
