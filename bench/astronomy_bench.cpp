@@ -66,7 +66,7 @@ void BM_CompatibleMoonTextsDay(benchmark::State& state) {
     for (auto _ : state) {
         const size_t place = i % kPlaceCount;
         const Place& p = kPlaces[place];
-        auto texts = calculator.moonriseSetTextsForDay(2023, 1, 1 + static_cast<int64_t>(i % kDays), zones[place],
+        auto texts = calculator.moonriseSetTextsForDay(1 + static_cast<int64_t>(i % kDays), 1, 2023, zones[place],
                                                        p.latitude, p.longitude);
         benchmark::DoNotOptimize(texts.data());
         ++i;

@@ -136,12 +136,12 @@ BENCHMARK(BM_InMemoryScan_NameSearch)->Unit(benchmark::kMicrosecond);
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::string error;
-    gDirectory = tarvo::CityDirectory::open("", error);
-    if (!gDirectory) {
-        std::fprintf(stderr, "directory_bench: %s\n", error.c_str());
+    auto opened = tarvo::CityDirectory::open("");
+    if (!opened) {
+        std::fprintf(stderr, "directory_bench: %s\n", opened.error().message.c_str());
         return 1;
     }
+    gDirectory = std::move(*opened);
     const auto scanned = std::filesystem::temp_directory_path() / "tarvo-directory-bench-scanned.sqlite";
     std::filesystem::copy_file(gDirectory->path(), scanned, std::filesystem::copy_options::overwrite_existing);
     {
@@ -151,11 +151,12 @@ int main(int argc, char** argv) {
             return 1;
         }
     }
-    gScannedDirectory = tarvo::CityDirectory::open(scanned, error);
-    if (!gScannedDirectory) {
-        std::fprintf(stderr, "directory_bench: %s\n", error.c_str());
+    opened = tarvo::CityDirectory::open(scanned);
+    if (!opened) {
+        std::fprintf(stderr, "directory_bench: %s\n", opened.error().message.c_str());
         return 1;
     }
+    gScannedDirectory = std::move(*opened);
     tarvo::SqliteStatement rows;
     rows.prepare(gDirectory->database(), "SELECT name, country, lat, lon, sinlat, coslat, sinlng, coslng FROM cities");
     while (rows.step() == 100 /* SQLITE_ROW */) {

@@ -19,9 +19,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const auto path = folder / tarvo::CityDirectory::kFileName;
     tarvo::fuzz::writeFile(path, bytes);
     {
-        std::string error;
-        const auto directory = tarvo::CityDirectory::open(path, error);
-        if (directory) {
+        const auto opened = tarvo::CityDirectory::open(path);
+        if (opened) {
+            const auto& directory = *opened;
             tarvo::SqliteDatabase& db = directory->database();
             const auto countries = directory->countries();
             for (size_t i = 0; i < countries.size() && i < 3; ++i) {
@@ -37,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                              "a ranked search answered more than 75 cities");
             (void)tarvo::TarvoCity::GetCityForLat(41.0, 29.0, &db, 50.0, false);
         } else {
-            TARVO_FUZZ_CHECK(!error.empty(), "a refused directory says why");
+            TARVO_FUZZ_CHECK(!opened.error().message.empty(), "a refused directory says why");
         }
         // The cached statements belong to this file; the next input is another.
         tarvo::TarvoCity::resetStatementCache();

@@ -20,12 +20,12 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     tarvo::fuzz::quietLog();
     // A statement that fails to prepare is logged at error level: count those lines.
     tarvo::fuzz::errorLines();
-    std::string error;
-    gDirectory = tarvo::CityDirectory::open(TARVO_FUZZ_CITY_DIRECTORY, error);
-    if (!gDirectory) {
-        std::fprintf(stderr, "name_search: %s\n", error.c_str());
+    auto opened = tarvo::CityDirectory::open(TARVO_FUZZ_CITY_DIRECTORY);
+    if (!opened) {
+        std::fprintf(stderr, "name_search: %s\n", opened.error().message.c_str());
         std::abort();
     }
+    gDirectory = std::move(*opened);
     return 0;
 }
 

@@ -45,9 +45,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view csv = tarvo::fuzz::text(data, size);
     tarvo::FixedTimetable table("Fuzz", {kFirstKey, kLastKey, kRows, 2});
-    std::string error;
-    if (table.replaceFromCsvText(csv, &error)) {
-        TARVO_FUZZ_CHECK(error.empty(), "an accepted table reports an error");
+    if (const auto replaced = table.replaceFromCsvText(csv); replaced) {
         TARVO_FUZZ_CHECK(table.rowCount() == dataLines(csv), "an accepted table has one row per data line");
         // Days outside the table's range are never answered.
         const auto none = table.timingsForEpoch(kFirstKey - 86400.0);
@@ -58,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             }
         }
     } else {
-        TARVO_FUZZ_CHECK(!error.empty(), "a rejected table says why");
+        TARVO_FUZZ_CHECK(!replaced.error().message.empty(), "a rejected table says why");
         TARVO_FUZZ_CHECK(table.rowCount() == 2, "a rejected table keeps its rows");
         TARVO_FUZZ_CHECK(sameBits(table.timingsForEpoch(kRows[0].key), kRows[0].times) &&
                              sameBits(table.timingsForEpoch(kRows[1].key), kRows[1].times),

@@ -34,13 +34,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const auto folder = tarvo::fuzz::freshFolder("user");
     const auto path = folder / tarvo::UserDatabase::kFileName;
     tarvo::fuzz::writeFile(path, bytes);
-    std::string error;
-    auto database = tarvo::UserDatabase::open(path, error);
-    if (!database) {
-        TARVO_FUZZ_CHECK(!error.empty(), "a refused user database says why");
+    auto opened = tarvo::UserDatabase::open(path);
+    if (!opened) {
+        TARVO_FUZZ_CHECK(!opened.error().message.empty(), "a refused user database says why");
         TARVO_FUZZ_CHECK(tarvo::fuzz::readFile(path) == bytes, "a refused user database was changed");
         return 0;
     }
+    auto database = std::move(*opened);
     tarvo::SqliteDatabase& db = database->database();
     // At the current layout or a later one: recorded so, or unrecorded (0 or below) with the
     // tables there, which is left as it is.
@@ -64,9 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     database.reset();
 
     const std::string upgraded = tarvo::fuzz::readFile(path);
-    auto again = tarvo::UserDatabase::open(path, error);
-    TARVO_FUZZ_CHECK(again != nullptr, "an upgraded user database is refused the next time");
-    again.reset();
+    TARVO_FUZZ_CHECK(tarvo::UserDatabase::open(path).ok(), "an upgraded user database is refused the next time");
     TARVO_FUZZ_CHECK(tarvo::fuzz::readFile(path) == upgraded, "opening an up-to-date user database changed it");
     return 0;
 }

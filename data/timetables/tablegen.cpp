@@ -27,11 +27,10 @@ int main(int argc, char** argv) {
     }
     std::stringstream text;
     text << in.rdbuf();
-    tarvo::TimetableCsvParser parser(*first, *last);
-    const auto rows = parser.parse(text.str());
+    const auto rows = tarvo::TimetableCsvParser(*first, *last).parse(text.str());
     if (!rows) {
         // "file:line: message", the form compilers use, so editors can jump to the row.
-        std::string error = parser.error();
+        std::string error = rows.error().message;
         if (error.rfind("line ", 0) == 0) error = error.substr(5);
         std::cerr << input << ":" << error << "\n";
         return 1;

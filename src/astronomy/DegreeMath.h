@@ -14,7 +14,7 @@ inline double acos(double x) { return solar::arcCosDeg(x); }
 inline double atan(double x) { return solar::arcTanDeg(x); }
 inline double atan2(double y, double x) { return solar::arcTan2Deg(y, x); }
 
-/// The angle brought into [0, 360).
-inline double normalize(double degrees) { return solar::fixAngle(degrees); }
+/// The angle brought into [0, 360): the kernel's one reduction, under its own name.
+using solar::fixAngle;
 
 }  // namespace tarvo::degmath

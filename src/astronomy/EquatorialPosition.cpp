@@ -7,11 +7,11 @@ namespace tarvo {
 EquatorialPosition EquatorialPosition::fromEcliptic(double longitude, double latitude, double distanceKm, double epsilon) {
     using namespace degmath;
     EquatorialPosition p;
-    p.longitude = normalize(longitude);
+    p.longitude = fixAngle(longitude);
     p.latitude = latitude;
     p.distanceKm = distanceKm;
     p.rightAscension =
-        normalize(atan2(sin(longitude) * cos(epsilon) - tan(latitude) * sin(epsilon), cos(longitude)));
+        fixAngle(atan2(sin(longitude) * cos(epsilon) - tan(latitude) * sin(epsilon), cos(longitude)));
     p.declination = asin(sin(latitude) * cos(epsilon) + cos(latitude) * sin(epsilon) * sin(longitude));
     return p;
 }

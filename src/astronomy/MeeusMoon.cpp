@@ -78,12 +78,12 @@ MeeusMoon::Terms MeeusMoon::terms(double jde) {
     using namespace degmath;
     const double t = TimeScale::centuries(jde);
     Terms s{};
-    s.meanLongitude = normalize(218.3164477 + t * (481267.88123421 + t * (-0.0015786 + t * (1.0 / 538841.0 - t / 65194000.0))));
-    s.elongation = normalize(297.8501921 + t * (445267.1114034 + t * (-0.0018819 + t * (1.0 / 545868.0 - t / 113065000.0))));
-    s.sunAnomaly = normalize(357.5291092 + t * (35999.0502909 + t * (-0.0001536 + t / 24490000.0)));
-    s.moonAnomaly = normalize(134.9633964 + t * (477198.8675055 + t * (0.0087414 + t * (1.0 / 69699.0 - t / 14712000.0))));
+    s.meanLongitude = fixAngle(218.3164477 + t * (481267.88123421 + t * (-0.0015786 + t * (1.0 / 538841.0 - t / 65194000.0))));
+    s.elongation = fixAngle(297.8501921 + t * (445267.1114034 + t * (-0.0018819 + t * (1.0 / 545868.0 - t / 113065000.0))));
+    s.sunAnomaly = fixAngle(357.5291092 + t * (35999.0502909 + t * (-0.0001536 + t / 24490000.0)));
+    s.moonAnomaly = fixAngle(134.9633964 + t * (477198.8675055 + t * (0.0087414 + t * (1.0 / 69699.0 - t / 14712000.0))));
     s.argumentOfLatitude =
-        normalize(93.2720950 + t * (483202.0175233 + t * (-0.0036539 + t * (-1.0 / 3526000.0 + t / 863310000.0))));
+        fixAngle(93.2720950 + t * (483202.0175233 + t * (-0.0036539 + t * (-1.0 / 3526000.0 + t / 863310000.0))));
     const double a1 = 119.75 + 131.849 * t;    // Venus
     const double a2 = 53.09 + 479264.290 * t;  // Jupiter
     const double a3 = 313.45 + 481266.484 * t;

@@ -24,7 +24,7 @@ Observer::Observer(double latitude, double longitude, double heightMetres)
 }
 
 double Observer::siderealTime(double julianDayUT, double nutationInRa) const {
-    return degmath::normalize(SunCalculator::lmst(julianDayUT - kMjdOffset, longitude_) * 15.0 + nutationInRa);
+    return degmath::fixAngle(SunCalculator::lmst(julianDayUT - kMjdOffset, longitude_) * 15.0 + nutationInRa);
 }
 
 Observer::Horizontal Observer::topocentric(const EquatorialPosition& place, double sidereal) const {
@@ -41,10 +41,10 @@ Observer::Horizontal Observer::topocentric(const EquatorialPosition& place, doub
     out.distanceKm = std::sqrt(x * x + y * y + z * z);
     out.hourAngle = atan2(y, x);
     out.declination = atan2(z, std::sqrt(x * x + y * y));
-    out.rightAscension = normalize(sidereal - out.hourAngle);
+    out.rightAscension = fixAngle(sidereal - out.hourAngle);
     const double phi = latitude_;
     out.altitude = asin(sin(phi) * sin(out.declination) + cos(phi) * cos(out.declination) * cos(out.hourAngle));
-    out.azimuth = normalize(
+    out.azimuth = fixAngle(
         atan2(sin(out.hourAngle), cos(out.hourAngle) * sin(phi) - tan(out.declination) * cos(phi)) + 180.0);
     return out;
 }

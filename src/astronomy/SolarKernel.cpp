@@ -32,14 +32,14 @@ double arcTan2Deg(double y, double x) { return degreesFromRadians(std::atan2(y, 
 // gives an obtuse angle and 0 gives 90 instead of a division by zero.
 double arcCotDeg(double x) { return degreesFromRadians(std::atan2(1.0, x)); }
 
-double julianDate(int64_t year, int64_t month, int64_t day) {
+double julianDate(int64_t year, int64_t month, int64_t day, bool gregorian) {
     if (month < 3) {
         year -= 1;
         month += 12;
     }
     const double y = static_cast<double>(year);
     const double A = std::floor(y / 100.0);
-    const double B = 2 - A + std::floor(A * 0.25);
+    const double B = gregorian ? 2 - A + std::floor(A * 0.25) : 0.0;
     return std::floor(365.25 * (y + 4716)) + std::floor(30.6001 * (static_cast<double>(month) + 1)) +
            static_cast<double>(day) + B - 1524.5;
 }

@@ -46,7 +46,9 @@ double arcCotDeg(double x);
 ///   Notes:    Meeus, Astronomical Algorithms, chapter 7: January and February count as months
 ///             13 and 14 of the previous year; B = 2 - A + floor(A/4) with A = floor(year/100)
 ///             applies the Gregorian reform. The integers become doubles before multiplying.
-double julianDate(int64_t year, int64_t month, int64_t day);
+///             With `gregorian` false the day is one of the Julian calendar (B = 0), as days
+///             before 1582 October 15 are written.
+double julianDate(int64_t year, int64_t month, int64_t day, bool gregorian = true);
 
 /// The sun's apparent position as the prayer engine uses it.
 struct SunPosition {

@@ -50,7 +50,7 @@ std::vector<double> asArray(const SunCalculator::Position& p) {
 
 double elongationAt(Date moment) {
     const double jde = TimeScale::julianEphemerisDay(moment);
-    return degmath::normalize(MeeusMoon::position(jde).longitude - MeeusSun::position(jde).longitude);
+    return degmath::fixAngle(MeeusMoon::position(jde).longitude - MeeusSun::position(jde).longitude);
 }
 
 }  // namespace
@@ -59,18 +59,7 @@ double elongationAt(Date moment) {
 
 double SunCalculator::mjd(int64_t day, int64_t month, int64_t year, double hour) {
     const bool gregorian = year * 10000 + month * 100 + day >= 15821015;
-    if (month <= 2) {
-        month += 12;
-        year -= 1;
-    }
-    double b = 0;
-    if (gregorian) {
-        const double a = std::floor(static_cast<double>(year) / 100.0);
-        b = 2 - a + std::floor(a / 4.0);
-    }
-    const double jd = std::floor(365.25 * static_cast<double>(year + 4716)) +
-                      std::floor(30.6001 * static_cast<double>(month + 1)) + static_cast<double>(day) + b - 1524.5;
-    return jd - kMjdOffset + hour / 24.0;
+    return solar::julianDate(year, month, day, gregorian) - kMjdOffset + hour / 24.0;
 }
 
 double SunCalculator::lmst(double mjd, double glong) {
@@ -80,12 +69,15 @@ double SunCalculator::lmst(double mjd, double glong) {
     return range(gmst + glong) / 15.0;
 }
 
-double SunCalculator::daynumber(int64_t year, int64_t month, int64_t day, double hour) {
+double SunCalculator::daynumber(int64_t day, int64_t month, int64_t year, double hour) {
     const int64_t d = 367 * year - Div(7 * (year + Div(month + 9, 12)), 4) + Div(275 * month, 9) + day - 730530;
     return static_cast<double>(d) + hour / 24.0;
 }
 
 double SunCalculator::range(double x) {
+    // Not solar::fixAngle: the same reduction reached by other arithmetic (the fraction of a
+    // turn, scaled back), which can differ from it in the last bit. The sidereal time and the
+    // phase names built on it have always had these results, so it keeps its own.
     const double b = x / 360.0;
     const double a = 360.0 * (b - ipart(b));
     return a < 0 ? a + 360.0 : a;
@@ -117,7 +109,7 @@ SunCalculator::MoonPhase SunCalculator::moonPhase(Date moment) {
     const double psi = acos(cos(moon.latitude) * cos(moon.longitude - sun.longitude));
     phase.phaseAngle = atan2(sun.distanceKm * sin(psi), moon.distanceKm - sun.distanceKm * cos(psi));
     phase.illuminatedFraction = (1.0 + cos(phase.phaseAngle)) / 2.0;
-    phase.elongation = normalize(moon.longitude - sun.longitude);
+    phase.elongation = fixAngle(moon.longitude - sun.longitude);
     phase.name = moonPhaseName(phase.elongation);
 
     // Back to the last new moon: step by the mean rate, then close in on the true instant.
@@ -131,7 +123,7 @@ SunCalculator::MoonPhase SunCalculator::moonPhase(Date moment) {
     return phase;
 }
 
-SunCalculator::MoonPhase SunCalculator::moonPhaseForDay(int64_t year, int64_t month, int64_t day,
+SunCalculator::MoonPhase SunCalculator::moonPhaseForDay(int64_t day, int64_t month, int64_t year,
                                                         const TimeZone& zone) {
     const Calendar calendar(zone);
     DateComponents c;

@@ -123,7 +123,7 @@ std::string SunCalculator::hrsmin(double hours) const {
     return text;
 }
 
-std::vector<std::string> SunCalculator::moonriseSetTextsForDay(int64_t year, int64_t month, int64_t day,
+std::vector<std::string> SunCalculator::moonriseSetTextsForDay(int64_t day, int64_t month, int64_t year,
                                                                const TimeZone& zone, double latitude,
                                                                double longitude) {
     DateComponents noon;
@@ -141,7 +141,7 @@ SunCalculator::MoonDay SunCalculator::moonRiseSet(Date from, Date to, double lat
     return MoonRiseSet(latitude, longitude).events(from, to);
 }
 
-SunCalculator::MoonDay SunCalculator::moonRiseSetForDay(int64_t year, int64_t month, int64_t day,
+SunCalculator::MoonDay SunCalculator::moonRiseSetForDay(int64_t day, int64_t month, int64_t year,
                                                         const TimeZone& zone, double latitude, double longitude) {
     return moonRiseSet(localMidnight(year, month, day, zone), localMidnight(year, month, day + 1, zone), latitude,
                        longitude);

@@ -55,7 +55,7 @@ double SunCalculator::ElevationRefraction(double elevation) {
 double SunCalculator::satelliteAzimuth(double satLon, double siteLat, double siteLon) {
     using namespace degmath;
     const double dL = satLon - siteLon;
-    return normalize(atan2(sin(dL), -sin(siteLat) * cos(dL)));
+    return fixAngle(atan2(sin(dL), -sin(siteLat) * cos(dL)));
 }
 
 }  // namespace tarvo

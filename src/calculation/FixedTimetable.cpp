@@ -30,35 +30,28 @@ std::array<double, 6> FixedTimetable::timingsForEpoch(double key) const {
     return {-1, -1, -1, -1, -1, -1};
 }
 
-bool FixedTimetable::replaceFromCsvText(std::string_view text, std::string* error) {
-    TimetableCsvParser parser(firstKey_, lastKey_);
-    auto parsed = parser.parse(text);
+Result<void> FixedTimetable::replaceFromCsvText(std::string_view text) {
+    auto parsed = TimetableCsvParser(firstKey_, lastKey_).parse(text);
     if (!parsed) {
-        TARVO_LOG_ERROR("{} timetable rejected, keeping the current rows: {}", name_, parser.error());
-        if (error) *error = parser.error();
-        return false;
+        TARVO_LOG_ERROR("{} timetable rejected, keeping the current rows: {}", name_, parsed.error().message);
+        return parsed.error();
     }
     auto replacement = std::make_shared<const Rows>(std::move(*parsed));
     std::lock_guard lock(mutex_);
     rows_ = std::move(replacement);
-    return true;
+    return {};
 }
 
-bool FixedTimetable::replaceFromCsvFile(const std::string& path, std::string* error) {
+Result<void> FixedTimetable::replaceFromCsvFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     if (!in) {
         TARVO_LOG_ERROR("{} timetable file {} cannot be read, keeping the current rows", name_, path);
-        if (error) *error = "cannot read " + path;
-        return false;
+        return Error{"cannot read " + path};
     }
     std::stringstream text;
     text << in.rdbuf();
-    std::string why;
-    if (!replaceFromCsvText(text.str(), &why)) {
-        if (error) *error = path + ": " + why;
-        return false;
-    }
-    return true;
+    if (auto replaced = replaceFromCsvText(text.str()); !replaced) return Error{path + ": " + replaced.error().message};
+    return {};
 }
 
 }  // namespace tarvo

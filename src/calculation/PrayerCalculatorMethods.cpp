@@ -52,7 +52,7 @@ std::string PrayerCalculator::getPrayerMethodNameFromNumber(int64_t method) {
         case 3: return localized("Islamic University, Karachi");
         case 4: return localized("Umm Al-Qura");
         case 5: return localized("ISNA (North America)");
-        case 6: return localized("Custom Method");
+        case kCustomMethod: return localized("Custom Method");
         case 7: return localized("UAE");
         default: return namedMethodOr(method, "Muslim League");
     }
@@ -67,7 +67,7 @@ std::string PrayerCalculator::getShortPrayerMethodNameFromNumber(int64_t method)
         case 3: return localized("Islamic University, Karachi Short");
         case 4: return localized("Umm Al-Qura Short");
         case 5: return localized("ISNA (North America) Short");
-        case 6: return localized("Custom Method");
+        case kCustomMethod: return localized("Custom Method");
         case 7: return localized("UAE");
         default: return namedMethodOr(method, "Muslim League");
     }
@@ -163,10 +163,10 @@ void PrayerCalculator::setCustomParams(MethodParams& p) {
     }
     // Copy on write: the table may be the shared built-in one.
     auto table = std::make_shared<MethodTable>(*methodParams_);
-    table->erase(6);
-    table->emplace(6, p);
+    table->erase(kCustomMethod);
+    table->emplace(kCustomMethod, p);
     methodParams_ = std::move(table);
-    calcMethod_ = 6;
+    calcMethod_ = kCustomMethod;
 }
 
 void PrayerCalculator::setSingleParam(size_t selectorIndex, double selector, double value) {

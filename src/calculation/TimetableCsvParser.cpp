@@ -58,13 +58,13 @@ std::optional<double> TimetableCsvParser::keyForDate(std::string_view date) {
     const auto civil = text::parseIsoDate(date);
     if (!civil) return std::nullopt;
     using namespace std::chrono;
-    const year_month_day ymd{year{civil->year}, month{civil->month}, day{civil->day}};
+    const year_month_day ymd{year{static_cast<int>(civil->year)}, month{static_cast<unsigned>(civil->month)},
+                             day{static_cast<unsigned>(civil->day)}};
     return static_cast<double>(sys_days{ymd}.time_since_epoch().count()) * 86400.0;
 }
 
-std::optional<std::vector<TimetableRow>> TimetableCsvParser::parse(std::string_view text) {
+Result<std::vector<TimetableRow>> TimetableCsvParser::parse(std::string_view text) const {
     static constexpr const char* kNames[] = {"Fajr", "sunrise", "Dhuhr", "Asr", "Maghrib", "Isha"};
-    error_.clear();
     std::vector<TimetableRow> rows;
     size_t lineNumber = 0;
     size_t pos = 0;
@@ -77,8 +77,7 @@ std::optional<std::vector<TimetableRow>> TimetableCsvParser::parse(std::string_v
         if (line.empty() || line.front() == '#' || line.starts_with("date")) continue;
 
         auto fail = [&](const std::string& why) {
-            error_ = concat({"line ", std::to_string(lineNumber), ": ", why});
-            return std::nullopt;
+            return Error{concat({"line ", std::to_string(lineNumber), ": ", why})};
         };
         const auto fields = splitFields(line);
         if (fields.size() != 7) {
@@ -104,8 +103,7 @@ std::optional<std::vector<TimetableRow>> TimetableCsvParser::parse(std::string_v
     std::sort(rows.begin(), rows.end(), [](const TimetableRow& a, const TimetableRow& b) { return a.key < b.key; });
     for (size_t i = 1; i < rows.size(); ++i) {
         if (rows[i].key == rows[i - 1].key) {
-            error_ = concat({"date ", dateText(rows[i].key), " appears more than once"});
-            return std::nullopt;
+            return Error{concat({"date ", dateText(rows[i].key), " appears more than once"})};
         }
     }
     return rows;

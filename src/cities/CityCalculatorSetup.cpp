@@ -23,7 +23,9 @@ void configureCalculatorFromCity(PrayerCalculator& calculator, const TarvoCity& 
     }
     // Older saved cities carry -100 for "offset from the zone"; the calculator knows only
     // 50 as that marker, and -100 taken literally would be an offset of minus a hundred hours.
-    const double gmt = city.GMT() == TarvoCity::kGMTFromTimeZoneLegacy ? TarvoCity::kGMTFromTimeZone : city.GMT();
+    static_assert(TarvoCity::kGMTFromTimeZone == PrayerCalculator::kOffsetFromZone,
+                  "a city's marker passes to the calculator unchanged");
+    const double gmt = city.GMT() == TarvoCity::kGMTFromTimeZoneLegacy ? PrayerCalculator::kOffsetFromZone : city.GMT();
     calculator.setOverrideTimeZoneOffset(gmt);
     // A city on the custom method that never chose its angles (0, the record's default) keeps
     // the method's own starting angles, the Muslim League's 18 and 17 degrees: an angle of 0

@@ -61,35 +61,30 @@ std::vector<std::filesystem::path> candidates() {
 
 }  // namespace
 
-std::optional<std::filesystem::path> CityDirectory::locate(std::string& error) {
+Result<std::filesystem::path> CityDirectory::locate() {
     std::string tried;
     for (const auto& place : candidates()) {
         std::error_code ec;
         if (std::filesystem::is_regular_file(place, ec)) return place;
         tried += (tried.empty() ? "" : ", ") + place.string();
     }
-    error = "no city directory found (looked at " + tried + ")";
-    return std::nullopt;
+    return Error{"no city directory found (looked at " + tried + ")"};
 }
 
-std::shared_ptr<CityDirectory> CityDirectory::open(const std::filesystem::path& path, std::string& error) {
+Result<std::shared_ptr<CityDirectory>> CityDirectory::open(const std::filesystem::path& path) {
     std::filesystem::path file = path;
     if (file.empty()) {
-        auto located = locate(error);
-        if (!located) return nullptr;
-        file = *located;
+        auto located = locate();
+        if (!located) return located.error();
+        file = std::move(*located);
     }
     std::shared_ptr<CityDirectory> directory(new CityDirectory());
     std::error_code ec;
-    if (!std::filesystem::is_regular_file(file, ec)) {
-        error = file.string() + ": no such file";
-        return nullptr;
-    }
+    if (!std::filesystem::is_regular_file(file, ec)) return Error{file.string() + ": no such file"};
     // Immutable: the directory is data shipped with the library, never written, so it is
     // read without locks and nothing is ever created beside it.
     if (!directory->database_.open(file, SqliteDatabase::kOpenReadOnly | SqliteDatabase::kOpenImmutable)) {
-        error = file.string() + ": " + directory->database_.errorMessage();
-        return nullptr;
+        return Error{file.string() + ": " + directory->database_.errorMessage()};
     }
     // The look-ups scan the whole `cities` table: keep the file in memory (read through a
     // mapping, and a page cache the size of the shipped file) instead of reading it again
@@ -98,13 +93,11 @@ std::shared_ptr<CityDirectory> CityDirectory::open(const std::filesystem::path& 
     directory->database_.exec("PRAGMA cache_size = -16384");
     SqliteStatement probe;
     if (probe.prepare(directory->database_, "SELECT count(*) FROM cities JOIN countries") != SQLITE_OK) {
-        error = file.string() + ": not a city directory (" + directory->database_.errorMessage() + ")";
-        return nullptr;
+        return Error{file.string() + ": not a city directory (" + directory->database_.errorMessage() + ")"};
     }
     probe.finalize();
-    if (auto why = directory->unusable()) {
-        error = file.string() + ": " + *why;
-        return nullptr;
+    if (auto usable = directory->checkUsable(); !usable) {
+        return Error{file.string() + ": " + usable.error().message};
     }
     directory->faultsAtOpen_ = SqliteDatabase::storageFaults();
     // No look-up on the directory may run for ever, whatever its file holds.
@@ -113,18 +106,19 @@ std::shared_ptr<CityDirectory> CityDirectory::open(const std::filesystem::path& 
     return directory;
 }
 
-std::optional<std::string> CityDirectory::unusable() {
+Result<void> CityDirectory::checkUsable() {
     // A directory holds tables and their indexes only. A view or a trigger could make a
     // look-up run a query of the file's choosing instead of a scan of the cities.
     SqliteStatement objects;
     if (objects.prepare(database_, "SELECT type, name FROM sqlite_master WHERE type NOT IN ('table', 'index')") !=
         SQLITE_OK) {
-        return "unreadable (" + database_.errorMessage() + ")";
+        return Error{"unreadable (" + database_.errorMessage() + ")"};
     }
     if (objects.step() == SQLITE_ROW) {
-        return "not a city directory (it holds the " + objects.columnText(0) + " '" + objects.columnText(1) + "')";
+        return Error{"not a city directory (it holds the " + objects.columnText(0) + " '" + objects.columnText(1) +
+                     "')"};
     }
-    return std::nullopt;
+    return {};
 }
 
 std::optional<std::string> CityDirectory::damage(bool always) {

@@ -28,7 +28,7 @@ void CityStatementSlot::finalizeForClosing() {
                   deleteCity, updateCity, currentSelection, allSavedCities, nearestCity}) {
         slot(id).finalizeKeepingSlot();
     }
-    // The last-used statements and the name search are left alone; the two cached-city
+    // The last-used statements are left alone; the two cached-city
     // delete slots are the only ones emptied, so they alone prepare again on next use.
     slot(deleteCachedCity).empty();
     slot(deleteAllCachedCities).empty();

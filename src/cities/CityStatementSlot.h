@@ -6,9 +6,9 @@
 #include <string_view>
 #include <type_traits>
 
-#include "platform/Result.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/platform/Log.h"
+#include "tarvo/platform/Result.h"
 #include "tarvo/platform/SqliteStatement.h"
 
 namespace tarvo {
@@ -26,7 +26,8 @@ class SqliteDatabase;
 class CityStatementSlot {
 public:
     /// The slots, one per cached statement of the saved-cities store, the schema upgrades and
-    /// the city directory.
+    /// the city directory. Statements whose text changes with every call are not cached (see
+    /// runFresh).
     enum class Id : size_t {
         lastRowId,
         schema,
@@ -43,7 +44,6 @@ public:
         insertLastUsed,
         readLastUsed,
         clearLastUsed,
-        searchCities,
         count
     };
 
@@ -86,10 +86,41 @@ public:
                     int line = __builtin_LINE())
         -> Result<std::invoke_result_t<Use, CityStatementSlot&>> {
         std::lock_guard lock(TarvoCity::syncObj());
-        const CallSite where{file, function, line};
+        return runIn(slot(id), false, database, sql, traceLine, failureLine, std::forward<Use>(use),
+                     CallSite{file, function, line});
+    }
+
+    /// The same sequence for a statement whose text changes with every call (a search term or
+    /// a country's table number in it): prepared afresh into a statement of its own, which is
+    /// finalised after `use`.
+    template <typename Use>
+    static auto runFresh(const SqliteDatabase& database, std::string_view sql, std::string_view traceLine,
+                         std::string_view failureLine, Use&& use, const char* file = __builtin_FILE(),
+                         const char* function = __builtin_FUNCTION(), int line = __builtin_LINE())
+        -> Result<std::invoke_result_t<Use, CityStatementSlot&>> {
+        std::lock_guard lock(TarvoCity::syncObj());
+        CityStatementSlot fresh;
+        return runIn(fresh, true, database, sql, traceLine, failureLine, std::forward<Use>(use),
+                     CallSite{file, function, line});
+    }
+
+private:
+    // The caller's place in the source. The compiler built-ins stand in for
+    // std::source_location, which not every compiler the library is built with has yet.
+    struct CallSite {
+        const char* file;
+        const char* function;
+        int line;
+    };
+    static void log(Log::Level level, const CallSite& where, const std::string& message);
+
+    // The sequence of run() and runFresh() in `s`, under the lock they hold.
+    template <typename Use>
+    static auto runIn(CityStatementSlot& s, bool fresh, const SqliteDatabase& database, std::string_view sql,
+                      std::string_view traceLine, std::string_view failureLine, Use&& use, const CallSite& where)
+        -> Result<std::invoke_result_t<Use, CityStatementSlot&>> {
         if (!traceLine.empty()) log(Log::Level::debug, where, std::string(traceLine));
-        CityStatementSlot& s = slot(id);
-        if (auto prepared = s.prepareOnce(database, sql); !prepared) {
+        if (auto prepared = fresh ? s.prepare(database, sql) : s.prepareOnce(database, sql); !prepared) {
             log(Log::Level::error, where, failureMessage(failureLine, database));
             return prepared.error();
         }
@@ -103,16 +134,6 @@ public:
             return value;
         }
     }
-
-private:
-    // The caller's place in the source. The compiler built-ins stand in for
-    // std::source_location, which not every compiler the library is built with has yet.
-    struct CallSite {
-        const char* file;
-        const char* function;
-        int line;
-    };
-    static void log(Log::Level level, const CallSite& where, const std::string& message);
     static std::string failureMessage(std::string_view failureLine, const SqliteDatabase& database);
 
     SqliteStatement statement_;

@@ -20,7 +20,7 @@ bool resolve(void* handle, const char* name, Function& function) {
 
 }  // namespace
 
-const CurlLibrary* CurlLibrary::get(std::string& error) {
+Result<const CurlLibrary*> CurlLibrary::get() {
     static std::once_flag once;
     static CurlLibrary library;
     static const CurlLibrary* loaded = nullptr;
@@ -53,7 +53,7 @@ const CurlLibrary* CurlLibrary::get(std::string& error) {
         }
         loaded = &library;
     });
-    if (!loaded) error = failure;
+    if (!loaded) return Error{failure};
     return loaded;
 }
 

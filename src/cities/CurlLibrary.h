@@ -4,6 +4,8 @@
 
 #include <curl/curl.h>
 
+#include "tarvo/platform/Result.h"
+
 namespace tarvo {
 
 /// libcurl, loaded when the web geocoder first makes a request rather than when a program
@@ -14,9 +16,9 @@ namespace tarvo {
 /// The functions are libcurl's own, reached through pointers; their meaning is libcurl's.
 class CurlLibrary {
 public:
-    /// The library, loaded and initialised once per process; nothing when it cannot be
-    /// loaded (the reason is then in `error`).
-    static const CurlLibrary* get(std::string& error);
+    /// The library, loaded and initialised once per process; an error saying why when it
+    /// cannot be loaded.
+    static Result<const CurlLibrary*> get();
 
     CURL* (*easy_init)();
     void (*easy_cleanup)(CURL*);

@@ -12,14 +12,11 @@ OfflineGeocoder::OfflineGeocoder(std::shared_ptr<CityDirectory> directory)
 
 OfflineGeocoder::OfflineGeocoder(SqliteDatabase* directoryDatabase) : database_(directoryDatabase) {}
 
-Geocoder::Result OfflineGeocoder::reverseGeocode(double latitude, double longitude) {
-    Result result;
-    if (!database_) {
-        result.error = "no city directory";
-        return result;
-    }
+Geocoder::Places OfflineGeocoder::reverseGeocode(double latitude, double longitude) {
+    if (!database_) return Error{"no city directory"};
+    std::vector<Place> places;
     const auto city = TarvoCity::GetCityForLat(latitude, longitude, database_, kThresholdKm, false);
-    if (!city) return result;
+    if (!city) return places;
     Place place;
     place.locality = city->cityName().value_or("");
     place.administrativeArea = CityDirectory::stateName(*database_, *city);
@@ -27,8 +24,8 @@ Geocoder::Result OfflineGeocoder::reverseGeocode(double latitude, double longitu
     place.formattedAddress = place.administrativeArea.empty()
                                  ? fmt::format("{}, {}", place.locality, place.country)
                                  : fmt::format("{}, {}, {}", place.locality, place.administrativeArea, place.country);
-    result.places.push_back(std::move(place));
-    return result;
+    places.push_back(std::move(place));
+    return places;
 }
 
 }  // namespace tarvo

@@ -112,6 +112,14 @@ void TarvoCity::setTimeZone(const std::optional<std::string>& value) {
     setTracked(TimeZone_, value, [&] { return "DIRTY: SETTING TIME ZONE: " + describe(value); });
 }
 
+void TarvoCity::fillMissingTexts(NameOrder order) {
+    if (order == NameOrder::cityFirst && !cityName_) setCityName("");
+    if (!countryName_) setCountryName("");
+    if (order == NameOrder::countryFirst && !cityName_) setCityName("");
+    if (!stateName_) setStateName("");
+    if (!TimeZone_) setTimeZone("");
+}
+
 void TarvoCity::setLatitude(double value) {
     // "LATITUTE" is the established text of this line; log readers match on it.
     setTracked(latitude_, value, [&] { return fmt::format("DIRTY: SETTING LATITUTE: {:f}", value); });
@@ -187,7 +195,7 @@ std::shared_ptr<TarvoCity> TarvoCity::InitWithDefaults() {
 std::vector<SettingDescription> TarvoCity::automaticCitySettings() {
     using Type = SettingDescription::Type;
     return {
-        {kAutoCityGMT, Type::number, false, -100, 50,
+        {kAutoCityGMT, Type::number, false, kGMTFromTimeZoneLegacy, kGMTFromTimeZone,
          "Hours from GMT of the automatic city (50: the time zone's offset)"},
         {kAutoCityDST, Type::integer, false, 0, 2, "Summer time of the automatic city: 0 the zone's, 1 on, 2 off"},
         {kAutoCityPrayerMethod, Type::integer, false, 0, static_cast<double>(CalculationMethod::highestNumber()),

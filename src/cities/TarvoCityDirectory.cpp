@@ -62,10 +62,6 @@ constexpr const char* kLastUsedInsertSql =
 constexpr const char* kLastUsedReadSql = "SELECT name, country, lat, lon, timezone FROM lastused LIMIT 1";
 constexpr const char* kLastUsedClearSql = "DELETE FROM lastused";
 
-std::string textOr(const SqliteStatement& row, int column, const char* fallback) {
-    return row.columnIsNull(column) ? std::string(fallback) : row.columnText(column);
-}
-
 // The zone column of a directory or cache row: a place with a zone takes its offset from it
 // (the GMT marker); one without keeps GMT 0 and gets the empty zone.
 void setZoneFromRow(TarvoCity& city, const SqliteStatement& row, int column) {
@@ -82,8 +78,8 @@ std::shared_ptr<TarvoCity> placeFromRow(const SqliteStatement& row, int first, c
                                         const char* missingCountry) {
     auto city = std::make_shared<TarvoCity>();
     city->setIsLoadingFromDB(true);
-    city->setCityName(textOr(row, first, missingName));
-    city->setCountryName(textOr(row, first + 1, missingCountry));
+    city->setCityName(row.columnTextOr(first, missingName));
+    city->setCountryName(row.columnTextOr(first + 1, missingCountry));
     city->setLatitude(row.columnDouble(first + 2));
     city->setLongitude(row.columnDouble(first + 3));
     setZoneFromRow(*city, row, first + 4);
@@ -94,33 +90,32 @@ std::shared_ptr<TarvoCity> placeFromRow(const SqliteStatement& row, int first, c
 
 std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetAllCities(SqliteDatabase& directory, int64_t countryID,
                                                                 const std::string& countryName) {
-    std::lock_guard lock(syncObj());
-    TARVO_LOG_DEBUG("[DB] [DB] Get All Cities");
-    std::vector<std::shared_ptr<TarvoCity>> cities;
-    SqliteStatement query;
-    if (query.prepare(directory, fmt::format(kCountryListSql, countryID)) != SQLITE_OK) {
-        TARVO_LOG_ERROR("Error: failed to get cities statement with message '{}'.", directory.errorMessage());
-        return cities;
-    }
-    // The statement has no parameter, so SQLite refuses this bind and nothing changes. The
-    // operation has always made it; it must stay harmless.
-    query.bindInt64(1, countryID);
-    while (query.step() == SQLITE_ROW) {
-        auto city = std::make_shared<TarvoCity>();
-        city->setIsLoadingFromDB(true);
-        city->setCountryName(countryName);
-        city->setCityName(textOr(query, 0, "Unknown"));
-        city->setStateName(textOr(query, 1, ""));
-        city->setLatitude(query.columnDouble(2));
-        city->setLongitude(query.columnDouble(3));
-        city->setGMT(query.columnDouble(4));
-        city->setTimeZone(textOr(query, 5, ""));
-        city->setIsLoadingFromDB(false);
-        cities.push_back(std::move(city));
-    }
-    query.reset();
-    query.finalize();
-    return cities;
+    using Cities = std::vector<std::shared_ptr<TarvoCity>>;
+    return Slot::runFresh(directory, fmt::format(kCountryListSql, countryID), "[DB] [DB] Get All Cities",
+                          "Error: failed to get cities statement with message '{}'.",
+                          [&](Slot& slot) {
+                              SqliteStatement& query = slot.statement();
+                              // The statement has no parameter, so SQLite refuses this bind and
+                              // nothing changes. The operation has always made it; it must stay
+                              // harmless.
+                              query.bindInt64(1, countryID);
+                              Cities cities;
+                              while (slot.step() == SQLITE_ROW) {
+                                  auto city = std::make_shared<TarvoCity>();
+                                  city->setIsLoadingFromDB(true);
+                                  city->setCountryName(countryName);
+                                  city->setCityName(query.columnTextOr(0, "Unknown"));
+                                  city->setStateName(query.columnTextOr(1, ""));
+                                  city->setLatitude(query.columnDouble(2));
+                                  city->setLongitude(query.columnDouble(3));
+                                  city->setGMT(query.columnDouble(4));
+                                  city->setTimeZone(query.columnTextOr(5, ""));
+                                  city->setIsLoadingFromDB(false);
+                                  cities.push_back(std::move(city));
+                              }
+                              return cities;
+                          })
+        .valueOr(Cities{});
 }
 
 std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetCities(SqliteDatabase& directory,
@@ -134,20 +129,16 @@ std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetCities(SqliteDatabase& dir
     // anything to search for.
     const std::string term = SearchText::escapeForSearch(SearchText::lowercased(*search));
     const std::string condition = fmt::format(kSearchConditionSql, term, term);
-    Slot& slot = Slot::slot(SlotId::searchCities);
-    if (!slot.prepare(directory, fmt::format(kSearchSql, condition))) {
-        TARVO_LOG_ERROR("Error: failed to get cities for country statement with message '{}'.",
-                        directory.errorMessage());
-        slot.empty();
-        return cities;
-    }
-    while (slot.step() == SQLITE_ROW) {
-        auto city = placeFromRow(slot.statement(), 0, "Unknown", "");
-        city->setIsLoadingFromDB(false);
-        cities.push_back(std::move(city));
-    }
-    // Finalised after each use: the statement text changes with every search.
-    slot.empty();
+    // Prepared afresh each time: the statement text changes with every search.
+    // A statement that cannot be prepared leaves the list empty.
+    (void)Slot::runFresh(directory, fmt::format(kSearchSql, condition), "",
+                         "Error: failed to get cities for country statement with message '{}'.", [&](Slot& slot) {
+                             while (slot.step() == SQLITE_ROW) {
+                                 auto city = placeFromRow(slot.statement(), 0, "Unknown", "");
+                                 city->setIsLoadingFromDB(false);
+                                 cities.push_back(std::move(city));
+                             }
+                         });
     return cities;
 }
 
@@ -160,30 +151,27 @@ std::vector<std::shared_ptr<TarvoCity>> TarvoCity::SearchCities(SqliteDatabase& 
     const std::string term = text::toUtf8(key);
     const bool contains = length >= kShortestContainedText;
 
-    std::lock_guard lock(syncObj());
-    TARVO_LOG_DEBUG("[DB] Search Cities");
-    SqliteStatement query;
-    if (query.prepare(directory, fmt::format(kRankedSearchSql, contains ? kRankedSearchContainsSql : "")) !=
-        SQLITE_OK) {
-        TARVO_LOG_ERROR("Error: failed to search the city names with message '{}'.", directory.errorMessage());
-        return cities;
-    }
-    query.bindText(1, term);
-    query.bindText(2, term + "\U0010FFFF");
-    // One quoted phrase: the trigram index then matches the text as a substring, and nothing
-    // in it is read as query syntax.
-    std::string phrase = "\"";
-    for (const char c : term) phrase += c == '"' ? std::string("\"\"") : std::string(1, c);
-    if (contains) query.bindText(3, phrase + "\"");
-    query.bindInt64(4, static_cast<int64_t>(kMaxSearchResults));
-    int result = SQLITE_ROW;
-    while ((result = query.step()) == SQLITE_ROW) {
-        auto city = placeFromRow(query, 0, "Unknown", "");
-        city->setIsLoadingFromDB(false);
-        cities.push_back(std::move(city));
-    }
-    if (result != SQLITE_DONE)
-        TARVO_LOG_ERROR("Error: failed to search the city names with message '{}'.", directory.errorMessage());
+    (void)Slot::runFresh(
+        directory, fmt::format(kRankedSearchSql, contains ? kRankedSearchContainsSql : ""), "[DB] Search Cities",
+        "Error: failed to search the city names with message '{}'.", [&](Slot& slot) {
+            SqliteStatement& query = slot.statement();
+            query.bindText(1, term);
+            query.bindText(2, term + "\U0010FFFF");
+            // One quoted phrase: the trigram index then matches the text as a substring, and nothing
+            // in it is read as query syntax.
+            std::string phrase = "\"";
+            for (const char c : term) phrase += c == '"' ? std::string("\"\"") : std::string(1, c);
+            if (contains) query.bindText(3, phrase + "\"");
+            query.bindInt64(4, static_cast<int64_t>(kMaxSearchResults));
+            int result = SQLITE_ROW;
+            while ((result = slot.step()) == SQLITE_ROW) {
+                auto city = placeFromRow(query, 0, "Unknown", "");
+                city->setIsLoadingFromDB(false);
+                cities.push_back(std::move(city));
+            }
+            if (result != SQLITE_DONE)
+                TARVO_LOG_ERROR("Error: failed to search the city names with message '{}'.", directory.errorMessage());
+        });
     return cities;
 }
 
@@ -232,48 +220,51 @@ std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double long
 
 void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
     if (!city) return;
-    std::lock_guard lock(syncObj());
-    TARVO_LOG_DEBUG("[DB] [DB] Save New Cached City");
-    Slot& slot = Slot::slot(SlotId::insertCachedCity);
-    if (!slot.prepareOnce(database, kCacheInsertSql)) {
-        TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
-        return;
-    }
+    constexpr const char* kFailureLine = "[DB] Error: failed to insert cached city '{}'.";
+    const char* function = __func__;
     // One row per place: the place's earlier rows (same position) give way to the new one,
     // together with the insert or not at all. Otherwise every fix at the same spot would add
-    // another identical row. Done here rather than by a unique key so that the stored
-    // layout, which older hosts upgrade by their own record, stays as it is.
-    Slot& earlier = Slot::slot(SlotId::deleteCachedCity);
-    if (!earlier.prepareOnce(database, kCacheDeleteSql) || database.exec("SAVEPOINT cache_place") != SQLITE_OK) {
-        TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
-        return;
-    }
-    earlier.statement().bindDouble(1, city->latitude());
-    earlier.statement().bindDouble(2, city->longitude());
-    const int removed = earlier.step();
-    earlier.reset();
-    const std::string name = city->cityName().value_or("");
-    // Stored so that a look-up at the very position finds the place with a zero threshold.
-    const auto exact = DirectoryGeometry::at(city->latitude(), city->longitude());
-    const auto position = exact.storedForSelfMatch().value_or(exact);
-    SqliteStatement& insert = slot.statement();
-    insert.bindText(1, name);
-    insert.bindText(2, SearchText::SoundEx(name));
-    insert.bindText(3, city->countryName().value_or(""));
-    insert.bindDouble(4, city->latitude());
-    insert.bindDouble(5, city->longitude());
-    insert.bindDouble(6, position.sinLat);
-    insert.bindDouble(7, position.cosLat);
-    insert.bindDouble(8, position.cosLon);
-    insert.bindDouble(9, position.sinLon);
-    insert.bindText(10, city->TimeZone().value_or(""));
-    const int result = removed == SQLITE_DONE ? slot.step() : removed;
-    slot.reset();
-    if (result != SQLITE_DONE) {
-        TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
-        database.exec("ROLLBACK TO cache_place");
-    }
-    database.exec("RELEASE cache_place");
+    // another identical row. Done here rather than by a unique key so that the stored layout,
+    // which older hosts upgrade by their own record, stays as it is.
+    auto removeEarlierRows = [&](Slot& earlier) -> std::optional<int> {
+        if (database.exec("SAVEPOINT cache_place") != SQLITE_OK) {
+            TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
+            return std::nullopt;
+        }
+        earlier.statement().bindDouble(1, city->latitude());
+        earlier.statement().bindDouble(2, city->longitude());
+        return earlier.step();
+    };
+    auto insert = [&](Slot& slot) {
+        const auto removed = Slot::run(SlotId::deleteCachedCity, database, kCacheDeleteSql, "", kFailureLine,
+                                       removeEarlierRows, __FILE__, function, __LINE__);
+        if (!removed || !*removed) return;
+        const std::string name = city->cityName().value_or("");
+        // Stored so that a look-up at the very position finds the place with a zero threshold.
+        const auto exact = DirectoryGeometry::at(city->latitude(), city->longitude());
+        const auto position = exact.storedForSelfMatch().value_or(exact);
+        SqliteStatement& row = slot.statement();
+        row.bindText(1, name);
+        row.bindText(2, SearchText::SoundEx(name));
+        row.bindText(3, city->countryName().value_or(""));
+        row.bindDouble(4, city->latitude());
+        row.bindDouble(5, city->longitude());
+        row.bindDouble(6, position.sinLat);
+        row.bindDouble(7, position.cosLat);
+        row.bindDouble(8, position.cosLon);
+        row.bindDouble(9, position.sinLon);
+        row.bindText(10, city->TimeZone().value_or(""));
+        const int result = **removed == SQLITE_DONE ? slot.step() : **removed;
+        // Reset before the savepoint ends, as the statement always was.
+        slot.reset();
+        if (result != SQLITE_DONE) {
+            TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
+            database.exec("ROLLBACK TO cache_place");
+        }
+        database.exec("RELEASE cache_place");
+    };
+    (void)Slot::run(SlotId::insertCachedCity, database, kCacheInsertSql, "[DB] [DB] Save New Cached City", kFailureLine,
+                    insert);
 }
 
 void TarvoCity::RemoveFromReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
@@ -305,10 +296,7 @@ void TarvoCity::SaveLastUsedCity(SqliteDatabase& database, const std::shared_ptr
     RemoveLastUsedCity(database);
     (void)Slot::run(SlotId::insertLastUsed, database, kLastUsedInsertSql, "[DB] [DB] Save Last Used City",
                     "[DB] Error: failed SaveLastUsedCity with message '{}'.", [&](Slot& slot) {
-                        if (!city->cityName()) city->setCityName("");
-                        if (!city->countryName()) city->setCountryName("");
-                        if (!city->stateName()) city->setStateName("");
-                        if (!city->TimeZone()) city->setTimeZone("");
+                        city->fillMissingTexts(NameOrder::cityFirst);
                         SqliteStatement& insert = slot.statement();
                         insert.bindText(1, *city->cityName());
                         insert.bindText(2, *city->countryName());

@@ -65,15 +65,12 @@ constexpr std::array<SchemaStep, 5> kSchemaV3_2 = {{
     // From this layout on, every saved city takes its offset from its time-zone name.
     {3, "UPDATE savedcities SET gmt = 50"},
 }};
+static_assert(TarvoCity::kGMTFromTimeZone == 50.0, "the upgrade's SQL writes the GMT marker as 50");
 
 constexpr std::array<SchemaStep, 2> kSchemaV3_3 = {{
     {1, "ALTER TABLE savedcities ADD COLUMN adjusthighlat INTEGER NOT NULL DEFAULT 0"},
     {2, "UPDATE savedcities SET adjusthighlat = 0"},
 }};
-
-std::string textOr(const SqliteStatement& statement, int column, const char* fallback) {
-    return statement.columnIsNull(column) ? std::string(fallback) : statement.columnText(column);
-}
 
 // Method numbers outside their valid ranges are replaced on reading; which replacement
 // depends on the reader.
@@ -106,8 +103,8 @@ constexpr RowLayout kByKeyRow = {1, -1, 10, 11, 12, "", 13, 14, 15};
 // tracked depends on the city's IsLoadingFromDB.
 void fillFromRow(TarvoCity& city, const SqliteStatement& row, const RowLayout& layout) {
     city.setIsSelectedCity(row.columnInt64(0) != 0);
-    city.setCountryName(textOr(row, 1, "United Kingdom"));
-    city.setCityName(textOr(row, 2, "London"));
+    city.setCountryName(row.columnTextOr(1, "United Kingdom"));
+    city.setCityName(row.columnTextOr(2, "London"));
     city.setLatitude(row.columnDouble(3));
     city.setLongitude(row.columnDouble(4));
     city.setGMT(row.columnDouble(5));
@@ -118,8 +115,8 @@ void fillFromRow(TarvoCity& city, const SqliteStatement& row, const RowLayout& l
     if (layout.primaryKey >= 0) city.setPrimaryKey(row.columnInt64(layout.primaryKey));
     city.setCustomFajrAngle(row.columnDouble(layout.customFajrAngle));
     city.setCustomIshaAngle(row.columnDouble(layout.customIshaAngle));
-    city.setTimeZone(textOr(row, layout.timeZone, layout.missingTimeZone));
-    city.setStateName(textOr(row, layout.stateName, ""));
+    city.setTimeZone(row.columnTextOr(layout.timeZone, layout.missingTimeZone));
+    city.setStateName(row.columnTextOr(layout.stateName, ""));
     city.setLastModDate(Date(row.columnDouble(layout.lastModDate)));
     city.setLastSyncDate(Date(row.columnDouble(layout.lastSyncDate)));
 }
@@ -193,10 +190,7 @@ std::shared_ptr<TarvoCity> TarvoCity::saveNewCity(const std::shared_ptr<TarvoCit
     const auto inserted = Slot::run(
         SlotId::insertCity, database, kInsertSql, "[DB] [DB] Save New City",
         "[DB] Error: failed to save new city statement with message '{}'.", [&city](Slot& slot) {
-            if (!city->countryName()) city->setCountryName("");
-            if (!city->cityName()) city->setCityName("");
-            if (!city->stateName()) city->setStateName("");
-            if (!city->TimeZone()) city->setTimeZone("");
+            city->fillMissingTexts(NameOrder::countryFirst);
             SqliteStatement& insert = slot.statement();
             // Every new city goes in as the current city.
             insert.bindInt64(1, 1);
@@ -293,10 +287,7 @@ void TarvoCity::dbSync(SqliteDatabase& database) {
     if (!dirty_ || IsAutomaticGPSLocation_) return;
     (void)Slot::run(SlotId::updateCity, database, kUpdateSql, "",
                     "[DB] Error: failed to db sync statement with message '{}'.", [this](Slot& slot) {
-                        if (!countryName_) setCountryName("");
-                        if (!cityName_) setCityName("");
-                        if (!stateName_) setStateName("");
-                        if (!TimeZone_) setTimeZone("");
+                        fillMissingTexts(NameOrder::countryFirst);
                         setPrayerMethod(clampedMethod(prayerMethod_, 0));
                         setAsrMethod(clampedAsr(asrMethod_, 0));
                         SqliteStatement& update = slot.statement();

@@ -31,27 +31,27 @@ constexpr std::array<Upgrade, UserDatabase::kSchemaVersion> kUpgrades = {
 
 std::filesystem::path UserDatabase::defaultPath() { return UserDefaults::dataDirectory() / kFileName; }
 
-std::shared_ptr<UserDatabase> UserDatabase::open(const std::filesystem::path& path, std::string& error) {
+Result<std::shared_ptr<UserDatabase>> UserDatabase::open(const std::filesystem::path& path) {
     std::shared_ptr<UserDatabase> userDatabase(new UserDatabase());
     // A link in the file's place could send the cities to another program's file.
     if (!userDatabase->database_.open(path, SqliteDatabase::kDefaultFlags | SqliteDatabase::kOpenNoFollow)) {
-        error = userDatabase->database_.errorMessage();
-        TARVO_LOG_INFO("User database not opened: {}", error);
-        return nullptr;
+        Error error{userDatabase->database_.errorMessage(), sqlitePrimaryCode(userDatabase->database_.errorCode())};
+        TARVO_LOG_INFO("User database not opened: {}", error.message);
+        return error;
     }
     if (userDatabase->isForeign()) {
-        error = path.string() + ": another program's database (the file is left untouched)";
-        TARVO_LOG_INFO("User database not opened: {}", error);
-        return nullptr;
+        Error error{path.string() + ": another program's database (the file is left untouched)"};
+        TARVO_LOG_INFO("User database not opened: {}", error.message);
+        return error;
     }
-    if (!userDatabase->upgrade(error)) {
-        TARVO_LOG_INFO("User database not upgraded: {}", error);
-        return nullptr;
+    if (auto upgraded = userDatabase->upgrade(); !upgraded) {
+        TARVO_LOG_INFO("User database not upgraded: {}", upgraded.error().message);
+        return upgraded.error();
     }
     return userDatabase;
 }
 
-std::shared_ptr<UserDatabase> UserDatabase::openDefault(std::string& error) { return open(defaultPath(), error); }
+Result<std::shared_ptr<UserDatabase>> UserDatabase::openDefault() { return open(defaultPath()); }
 
 int64_t UserDatabase::schemaVersion() const {
     SqliteStatement pragma;
@@ -101,7 +101,7 @@ int64_t UserDatabase::recognisedVersion() const {
     return version;
 }
 
-bool UserDatabase::upgrade(std::string& error) {
+Result<void> UserDatabase::upgrade() {
     std::lock_guard lock(TarvoCity::syncObj());
     // A file made elsewhere may hold a later layout without having recorded it: recognise
     // it rather than redo upgrades whose UPDATE steps would reset the users' values. A
@@ -113,16 +113,18 @@ bool UserDatabase::upgrade(std::string& error) {
         return recognisedVersion();
     };
     // An up-to-date file is not written at all.
-    if (currentVersion() >= kSchemaVersion) return true;
+    if (currentVersion() >= kSchemaVersion) return {};
 
-    auto fail = [this, &error](const std::string& what) {
+    auto fail = [this](const std::string& what) {
         // The failing step's reason is in its own log line when a later statement of the
         // step has already cleared the connection's error.
-        const bool hasReason = database_.errorCode() != SQLITE_OK;
-        error = hasReason ? fmt::format("{}: {}: {}", database_.path().string(), what, database_.errorMessage())
-                          : fmt::format("{}: {}", database_.path().string(), what);
+        const int code = database_.errorCode();
+        Error error{code != SQLITE_OK
+                        ? fmt::format("{}: {}: {}", database_.path().string(), what, database_.errorMessage())
+                        : fmt::format("{}: {}", database_.path().string(), what),
+                    sqlitePrimaryCode(code)};
         database_.exec("ROLLBACK");
-        return false;
+        return error;
     };
     // One write transaction for all of it: another process opening the same file waits,
     // then finds the work done; a failure leaves the file as it was.
@@ -140,7 +142,7 @@ bool UserDatabase::upgrade(std::string& error) {
         }
     }
     if (database_.exec("COMMIT") != SQLITE_OK) return fail("cannot commit the upgrade");
-    return true;
+    return {};
 }
 
 bool UserDatabase::containsCity(int64_t primaryKey) {
@@ -151,52 +153,53 @@ bool UserDatabase::containsCity(int64_t primaryKey) {
     return query.step() == SQLITE_ROW;
 }
 
-bool UserDatabase::fail(const std::string& what) {
-    lastError_ = database_.errorCode() != SQLITE_OK && database_.errorCode() != SQLITE_DONE
-                     ? fmt::format("{}: {}: {}", database_.path().string(), what, database_.errorMessage())
-                     : fmt::format("{}: {}", database_.path().string(), what);
-    TARVO_LOG_ERROR("[DB] Error: {}", lastError_);
-    return false;
+Error UserDatabase::fail(const std::string& what) {
+    const int code = database_.errorCode();
+    const bool hasReason = code != SQLITE_OK && code != SQLITE_DONE;
+    Error error{hasReason ? fmt::format("{}: {}: {}", database_.path().string(), what, database_.errorMessage())
+                          : fmt::format("{}: {}", database_.path().string(), what),
+                hasReason ? sqlitePrimaryCode(code) : 0};
+    TARVO_LOG_ERROR("[DB] Error: {}", error.message);
+    return error;
 }
 
 template <typename Change>
-bool UserDatabase::inTransaction(const std::string& what, Change&& change) {
+Result<void> UserDatabase::inTransaction(const std::string& what, Change&& change) {
     std::lock_guard lock(TarvoCity::syncObj());
-    lastError_.clear();
     // Taking the write lock first: a locked file fails here, before anything is changed.
     if (database_.exec("BEGIN IMMEDIATE") != SQLITE_OK) return fail("cannot " + what);
-    if (change() && database_.exec("COMMIT") == SQLITE_OK) return true;
-    if (lastError_.empty()) fail("cannot " + what);
+    Result<void> changed = change();
+    if (changed && database_.exec("COMMIT") == SQLITE_OK) return {};
+    if (changed) changed = fail("cannot " + what);
     database_.exec("ROLLBACK");
-    return false;
+    return changed;
 }
 
-std::optional<std::vector<std::shared_ptr<TarvoCity>>> UserDatabase::savedCities() {
+Result<std::vector<std::shared_ptr<TarvoCity>>> UserDatabase::savedCities() {
     std::lock_guard lock(TarvoCity::syncObj());
-    lastError_.clear();
     // The count and the list read one snapshot: a list cut short by a failing read (the
     // store answers what it got so far) is told from a short table by its length.
     SqliteStatement count;
     if (database_.exec("BEGIN") != SQLITE_OK ||
         count.prepare(database_, "SELECT count(*) FROM savedcities") != SQLITE_OK || count.step() != SQLITE_ROW) {
-        fail("cannot read the saved cities");
+        Error error = fail("cannot read the saved cities");
         database_.exec("ROLLBACK");
-        return std::nullopt;
+        return error;
     }
     const int64_t rows = count.columnInt64(0);
     count.finalize();
     auto cities = TarvoCity::GetSavedCities(database_);
     database_.exec("COMMIT");
     if (static_cast<int64_t>(cities.size()) != rows) {
-        fail(fmt::format("read {} of the {} saved cities", cities.size(), rows));
-        return std::nullopt;
+        return fail(fmt::format("read {} of the {} saved cities", cities.size(), rows));
     }
     return cities;
 }
 
-std::shared_ptr<TarvoCity> UserDatabase::addCity(const std::shared_ptr<TarvoCity>& city) {
+Result<std::shared_ptr<TarvoCity>> UserDatabase::addCity(const std::shared_ptr<TarvoCity>& city) {
+    if (!city) return Error{"no city to save"};
     std::shared_ptr<TarvoCity> saved;
-    const bool done = city && inTransaction("save the city", [&] {
+    const auto done = inTransaction("save the city", [&]() -> Result<void> {
         const int64_t before = sqlite3_total_changes64(database_.handle());
         saved = TarvoCity::saveNewCity(city, database_);
         // The store takes the key from the connection's last insert even when this one
@@ -204,20 +207,22 @@ std::shared_ptr<TarvoCity> UserDatabase::addCity(const std::shared_ptr<TarvoCity
         if (!saved || sqlite3_total_changes64(database_.handle()) == before || saved->primaryKey() <= 0) {
             return fail("cannot save the city");
         }
-        if ((city->customFajrAngle() > 0 || city->customIshaAngle() > 0) &&
-            !storeCustomAngles(saved->primaryKey(), city->customFajrAngle(), city->customIshaAngle())) {
-            return false;
+        if (city->customFajrAngle() > 0 || city->customIshaAngle() > 0) {
+            if (auto stored = storeCustomAngles(saved->primaryKey(), city->customFajrAngle(), city->customIshaAngle());
+                !stored) {
+                return stored;
+            }
         }
         return markSelected(saved->primaryKey());
     });
-    if (!done) return nullptr;
+    if (!done) return done.error();
     saved->setIsLoadingFromDB(true);
     saved->setIsSelectedCity(true);
     saved->setIsLoadingFromDB(false);
     return saved;
 }
 
-bool UserDatabase::storeCustomAngles(int64_t primaryKey, double fajrAngle, double ishaAngle) {
+Result<void> UserDatabase::storeCustomAngles(int64_t primaryKey, double fajrAngle, double ishaAngle) {
     SqliteStatement update;
     if (update.prepare(database_, "UPDATE savedcities SET custom_fajrangle = ?, custom_ishaangle = ? WHERE pk = ?") !=
             SQLITE_OK ||
@@ -225,31 +230,31 @@ bool UserDatabase::storeCustomAngles(int64_t primaryKey, double fajrAngle, doubl
         update.bindInt64(3, primaryKey) != SQLITE_OK || update.step() != SQLITE_DONE || database_.changes() != 1) {
         return fail(fmt::format("cannot store the angles of city {}", primaryKey));
     }
-    return true;
+    return {};
 }
 
-bool UserDatabase::markSelected(int64_t primaryKey) {
+Result<void> UserDatabase::markSelected(int64_t primaryKey) {
     SqliteStatement update;
     if (!containsCity(primaryKey)) return fail(fmt::format("no saved city has the primary key {}", primaryKey));
     if (update.prepare(database_, "UPDATE savedcities SET current_city = (pk = ?)") != SQLITE_OK ||
         update.bindInt64(1, primaryKey) != SQLITE_OK || update.step() != SQLITE_DONE) {
         return fail(fmt::format("cannot select city {}", primaryKey));
     }
-    return true;
+    return {};
 }
 
-bool UserDatabase::selectCity(int64_t primaryKey) {
+Result<void> UserDatabase::selectCity(int64_t primaryKey) {
     return inTransaction(fmt::format("select city {}", primaryKey), [&] { return markSelected(primaryKey); });
 }
 
-bool UserDatabase::deleteCity(int64_t primaryKey) {
-    return inTransaction(fmt::format("delete city {}", primaryKey), [&] {
+Result<void> UserDatabase::deleteCity(int64_t primaryKey) {
+    return inTransaction(fmt::format("delete city {}", primaryKey), [&]() -> Result<void> {
         const int64_t before = sqlite3_total_changes64(database_.handle());
         TarvoCity::DeleteCity(database_, primaryKey);
         if (sqlite3_total_changes64(database_.handle()) == before) {
             return fail(fmt::format("cannot delete city {}", primaryKey));
         }
-        return true;
+        return {};
     });
 }
 

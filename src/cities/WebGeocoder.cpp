@@ -84,26 +84,21 @@ std::string firstPresent(const json& address, std::initializer_list<const char*>
 
 }  // namespace
 
-Geocoder::Result WebGeocoder::parseAnswer(std::string_view body) {
-    Geocoder::Result result;
-    if (SearchText::trim(body).empty()) return result;  // no answer: no place
+Geocoder::Places WebGeocoder::parseAnswer(std::string_view body) {
+    std::vector<Place> places;
+    if (SearchText::trim(body).empty()) return places;  // no answer: no place
     if (tooDeep(body)) {
-        result.error = "the geocoding service's answer is nested too deeply";
-        return result;
+        return Error{"the geocoding service's answer is nested too deeply"};
     }
     const json answer = json::parse(body, nullptr, false);
-    if (answer.is_discarded()) {
-        result.error = "the geocoding service's answer is not valid JSON";
-        return result;
-    }
-    if (answer.is_null()) return result;
+    if (answer.is_discarded()) return Error{"the geocoding service's answer is not valid JSON"};
+    if (answer.is_null()) return places;
     if (!answer.is_object()) {
-        result.error = "the geocoding service's answer is not a JSON object";
-        return result;
+        return Error{"the geocoding service's answer is not a JSON object"};
     }
-    if (answer.contains("error")) return result;  // "Unable to geocode": nothing there
+    if (answer.contains("error")) return places;  // "Unable to geocode": nothing there
     const auto address = answer.find("address");
-    if (address == answer.end() || address->is_null()) return result;
+    if (address == answer.end() || address->is_null()) return places;
     bool wrongType = !address->is_object();
     Geocoder::Place place;
     if (!wrongType) {
@@ -113,11 +108,10 @@ Geocoder::Result WebGeocoder::parseAnswer(std::string_view body) {
     }
     place.formattedAddress = member(answer, "display_name", wrongType).value_or("");
     if (wrongType) {
-        result.error = "the geocoding service's answer has unexpected members";
-        return result;
+        return Error{"the geocoding service's answer has unexpected members"};
     }
-    result.places.push_back(std::move(place));
-    return result;
+    places.push_back(std::move(place));
+    return places;
 }
 
 namespace {
@@ -153,32 +147,23 @@ void WebGeocoder::setTimeouts(std::chrono::milliseconds connect, std::chrono::mi
     requestTimeout_ = request;
 }
 
-Geocoder::Result WebGeocoder::reverseGeocode(double latitude, double longitude) {
-    Result result;
+Geocoder::Places WebGeocoder::reverseGeocode(double latitude, double longitude) {
     auto base = baseURL();
     if (!base) {
-        result.error = fmt::format("no geocoding service is set (preference {}, or {})", kURLPreferenceKey,
-                                   kURLEnvironmentVariable);
-        return result;
+        return Error{fmt::format("no geocoding service is set (preference {}, or {})", kURLPreferenceKey,
+                                 kURLEnvironmentVariable)};
     }
     if (!base->starts_with("https://") && !base->starts_with("http://")) {
-        result.error = "the geocoding service's address must begin with https:// or http://: " + *base;
-        return result;
+        return Error{"the geocoding service's address must begin with https:// or http://: " + *base};
     }
     while (!base->empty() && base->back() == '/') base->pop_back();
     const std::string url = fmt::format("{}/reverse?format=jsonv2&lat={:.7f}&lon={:.7f}", *base, latitude, longitude);
 
-    std::string loadError;
-    const CurlLibrary* lib = CurlLibrary::get(loadError);
-    if (!lib) {
-        result.error = "cannot make HTTP requests: " + loadError;
-        return result;
-    }
+    const auto loaded = CurlLibrary::get();
+    if (!loaded) return Error{"cannot make HTTP requests: " + loaded.error().message};
+    const CurlLibrary* lib = *loaded;
     std::unique_ptr<CURL, void (*)(CURL*)> curl(lib->easy_init(), lib->easy_cleanup);
-    if (!curl) {
-        result.error = "cannot start an HTTP request";
-        return result;
-    }
+    if (!curl) return Error{"cannot start an HTTP request"};
     std::unique_ptr<curl_slist, void (*)(curl_slist*)> headers(
         lib->slist_append(lib->slist_append(nullptr, "Accept: application/json"), "Accept-Language: en"),
         lib->slist_free_all);
@@ -203,19 +188,14 @@ Geocoder::Result WebGeocoder::reverseGeocode(double latitude, double longitude) 
 
     const CURLcode code = lib->easy_perform(handle);
     if (download.tooLarge || code == CURLE_FILESIZE_EXCEEDED) {
-        result.error = "the geocoding service's answer is too large";
-        return result;
+        return Error{"the geocoding service's answer is too large"};
     }
     if (code != CURLE_OK) {
-        result.error = fmt::format("geocoding request failed: {}", errorText[0] ? errorText : lib->easy_strerror(code));
-        return result;
+        return Error{fmt::format("geocoding request failed: {}", errorText[0] ? errorText : lib->easy_strerror(code))};
     }
     long status = 0;
     lib->easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
-    if (status != 200) {
-        result.error = fmt::format("the geocoding service answered HTTP {}", status);
-        return result;
-    }
+    if (status != 200) return Error{fmt::format("the geocoding service answered HTTP {}", status)};
     TARVO_LOG_VERBOSE("Geocoding service answered {} bytes", download.body.size());
     return parseAnswer(download.body);
 }

@@ -171,23 +171,23 @@ void TarvoDAO::updateCityWithReverseGeocodedInformation(const std::shared_ptr<Ta
     runAsyncInBackgroundQueue([city, web, fallback, publish, staticDB] {
         const double lat = city->latitude();
         const double lon = city->longitude();
-        const Geocoder::Result answer = web->reverseGeocode(lat, lon);
-        if (!answer.places.empty()) {
-            takeNames(*city, answer.places.front(), answer.places.front().formattedAddress);
+        const Geocoder::Places answer = web->reverseGeocode(lat, lon);
+        if (answer && !answer->empty()) {
+            takeNames(*city, answer->front(), answer->front().formattedAddress);
             publish(LocationSource::web);
             hideIndicatorOnMainQueue();
             return;
         }
-        if (answer.error) {
-            TARVO_LOG_VERBOSE("Error: {}", *answer.error);
+        if (!answer) {
+            TARVO_LOG_VERBOSE("Error: {}", answer.error().message);
         } else {
             TARVO_LOG_INFO("Reverse geocoder found nothing");
         }
         TARVO_LOG_VERBOSE("Using fallback geocoder");
-        const Geocoder::Result places = fallback->reverseGeocode(lat, lon);
+        const Geocoder::Places places = fallback->reverseGeocode(lat, lon);
         // Every place is published in turn, so the city ends with the last one's names, as
         // hosts have always seen it.
-        for (const auto& place : places.places) {
+        for (const auto& place : places.valueOr(std::vector<Geocoder::Place>{})) {
             takeNames(*city, place, place.formattedAddress);
             publish(LocationSource::fallback);
         }

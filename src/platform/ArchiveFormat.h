@@ -5,7 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "platform/Result.h"
+#include "tarvo/platform/Result.h"
 
 namespace tarvo {
 

@@ -8,7 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "platform/Result.h"
+#include "tarvo/platform/Result.h"
 
 namespace tarvo {
 

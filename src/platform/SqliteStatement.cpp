@@ -98,6 +98,10 @@ std::string SqliteStatement::columnText(int column) const {
     return std::string(reinterpret_cast<const char*>(text), static_cast<size_t>(sqlite3_column_bytes(stmt_, column)));
 }
 
+std::string SqliteStatement::columnTextOr(int column, std::string_view fallback) const {
+    return columnIsNull(column) ? std::string(fallback) : columnText(column);
+}
+
 std::vector<uint8_t> SqliteStatement::columnBlob(int column) const {
     if (!stmt_) return {};
     const auto* bytes = static_cast<const uint8_t*>(sqlite3_column_blob(stmt_, column));

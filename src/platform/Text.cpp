@@ -89,7 +89,7 @@ int64_t integerValue(std::string_view text) {
     return negative ? -value : value;
 }
 
-std::optional<CivilDate> parseIsoDate(std::string_view text) {
+std::optional<DateComponents> parseIsoDate(std::string_view text) {
     if (text.size() != 10 || text[4] != '-' || text[7] != '-') return std::nullopt;
     for (size_t i : {0, 1, 2, 3, 5, 6, 8, 9}) {
         if (text[i] < '0' || text[i] > '9') return std::nullopt;
@@ -99,9 +99,14 @@ std::optional<CivilDate> parseIsoDate(std::string_view text) {
         for (size_t i = from; i < from + count; ++i) value = value * 10 + (text[i] - '0');
         return value;
     };
-    const CivilDate date{digits(0, 4), static_cast<unsigned>(digits(5, 2)), static_cast<unsigned>(digits(8, 2))};
     using namespace std::chrono;
-    if (!year_month_day{year{date.year}, month{date.month}, day{date.day}}.ok()) return std::nullopt;
+    const year_month_day ymd{year{digits(0, 4)}, month{static_cast<unsigned>(digits(5, 2))},
+                             day{static_cast<unsigned>(digits(8, 2))}};
+    if (!ymd.ok()) return std::nullopt;
+    DateComponents date;
+    date.year = digits(0, 4);
+    date.month = digits(5, 2);
+    date.day = digits(8, 2);
     return date;
 }
 

@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "tarvo/platform/CleanText.h"
+#include "tarvo/platform/DateComponents.h"
 
 #include <unicode/unistr.h>
 
@@ -42,14 +43,9 @@ bool equalsIgnoringCase(std::string_view a, std::string_view b);
 /// number too long for 64 bits stops growing at the digit that would overflow.
 int64_t integerValue(std::string_view text);
 
-/// A calendar date written as "YYYY-MM-DD".
-struct CivilDate {
-    int year = 0;
-    unsigned month = 0;
-    unsigned day = 0;
-};
-/// The date of a "YYYY-MM-DD" text (exactly ten characters, digits where digits belong),
-/// or nothing when the text has another form or names no real calendar day.
-std::optional<CivilDate> parseIsoDate(std::string_view text);
+/// The year, month and day of a "YYYY-MM-DD" text (exactly ten characters, digits where
+/// digits belong; the other fields 0), or nothing when the text has another form or names no
+/// real calendar day.
+std::optional<DateComponents> parseIsoDate(std::string_view text);
 
 }  // namespace tarvo::text

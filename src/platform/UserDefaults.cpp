@@ -17,7 +17,7 @@
 #include "platform/CborCodec.h"
 #include "platform/LogMacros.h"
 #include "platform/PreferenceValue.h"
-#include "platform/Result.h"
+#include "tarvo/platform/Result.h"
 #include "tarvo/platform/SqliteDatabase.h"
 #include "tarvo/platform/SqliteStatement.h"
 

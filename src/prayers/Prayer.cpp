@@ -27,8 +27,9 @@ static_assert(Prayer::Fajr == static_cast<int64_t>(PrayerCalculator::Fajr) &&
               Prayer::Isha == static_cast<int64_t>(PrayerCalculator::Isha) &&
               Prayer::Qiyam == static_cast<int64_t>(PrayerCalculator::Qiyam) &&
               Prayer::TomorrowFajr == static_cast<int64_t>(PrayerCalculator::TomorrowFajr) &&
-              Prayer::TomorrowSunrise == static_cast<int64_t>(PrayerCalculator::TomorrowSunrise),
-              "prayer types and engine entries are one numbering");
+              Prayer::TomorrowSunrise == static_cast<int64_t>(PrayerCalculator::TomorrowSunrise) &&
+              Prayer::TomorrowSunrise + 1 == static_cast<int64_t>(PrayerCalculator::EntryCount),
+              "prayer types and engine entries are one numbering, of the same length");
 
 namespace {
 

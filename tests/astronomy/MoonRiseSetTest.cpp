@@ -63,20 +63,20 @@ TEST(MoonRiseSet, WithinAMinuteOfTheNavalObservatoryForAMonth) {
 TEST(MoonRiseSet, LocalDaysInTheOrderTheEventsHappen) {
     const auto zone = *tarvo::TimeZone::withName("America/New_York");
     // 7 January (EST): rise 08:27, set 19:16 local.
-    const auto seventh = SunCalculator::moonRiseSetForDay(2019, 1, 7, zone, 29, -81);
+    const auto seventh = SunCalculator::moonRiseSetForDay(7, 1, 2019, zone, 29, -81);
     ASSERT_EQ(seventh.events.size(), 2u);
     EXPECT_EQ(seventh.events[0].kind, Kind::rise);
     EXPECT_NEAR(minutesOff(seventh.events[0].time, 7, 13, 27), 0, 0.55);
     EXPECT_NEAR(minutesOff(seventh.events[1].time, 8, 0, 16), 0, 0.55);
     // 21 January: the set (07:39) comes before the rise (18:40).
-    const auto full = SunCalculator::moonRiseSetForDay(2019, 1, 21, zone, 29, -81);
+    const auto full = SunCalculator::moonRiseSetForDay(21, 1, 2019, zone, 29, -81);
     ASSERT_EQ(full.events.size(), 2u);
     EXPECT_EQ(full.events[0].kind, Kind::set);
     EXPECT_EQ(full.events[1].kind, Kind::rise);
     EXPECT_NEAR(minutesOff(*full.set(), 21, 12, 39), 0, 0.55);
     EXPECT_NEAR(minutesOff(*full.rise(), 21, 23, 40), 0, 0.55);
     // 26 January has no moonrise: 23:06 on the 25th, then 00:07 on the 27th.
-    const auto noRise = SunCalculator::moonRiseSetForDay(2019, 1, 26, zone, 29, -81);
+    const auto noRise = SunCalculator::moonRiseSetForDay(26, 1, 2019, zone, 29, -81);
     EXPECT_FALSE(noRise.rise());
     ASSERT_TRUE(noRise.set());
     EXPECT_NEAR(minutesOff(*noRise.set(), 26, 16, 20), 0, 0.55);

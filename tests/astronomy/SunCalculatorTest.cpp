@@ -32,9 +32,9 @@ TEST(SunCalculator, DayNumbersAndSiderealTime) {
     EXPECT_NEAR(SunCalculator::lmst(mjd, 240), 34 / 60.0 + 57.0896 / 3600, 2e-7) << "wrapped into 0-24";
     // The day number of the orbital-elements method: 1990 April 19 is -3543 in its worked
     // example; 2019 June 15 works out by hand to 7106.
-    EXPECT_DOUBLE_EQ(SunCalculator::daynumber(1990, 4, 19, 0), -3543);
-    EXPECT_DOUBLE_EQ(SunCalculator::daynumber(2000, 1, 1, 12), 1.5);
-    EXPECT_DOUBLE_EQ(SunCalculator::daynumber(2019, 6, 15, 0), 7106);
+    EXPECT_DOUBLE_EQ(SunCalculator::daynumber(19, 4, 1990, 0), -3543);
+    EXPECT_DOUBLE_EQ(SunCalculator::daynumber(1, 1, 2000, 12), 1.5);
+    EXPECT_DOUBLE_EQ(SunCalculator::daynumber(15, 6, 2019, 0), 7106);
 }
 
 TEST(SunCalculator, SunAndMoonPositions) {
@@ -100,19 +100,19 @@ TEST(SunCalculator, MoonPhases) {
     // (01:28 UTC on the 6th) on the evening of the 5th there but on the 6th in Tokyo.
     const auto newYork = *tarvo::TimeZone::withName("America/New_York");
     const auto tokyo = *tarvo::TimeZone::withName("Asia/Tokyo");
-    EXPECT_EQ(SunCalculator::moonPhaseForDay(2019, 1, 21, newYork).name, "full");
-    EXPECT_EQ(SunCalculator::moonPhaseForDay(2019, 1, 5, newYork).name, "new");
-    EXPECT_EQ(SunCalculator::moonPhaseForDay(2019, 1, 6, newYork).name, "waxing crescent");
-    EXPECT_EQ(SunCalculator::moonPhaseForDay(2019, 1, 6, tokyo).name, "new");
-    EXPECT_NEAR(SunCalculator::moonPhaseForDay(2019, 1, 21, newYork).ageDays, 15 + (15 + 32 / 60.0) / 24, 0.005);
+    EXPECT_EQ(SunCalculator::moonPhaseForDay(21, 1, 2019, newYork).name, "full");
+    EXPECT_EQ(SunCalculator::moonPhaseForDay(5, 1, 2019, newYork).name, "new");
+    EXPECT_EQ(SunCalculator::moonPhaseForDay(6, 1, 2019, newYork).name, "waxing crescent");
+    EXPECT_EQ(SunCalculator::moonPhaseForDay(6, 1, 2019, tokyo).name, "new");
+    EXPECT_NEAR(SunCalculator::moonPhaseForDay(21, 1, 2019, newYork).ageDays, 15 + (15 + 32 / 60.0) / 24, 0.005);
     // January 1977 in Chicago: first quarter about an hour before midnight on the 26th. Only
     // that day carries the name; every principal phase is named on exactly one day.
     const auto chicago = *tarvo::TimeZone::withName("America/Chicago");
     std::map<std::string, int> named;
-    for (int day = 1; day <= 31; ++day) named[SunCalculator::moonPhaseForDay(1977, 1, day, chicago).name]++;
+    for (int day = 1; day <= 31; ++day) named[SunCalculator::moonPhaseForDay(day, 1, 1977, chicago).name]++;
     for (const char* principal : {"new", "first quarter", "full", "last quarter"}) EXPECT_EQ(named[principal], 1) << principal;
-    EXPECT_EQ(SunCalculator::moonPhaseForDay(1977, 1, 26, chicago).name, "first quarter");
-    EXPECT_EQ(SunCalculator::moonPhaseForDay(1977, 1, 27, chicago).name, "waxing gibbous");
+    EXPECT_EQ(SunCalculator::moonPhaseForDay(26, 1, 1977, chicago).name, "first quarter");
+    EXPECT_EQ(SunCalculator::moonPhaseForDay(27, 1, 1977, chicago).name, "waxing gibbous");
 }
 
 TEST(SunCalculator, GeostationarySatellites) {

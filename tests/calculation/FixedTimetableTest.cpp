@@ -6,6 +6,7 @@
 
 #include "support/Dates.h"
 #include "support/LogCapture.h"
+#include "support/ResultValue.h"
 #include "support/RunProcess.h"
 #include "tarvo/calculation/DubaiFixedTimes.h"
 #include "tarvo/calculation/KLFixedTimes.h"
@@ -58,8 +59,8 @@ TEST(FixedTimetable, LooksUpOnlyExactDayKeysAndRejectsBadRowsWithTheirLine) {
         {"2018-01-01,5,7,12,15,17,19\n2018-01-01,5,7,12,15,17,19\n", "date 2018-01-01 appears more than once"},
     };
     for (const auto& [text, message] : bad) {
-        EXPECT_FALSE(parser.parse(text)) << text;
-        EXPECT_EQ(parser.error().rfind(message, 0), 0u) << parser.error();
+        const std::string error = tarvo::test::errorOrFailure(parser.parse(text));
+        EXPECT_EQ(error.rfind(message, 0), 0u) << text << error;
     }
     // The build step refuses a bad file, naming file and line.
     tarvo::test::TempFolder folder;
@@ -72,10 +73,10 @@ TEST(FixedTimetable, LooksUpOnlyExactDayKeysAndRejectsBadRowsWithTheirLine) {
 
 TEST_F(FixedTimetableMerge, InvalidReplacementKeepsTheCompiledTable) {
     tarvo::test::LogCapture log;
-    std::string error;
-    EXPECT_FALSE(DubaiFixedTimes::timetable().replaceFromCsvFile("/nonexistent/dubai.csv", &error));
-    EXPECT_FALSE(DubaiFixedTimes::timetable().replaceFromCsvText("2018-01-01,1,2,3\n", &error));
-    EXPECT_EQ(error, "line 1: expected 7 columns (date and six times), found 4");
+    EXPECT_EQ(tarvo::test::errorOrFailure(DubaiFixedTimes::timetable().replaceFromCsvFile("/nonexistent/dubai.csv")),
+              "cannot read /nonexistent/dubai.csv");
+    EXPECT_EQ(tarvo::test::errorOrFailure(DubaiFixedTimes::timetable().replaceFromCsvText("2018-01-01,1,2,3\n")),
+              "line 1: expected 7 columns (date and six times), found 4");
     EXPECT_EQ(log.errors().size(), 2u);
     EXPECT_EQ(DubaiFixedTimes::getTimingsForEpoch(1514764800)[0], 5.7);
 }

@@ -8,6 +8,7 @@
 
 #include "support/DataFolder.h"
 #include "support/LogCapture.h"
+#include "support/ResultValue.h"
 #include "support/SmallDirectory.h"
 #include "support/SqliteScript.h"
 #include "tarvo/cities/CityDirectory.h"
@@ -41,10 +42,8 @@ std::shared_ptr<TarvoCity> place(const std::string& name, double lat, double lon
     return city;
 }
 std::shared_ptr<CityDirectory> openSmall(const test::SmallDirectory& small) {
-    std::string error;
-    auto directory = small.build().status == 0 ? CityDirectory::open(small.path(), error) : nullptr;
-    if (!directory) ADD_FAILURE() << small.build().err << error;
-    return directory;
+    if (small.build().status != 0) ADD_FAILURE() << small.build().err;
+    return small.build().status == 0 ? test::valueOrFailure(CityDirectory::open(small.path())) : nullptr;
 }
 
 class CityDirectoryTest : public ::testing::Test {
@@ -237,9 +236,8 @@ TEST_F(CityDirectoryTest, CountryListsCarryStateOffsetAndTheGivenName) {
 }
 
 TEST_F(CityDirectoryTest, ReverseGeocodeCacheAndLastUsedRows) {
-    std::string error;
-    auto user = UserDatabase::open(folder_ / "user.sqlite", error);
-    ASSERT_TRUE(user) << error;
+    auto user = test::valueOrFailure(UserDatabase::open(folder_ / "user.sqlite"));
+    ASSERT_TRUE(user);
     SqliteDatabase& db = user->database();
     test::LogCapture log;
 
@@ -290,9 +288,8 @@ TEST_F(CityDirectoryTest, ReverseGeocodeCacheAndLastUsedRows) {
 }
 
 TEST_F(CityDirectoryTest, ConcurrentLookupsAndCacheWrites) {
-    std::string error;
-    auto user = UserDatabase::open(folder_ / "user.sqlite", error);
-    ASSERT_TRUE(user) << error;
+    auto user = test::valueOrFailure(UserDatabase::open(folder_ / "user.sqlite"));
+    ASSERT_TRUE(user);
     std::vector<std::thread> threads;
     std::atomic<int> wrong{0};
     for (int t = 0; t < 4; ++t) {
@@ -324,9 +321,8 @@ TEST_F(CityDirectoryTest, DirectoryIsOnlyReadEvenInWriteAheadLogMode) {
     ASSERT_TRUE(test::runSql(file, "PRAGMA journal_mode=WAL"));
     const std::string before = test::readBytes(file);
     {
-        std::string error;
-        auto directory = CityDirectory::open(file, error);
-        ASSERT_TRUE(directory) << error;
+        auto directory = test::valueOrFailure(CityDirectory::open(file));
+        ASSERT_TRUE(directory);
         EXPECT_EQ(names(TarvoCity::GetCities(directory->database(), "LON")), Names{"London"});
         // No statement on the directory runs for ever: past its bound it is stopped.
         EXPECT_EQ(directory->database().exec(

@@ -10,11 +10,12 @@
 
 #include "support/DataFolder.h"
 #include "support/GeocodingServer.h"
+#include "support/ResultValue.h"
 #include "support/SmallDirectory.h"
+#include "tarvo/Version.h"
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/OfflineGeocoder.h"
 #include "tarvo/cities/TarvoCity.h"
-#include "tarvo/Version.h"
 #include "tarvo/cities/WebGeocoder.h"
 #include "tarvo/platform/UserDefaults.h"
 
@@ -33,7 +34,7 @@ class WebGeocoderTest : public ::testing::Test {
 protected:
     void SetUp() override { environment_.unset(WebGeocoder::kURLEnvironmentVariable); }
 
-    Geocoder::Result ask(const std::string& body, int status = 200) {
+    Geocoder::Places ask(const std::string& body, int status = 200) {
         server_.answer(body, status);
         return WebGeocoder(server_.url()).reverseGeocode(51.5074, -0.1278);
     }
@@ -44,10 +45,9 @@ protected:
 };
 
 TEST_F(WebGeocoderTest, NamesThePlaceFromTheAddress) {
-    const auto london = ask(kLondonAnswer);
-    ASSERT_FALSE(london.error) << *london.error;
-    ASSERT_EQ(london.places.size(), 1u);
-    const auto& place = london.places[0];
+    const auto london = test::valueOrFailure(ask(kLondonAnswer));
+    ASSERT_EQ(london.size(), 1u);
+    const auto& place = london[0];
     EXPECT_EQ(place.locality + "|" + place.administrativeArea + "|" + place.country + "|" + place.formattedAddress,
               "London|England|United Kingdom|Charing Cross, London, Greater London, England, WC2N 5DU, United Kingdom");
     EXPECT_EQ(server_.query("format") + " " + server_.query("lat") + " " + server_.query("lon"),
@@ -69,7 +69,7 @@ TEST_F(WebGeocoderTest, NamesThePlaceFromTheAddress) {
              R"(","country":"\u0000\u202aX\u009b"}})",
          "[2JEvilTown|" + cut + "|X"}};
     for (const auto& [body, expected] : cases) {
-        const auto places = ask(body).places;
+        const auto places = test::valueOrFailure(ask(body));
         ASSERT_EQ(places.size(), 1u) << body;
         EXPECT_EQ(places[0].locality + "|" + places[0].administrativeArea + "|" + places[0].country, expected);
     }
@@ -87,12 +87,12 @@ TEST_F(WebGeocoderTest, NothingThereIsAnEmptyListAndBadAnswersAreErrorsNeverCras
     };
     for (const auto& [body, error] : bodies) {
         const auto result = ask(body);
-        EXPECT_TRUE(result.places.empty()) << body.substr(0, 40);
-        EXPECT_EQ(result.error.has_value(), error) << body.substr(0, 40);
+        EXPECT_EQ(!result, error) << body.substr(0, 40);
+        if (result) {
+            EXPECT_TRUE(result->empty()) << body.substr(0, 40);
+        }
     }
-    const auto result = ask(kLondonAnswer, 500);
-    EXPECT_TRUE(result.places.empty());
-    EXPECT_NE(result.error.value_or("").find("HTTP 500"), std::string::npos) << result.error.value_or("");
+    EXPECT_NE(test::errorOrFailure(ask(kLondonAnswer, 500)).find("HTTP 500"), std::string::npos);
 }
 
 TEST_F(WebGeocoderTest, SlowOrAbsentServersTimeOut) {
@@ -102,34 +102,32 @@ TEST_F(WebGeocoderTest, SlowOrAbsentServersTimeOut) {
     const auto start = std::chrono::steady_clock::now();
     auto result = impatient.reverseGeocode(51.5, 0);
     EXPECT_LT(std::chrono::steady_clock::now() - start, 900ms) << "the request gives up before the answer";
-    EXPECT_TRUE(result.places.empty());
-    EXPECT_NE(result.error.value_or("").find("timed out"), std::string::npos) << result.error.value_or("");
+    EXPECT_NE(test::errorOrFailure(result).find("timed out"), std::string::npos);
 
     const std::string url = server_.url();
     server_.stop();
     result = WebGeocoder(url).reverseGeocode(51.5, 0);
-    EXPECT_TRUE(result.places.empty());
-    EXPECT_NE(result.error.value_or("").find("onnect"), std::string::npos) << result.error.value_or("");
+    EXPECT_NE(test::errorOrFailure(result).find("onnect"), std::string::npos);
 }
 
 TEST_F(WebGeocoderTest, ServiceComesFromThePreferenceElseTheEnvironment) {
     server_.answer(kLondonAnswer);
     // Neither: no request, an error at once.
     auto result = WebGeocoder().reverseGeocode(51.5, 0);
-    EXPECT_NE(result.error.value_or("").find("no geocoding service"), std::string::npos) << result.error.value_or("");
+    EXPECT_NE(test::errorOrFailure(result).find("no geocoding service"), std::string::npos);
     EXPECT_EQ(server_.requests(), 0);
     EXPECT_FALSE(WebGeocoder::configuredBaseURL());
 
     environment_.set(WebGeocoder::kURLEnvironmentVariable, server_.url() + "/");
     result = WebGeocoder().reverseGeocode(51.5, 0);
-    ASSERT_EQ(result.places.size(), 1u);
+    ASSERT_EQ(test::valueOrFailure(result).size(), 1u);
     EXPECT_EQ(server_.requests(), 1);
 
     // The preference wins over the environment.
     UserDefaults::sharedUserDefaultsObj()->setString(WebGeocoder::kURLPreferenceKey, "ftp://127.0.0.1:1");
     EXPECT_EQ(WebGeocoder::configuredBaseURL(), "ftp://127.0.0.1:1");
     result = WebGeocoder().reverseGeocode(51.5, 0);
-    EXPECT_NE(result.error.value_or("").find("https:// or http://"), std::string::npos) << result.error.value_or("");
+    EXPECT_NE(test::errorOrFailure(result).find("https:// or http://"), std::string::npos);
     EXPECT_EQ(server_.requests(), 1);
     UserDefaults::sharedUserDefaultsObj()->setString(WebGeocoder::kURLPreferenceKey, " ");
     EXPECT_EQ(WebGeocoder::configuredBaseURL(), server_.url() + "/") << "a blank preference counts as none";
@@ -138,31 +136,30 @@ TEST_F(WebGeocoderTest, ServiceComesFromThePreferenceElseTheEnvironment) {
 TEST(OfflineGeocoder, NamesTheNearestDirectoryCityWithin100Km) {
     test::SmallDirectory small(test::worldCities());
     ASSERT_EQ(small.build().status, 0) << small.build().err;
-    std::string error;
-    auto directory = CityDirectory::open(small.path(), error);
-    ASSERT_TRUE(directory) << error;
+    auto directory = test::valueOrFailure(CityDirectory::open(small.path()));
+    ASSERT_TRUE(directory);
     OfflineGeocoder geocoder(directory);
 
-    auto result = geocoder.reverseGeocode(51.75, -1.25);  // Oxford, 83 km from London
-    ASSERT_EQ(result.places.size(), 1u);
-    const auto& place = result.places[0];
+    auto result = test::valueOrFailure(geocoder.reverseGeocode(51.75, -1.25));  // Oxford, 83 km from London
+    ASSERT_EQ(result.size(), 1u);
+    const auto& place = result[0];
     EXPECT_EQ(place.locality + "|" + place.administrativeArea + "|" + place.country + "|" + place.formattedAddress,
               "London|England|United Kingdom|London, England, United Kingdom");
-    EXPECT_EQ(geocoder.reverseGeocode(52.2, 0.12).places.size(), 1u);  // Cambridge, 80 km
-    result = geocoder.reverseGeocode(52.63, 1.3);                      // Norwich, 160 km
-    EXPECT_TRUE(result.places.empty() && !result.error);
-    EXPECT_TRUE(OfflineGeocoder(std::shared_ptr<CityDirectory>()).reverseGeocode(51.5, 0).error);
-    EXPECT_TRUE(OfflineGeocoder(static_cast<SqliteDatabase*>(nullptr)).reverseGeocode(51.5, 0).error);
+    EXPECT_EQ(test::valueOrFailure(geocoder.reverseGeocode(52.2, 0.12)).size(), 1u);  // Cambridge, 80 km
+    const auto norwich = geocoder.reverseGeocode(52.63, 1.3);                         // 160 km
+    EXPECT_TRUE(norwich && norwich->empty());
+    EXPECT_FALSE(OfflineGeocoder(std::shared_ptr<CityDirectory>()).reverseGeocode(51.5, 0));
+    EXPECT_FALSE(OfflineGeocoder(static_cast<SqliteDatabase*>(nullptr)).reverseGeocode(51.5, 0));
 
     // Through a connection the caller holds, on the shipped directory: a city of the
     // "United States of America" (kept as "United States" in a city record) has its state.
     test::ScopedEnvironment environment;
     environment.unset(CityDirectory::kEnvironmentVariable);
-    auto shipped = CityDirectory::open("", error);
-    ASSERT_TRUE(shipped) << error;
-    result = OfflineGeocoder(&shipped->database()).reverseGeocode(40.7143, -74.006);
-    ASSERT_EQ(result.places.size(), 1u);
-    EXPECT_EQ(result.places[0].locality + "|" + result.places[0].administrativeArea + "|" + result.places[0].country,
+    auto shipped = test::valueOrFailure(CityDirectory::open(""));
+    ASSERT_TRUE(shipped);
+    result = test::valueOrFailure(OfflineGeocoder(&shipped->database()).reverseGeocode(40.7143, -74.006));
+    ASSERT_EQ(result.size(), 1u);
+    EXPECT_EQ(result[0].locality + "|" + result[0].administrativeArea + "|" + result[0].country,
               "New York|New York|United States");
 }
 

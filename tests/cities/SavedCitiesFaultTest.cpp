@@ -7,6 +7,7 @@
 #include "support/DataFolder.h"
 #include "support/FaultyStorage.h"
 #include "support/LogCapture.h"
+#include "support/ResultValue.h"
 #include "support/RunProcess.h"
 #include "support/SqliteScript.h"
 #include "support/StoreWriter.h"
@@ -45,9 +46,8 @@ protected:
 TEST_F(SavedCitiesFaults, FullOrReadOnlyDiskKeepsTheSavedCities) {
     test::LogCapture log;
     FaultyStorage storage;
-    std::string error;
-    auto user = UserDatabase::open(path, error);
-    ASSERT_TRUE(user) << error;
+    auto user = test::valueOrFailure(UserDatabase::open(path));
+    ASSERT_TRUE(user);
     ASSERT_TRUE(TarvoCity::saveNewCity(town("Makkah"), user->database()));
 
     for (const auto& [fault, reason] : FaultyStorage::kFaultsAndReasons) {
@@ -65,16 +65,15 @@ TEST_F(SavedCitiesFaults, FullOrReadOnlyDiskKeepsTheSavedCities) {
         // The host operations say so, and leave the file as it was.
         storage.set(fault);
         EXPECT_FALSE(user->addCity(town("Madinah"))) << reason;
-        EXPECT_FALSE(user->deleteCity(1)) << reason;
-        EXPECT_NE(user->lastError().find("cannot delete city 1"), std::string::npos) << user->lastError();
+        EXPECT_NE(test::errorOrFailure(user->deleteCity(1)).find("cannot delete city 1"), std::string::npos) << reason;
         storage.set(FaultyStorage::Fault::none);
         EXPECT_EQ(savedNames(user->database()), std::vector<std::string>{"Makkah"}) << reason;
     }
     ASSERT_TRUE(TarvoCity::saveNewCity(town("Jeddah"), user->database()));
     user.reset();
     EXPECT_EQ(test::queryText(path, "PRAGMA integrity_check"), "ok");
-    user = UserDatabase::open(path, error);
-    ASSERT_TRUE(user) << error;
+    user = test::valueOrFailure(UserDatabase::open(path));
+    ASSERT_TRUE(user);
     EXPECT_EQ(savedNames(user->database()), (std::vector<std::string>{"Makkah", "Jeddah"}));
 }
 
@@ -90,15 +89,12 @@ TEST_F(SavedCitiesFaults, FullDiskDuringTheFirstOpenLeavesNoHalfUpgradedFile) {
         test::LogCapture log;
         FaultyStorage storage;
         storage.set(FaultyStorage::Fault::diskFull);
-        std::string error;
-        EXPECT_FALSE(UserDatabase::open(path, error));
-        EXPECT_EQ(error, path.string() + ": upgrade to layout 1 failed");
+        EXPECT_EQ(test::errorOrFailure(UserDatabase::open(path)), path.string() + ": upgrade to layout 1 failed");
         EXPECT_TRUE(log.hasError("[DB] [1] Schema ERROR: message 'database or disk is full'."));
     }
     EXPECT_EQ(test::readBytes(path), before);
-    std::string error;
-    auto user = UserDatabase::open(path, error);
-    ASSERT_TRUE(user) << error;
+    auto user = test::valueOrFailure(UserDatabase::open(path));
+    ASSERT_TRUE(user);
     EXPECT_EQ(user->schemaVersion(), UserDatabase::kSchemaVersion);
     EXPECT_EQ(savedNames(user->database()), std::vector<std::string>{"Makkah"});
 }
@@ -110,9 +106,8 @@ TEST_F(SavedCitiesFaults, WriterKilledMidwayLosesNoCommittedCity) {
     EXPECT_EQ(test::queryText(path, "PRAGMA integrity_check"), "ok");
     // Each city was saved and selected in one step: never two selected.
     EXPECT_EQ(test::queryText(path, "SELECT count(*) FROM savedcities WHERE current_city = 1"), "1");
-    std::string error;
-    auto user = UserDatabase::open(path, error);
-    ASSERT_TRUE(user) << error;
+    auto user = test::valueOrFailure(UserDatabase::open(path));
+    ASSERT_TRUE(user);
     const auto names = savedNames(user->database());
     for (int i : committed) {
         EXPECT_NE(std::find(names.begin(), names.end(), "Town " + std::to_string(i)), names.end())
@@ -121,9 +116,8 @@ TEST_F(SavedCitiesFaults, WriterKilledMidwayLosesNoCommittedCity) {
 }
 
 TEST_F(SavedCitiesFaults, LockHeldBeyondTheTimeOutIsAnErrorNotAHang) {
-    std::string error;
-    auto user = UserDatabase::open(path, error);
-    ASSERT_TRUE(user) << error;
+    auto user = test::valueOrFailure(UserDatabase::open(path));
+    ASSERT_TRUE(user);
     ASSERT_TRUE(TarvoCity::saveNewCity(town("Makkah"), user->database()));
     user->database().setBusyTimeout(300);
     test::ChildProcess holder(TARVO_STORE_WRITER_PATH, {"hold", path.string()});

@@ -11,6 +11,7 @@
 
 #include "support/DataFolder.h"
 #include "support/LogCapture.h"
+#include "support/ResultValue.h"
 #include "support/SqliteScript.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
@@ -30,8 +31,11 @@ protected:
 
     /// The user database in the fresh data folder, opened (and upgraded) on first use.
     SqliteDatabase& db() {
-        std::string error;
-        if (!user_ && !(user_ = UserDatabase::openDefault(error))) throw std::runtime_error(error);
+        if (!user_) {
+            auto opened = UserDatabase::openDefault();
+            if (!opened) throw std::runtime_error(opened.error().message);
+            user_ = *opened;
+        }
         return user_->database();
     }
 
@@ -103,8 +107,8 @@ TEST_F(SavedCitiesTest, SavingMarksEachNewCityCurrentSyncNeverWritesAndDeleteAns
 
     // Keys past 32 bits are read and written whole: a cut one would select another row.
     ASSERT_EQ(db().exec("INSERT INTO savedcities (pk, city_name) VALUES (2147483653, 'Big')"), SQLITE_OK);
-    const auto jeddah = user_->addCity(makeCity("Jeddah", 21.54));
-    ASSERT_TRUE(jeddah) << user_->lastError();
+    const auto jeddah = test::valueOrFailure(user_->addCity(makeCity("Jeddah", 21.54)));
+    ASSERT_TRUE(jeddah);
     EXPECT_EQ(jeddah->primaryKey(), 2147483654);
     EXPECT_EQ(TarvoCity::initWithPrimaryKey(2147483654, db())->cityName(), "Jeddah");
     EXPECT_EQ(queryText(db(), "SELECT group_concat(pk) FROM savedcities WHERE current_city = 1"), "2147483654");
@@ -158,9 +162,8 @@ TEST_F(SavedCitiesTest, StatementsAreCachedPerStatementAndFinalisedOnesFailUntil
     // The list statement prepared on the first database is reused whatever handle comes in:
     // another, empty database "lists" the first one's city until the cache is emptied.
     ASSERT_EQ(TarvoCity::GetSavedCities(db()).size(), 1u);
-    std::string error;
-    auto other = UserDatabase::open(folder_ / "other.sqlite", error);
-    ASSERT_TRUE(other) << error;
+    auto other = test::valueOrFailure(UserDatabase::open(folder_ / "other.sqlite"));
+    ASSERT_TRUE(other);
     EXPECT_EQ(TarvoCity::GetSavedCities(other->database()).size(), 1u);
     TarvoCity::resetStatementCache();
     EXPECT_TRUE(TarvoCity::GetSavedCities(other->database()).empty());
@@ -176,9 +179,7 @@ TEST_F(SavedCitiesTest, OldDatabaseIsUpgradedInPlaceOnceWithoutLosingRowsUnlessI
         ASSERT_TRUE(test::runSql(path, "PRAGMA user_version = " + std::to_string(recorded)));
         const std::string before = readBytes(path);
         ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
-        std::string error;
-        EXPECT_FALSE(UserDatabase::openDefault(error));
-        EXPECT_NE(error.find("read-only"), std::string::npos) << error;
+        EXPECT_NE(test::errorOrFailure(UserDatabase::openDefault()).find("read-only"), std::string::npos);
         EXPECT_EQ(readBytes(path), before);
         ASSERT_EQ(::chmod(path.c_str(), 0644), 0);
         log_.clear();

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "support/DataFolder.h"
+#include "support/ResultValue.h"
 #include "support/SmallDirectory.h"
 #include "support/SqliteScript.h"
 #include "tarvo/cities/CityDirectory.h"
@@ -20,11 +21,10 @@ TEST(ShippedDirectory, NearestInTheBoxIsTheFullScansPlaceAndEveryPlaceIsFoundAtI
     test::ScopedEnvironment environment;
     environment.unset(CityDirectory::kEnvironmentVariable);
     test::TempFolder scratch;
-    std::string error;
-    const auto located = CityDirectory::locate(error);
-    ASSERT_TRUE(located) << error;
-    auto shipped = CityDirectory::open(*located, error);
-    ASSERT_TRUE(shipped) << error;
+    const auto located = CityDirectory::locate();
+    ASSERT_TRUE(located) << located.error().message;
+    auto shipped = test::valueOrFailure(CityDirectory::open(*located));
+    ASSERT_TRUE(shipped);
     SqliteDatabase& db = shipped->database();
     EXPECT_EQ(test::queryText(db, "SELECT count(*) || ' ' || (SELECT name || ', ' || country FROM cities LIMIT 1) || ' "
                                   "' || (SELECT code || ' ' || name FROM countries WHERE id = 682) || ' ' || (SELECT "
@@ -60,9 +60,9 @@ TEST(ShippedDirectory, NearestInTheBoxIsTheFullScansPlaceAndEveryPlaceIsFoundAtI
         const auto scanned = scratch / "scanned.sqlite";
         std::filesystem::copy_file(source, scanned, std::filesystem::copy_options::overwrite_existing);
         ASSERT_TRUE(test::runSql(scanned, "DROP TABLE cityboxes"));
-        auto boxed = CityDirectory::open(source, error);
-        auto scan = CityDirectory::open(scanned, error);
-        ASSERT_TRUE(boxed && scan) << error;
+        auto boxed = test::valueOrFailure(CityDirectory::open(source));
+        auto scan = test::valueOrFailure(CityDirectory::open(scanned));
+        ASSERT_TRUE(boxed && scan);
         size_t found = 0;
         for (const auto& [lat, lon, km] : probes) {
             const auto expected = TarvoCity::GetCityForLat(lat, lon, &scan->database(), km, false);
@@ -94,28 +94,26 @@ TEST(ShippedDirectory, FileIsFoundByTheDocumentedRule) {
     test::ScopedEnvironment environment;
     test::TempFolder scratch;
     environment.unset(CityDirectory::kEnvironmentVariable);
-    std::string error;
-    const auto located = CityDirectory::locate(error);
-    ASSERT_TRUE(located) << error;
+    const auto located = CityDirectory::locate();
+    ASSERT_TRUE(located) << located.error().message;
     EXPECT_EQ(located->filename(), "cities.sqlite");
 
     // The environment names the only file looked at.
     environment.set(CityDirectory::kEnvironmentVariable, (scratch / "none.sqlite").string());
-    EXPECT_FALSE(CityDirectory::locate(error));
-    EXPECT_NE(error.find("none.sqlite"), std::string::npos) << error;
-    EXPECT_FALSE(CityDirectory::open("", error));
+    EXPECT_NE(test::errorOrFailure(CityDirectory::locate()).find("none.sqlite"), std::string::npos);
+    EXPECT_FALSE(CityDirectory::open(""));
     // A path the host passes comes first.
-    EXPECT_TRUE(CityDirectory::open(*located, error)) << error;
+    EXPECT_TRUE(test::valueOrFailure(CityDirectory::open(*located)));
 
     // Files that are no city directory are refused, named, and left as they were.
     test::writeBytes(scratch / "text.sqlite", "not a database");
-    EXPECT_FALSE(CityDirectory::open(scratch / "text.sqlite", error));
-    EXPECT_NE(error.find("text.sqlite"), std::string::npos) << error;
+    EXPECT_NE(test::errorOrFailure(CityDirectory::open(scratch / "text.sqlite")).find("text.sqlite"),
+              std::string::npos);
     EXPECT_EQ(test::readBytes(scratch / "text.sqlite"), "not a database");
     ASSERT_TRUE(test::runSql(scratch / "user.sqlite", "CREATE TABLE savedcities (pk INTEGER PRIMARY KEY)"));
-    EXPECT_FALSE(CityDirectory::open(scratch / "user.sqlite", error));
-    EXPECT_NE(error.find("not a city directory"), std::string::npos) << error;
-    EXPECT_FALSE(CityDirectory::open(scratch / "absent.sqlite", error));
+    EXPECT_NE(test::errorOrFailure(CityDirectory::open(scratch / "user.sqlite")).find("not a city directory"),
+              std::string::npos);
+    EXPECT_FALSE(CityDirectory::open(scratch / "absent.sqlite"));
     EXPECT_FALSE(std::filesystem::exists(scratch / "absent.sqlite"));
 }
 

@@ -8,6 +8,7 @@
 #include "support/FacadeFixture.h"
 #include "support/GeocodingServer.h"
 #include "support/LogCapture.h"
+#include "support/ResultValue.h"
 #include "support/SmallDirectory.h"
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/Geocoder.h"
@@ -24,18 +25,18 @@ namespace {
 // A geocoder that answers what the test sets and counts its requests.
 class FakeGeocoder : public Geocoder {
 public:
-    Result reverseGeocode(double, double) override {
+    Places reverseGeocode(double, double) override {
         ++requests;
         std::lock_guard lock(mutex);
         return answer;
     }
-    void set(Result r) {
+    void set(Places r) {
         std::lock_guard lock(mutex);
         answer = std::move(r);
     }
     std::atomic<int> requests{0};
     std::mutex mutex;
-    Result answer;
+    Places answer = std::vector<Place>{};
 };
 
 class Location : public FacadeTest {
@@ -43,11 +44,10 @@ protected:
     void SetUp() override {
         FacadeTest::SetUp();
         ASSERT_EQ(small.build().status, 0) << small.build().err;
-        std::string error;
-        directory = CityDirectory::open(small.path(), error);
-        ASSERT_TRUE(directory) << error;
-        user = UserDatabase::openDefault(error);
-        ASSERT_TRUE(user) << error;
+        directory = tarvo::test::valueOrFailure(CityDirectory::open(small.path()));
+        ASSERT_TRUE(directory);
+        user = tarvo::test::valueOrFailure(UserDatabase::openDefault());
+        ASSERT_TRUE(user);
         facade->setWebGeocoder(web);
         facade->setFallbackGeocoder(fallback);
         token = NotificationCenter::defaultCenter().addObserver(
@@ -83,7 +83,7 @@ protected:
         if (shown > hidden) DispatchQueue::main().runUntil([this] { return hidden == shown; }, std::chrono::seconds(10));
         DispatchQueue::main().drain();
     }
-    static Geocoder::Result places(std::vector<Geocoder::Place> p) { return {std::move(p), std::nullopt}; }
+    static Geocoder::Places places(std::vector<Geocoder::Place> p) { return p; }
 
     tarvo::test::SmallDirectory small{tarvo::test::worldCities()};
     std::shared_ptr<CityDirectory> directory;
@@ -157,7 +157,7 @@ TEST_F(Location, NetworkAnswersAndFallbacks) {
     EXPECT_EQ(city->countryName(), "Farland");
 
     // The web fails: the fallback's places are published one after another.
-    web->set({{}, std::string("HTTP 500")});
+    web->set(Error{"HTTP 500"});
     fallback->set(places({{"First", "", "A", ""}, {"Second", "", "B", ""}}));
     announced.clear();
     auto other = fixAt(41.0, -31.0);

@@ -37,12 +37,12 @@ int writePreferences(const std::filesystem::path& path, int count) {
 }
 
 int writeCities(const std::filesystem::path& path, int count) {
-    std::string error;
-    auto user = tarvo::UserDatabase::open(path, error);
-    if (!user) {
-        std::fprintf(stderr, "%s\n", error.c_str());
+    auto opened = tarvo::UserDatabase::open(path);
+    if (!opened) {
+        std::fprintf(stderr, "%s\n", opened.error().message.c_str());
         return 1;
     }
+    auto user = std::move(*opened);
     for (int i = 0; i < count; ++i) {
         auto city = std::make_shared<tarvo::TarvoCity>();
         city->setCityName("Town " + std::to_string(i));

@@ -68,7 +68,7 @@ TEST(Text, TrimsReadsIntegersAndDates) {
     }
     const auto leap = text::parseIsoDate("2024-02-29");
     ASSERT_TRUE(leap);
-    EXPECT_EQ(std::tuple(leap->year, leap->month, leap->day), std::tuple(2024, 2u, 29u));
+    EXPECT_EQ(std::tuple(leap->year, leap->month, leap->day), std::tuple(int64_t{2024}, int64_t{2}, int64_t{29}));
     for (const char* bad : {"2023-02-29", "2024-13-01", "2024-00-10", "2024-1-10", "24-01-10x", "2024/01/10",
                             "-123-01-01", "2024-01-1a", ""}) {
         EXPECT_FALSE(text::parseIsoDate(bad)) << bad;

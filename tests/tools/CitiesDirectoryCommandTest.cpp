@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "support/DataFolder.h"
+#include "support/ResultValue.h"
 #include "support/RunProcess.h"
 #include "support/SmallDirectory.h"
 #include "support/SqliteScript.h"
@@ -117,9 +118,8 @@ TEST_F(CitiesDirectoryToolTest, CacheAndLastUsedCity) {
     EXPECT_EQ(jsonOf({"cities", "cache", "--json"}), json::array());
     EXPECT_EQ(runTarvo({"cities", "last-used"}).status, 1);
     {
-        std::string error;
-        auto user = UserDatabase::openDefault(error);
-        ASSERT_TRUE(user) << error;
+        auto user = test::valueOrFailure(UserDatabase::openDefault());
+        ASSERT_TRUE(user);
         TarvoCity::resetStatementCache();
         auto city = std::make_shared<TarvoCity>();
         city->setIsLoadingFromDB(true);

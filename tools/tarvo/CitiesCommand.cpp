@@ -77,7 +77,7 @@ void printCity(const std::string& what, const TarvoCity& city, bool json) {
 // for a table that is merely locked.
 std::vector<std::shared_ptr<TarvoCity>> savedCities(UserDatabase& user) {
     auto cities = user.savedCities();
-    if (!cities) throw std::runtime_error(user.lastError());
+    if (!cities) throw std::runtime_error(cities.error().message);
     return std::move(*cities);
 }
 
@@ -97,8 +97,8 @@ void add(const CitiesOptions& o) {
                                       o.calculation});
     // Saved and selected together, or not at all.
     auto saved = user->addCity(city);
-    if (!saved) throw std::runtime_error(user->lastError());
-    printCity("Saved and selected", *saved, o.json);
+    if (!saved) throw std::runtime_error(saved.error().message);
+    printCity("Saved and selected", **saved, o.json);
 }
 
 // The saved city with this key, or a usage error; nothing is changed either way.
@@ -112,7 +112,7 @@ std::shared_ptr<TarvoCity> existingCity(UserDatabase& user, int64_t primaryKey) 
 void select(const CitiesOptions& o) {
     auto user = openUserDatabase();
     auto city = existingCity(*user, o.primaryKey);
-    if (!user->selectCity(o.primaryKey)) throw std::runtime_error(user->lastError());
+    if (auto selected = user->selectCity(o.primaryKey); !selected) throw std::runtime_error(selected.error().message);
     city->setIsLoadingFromDB(true);
     city->setIsSelectedCity(true);
     city->setIsLoadingFromDB(false);
@@ -122,7 +122,7 @@ void select(const CitiesOptions& o) {
 void remove(const CitiesOptions& o) {
     auto user = openUserDatabase();
     auto city = existingCity(*user, o.primaryKey);
-    if (!user->deleteCity(o.primaryKey)) throw std::runtime_error(user->lastError());
+    if (auto deleted = user->deleteCity(o.primaryKey); !deleted) throw std::runtime_error(deleted.error().message);
     printCity("Deleted", *city, o.json);
     if (!o.json && city->isSelectedCity()) std::cout << "No city is selected now; tarvo times --saved uses London.\n";
 }
@@ -153,10 +153,9 @@ std::shared_ptr<UserDatabase> openUserDatabase() {
     // The saved cities read the automatic-city preferences (a new London city, say), so the
     // host's defaults must answer from here on.
     registerHostDefaults();
-    std::string error;
-    auto user = UserDatabase::openDefault(error);
-    if (!user) throw UsageError("cannot use the user database: " + error);
-    return user;
+    auto user = UserDatabase::openDefault();
+    if (!user) throw UsageError("cannot use the user database: " + user.error().message);
+    return std::move(*user);
 }
 
 void registerCitiesCommand(CLI::App& app) {

@@ -36,10 +36,9 @@ void printJson(const ordered_json& value) {
 }
 
 std::shared_ptr<CityDirectory> openDirectory(const DirectoryOptions& o) {
-    std::string error;
-    auto directory = CityDirectory::open(o.directory, error);
-    if (!directory) throw UsageError("cannot use the city directory: " + error);
-    return directory;
+    auto directory = CityDirectory::open(o.directory);
+    if (!directory) throw UsageError("cannot use the city directory: " + directory.error().message);
+    return std::move(*directory);
 }
 
 // A look-up's answer is used only when the directory met no damage while giving it.

@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tarvo/platform/Date.h"
+#include "tarvo/platform/DateComponents.h"
 
 namespace tarvo {
 class Calendar;
@@ -128,13 +129,8 @@ struct CityFields {
 /// mirrored into the automatic-city preferences.
 std::shared_ptr<TarvoCity> cityFromFields(const CityFields& fields);
 
-/// "YYYY-MM-DD" as year, month and day, or a UsageError naming the option.
-struct CivilDate {
-    int year;
-    unsigned month;
-    unsigned day;
-};
-CivilDate parseDate(std::string_view text, std::string_view option);
+/// "YYYY-MM-DD" as year, month and day (the other fields 0), or a UsageError naming the option.
+DateComponents parseDate(std::string_view text, std::string_view option);
 
 /// "YYYY-MM-DDTHH:MM[:SS]" read as a wall-clock time in the device's zone (TZ), or a UsageError
 /// naming the option.
@@ -154,6 +150,9 @@ struct ClockTime {
 ClockTime clockTime(Date moment, const TimeZone& zone);
 /// An offset from UTC as ISO 8601 writes it: "+03:00", "-09:30".
 std::string offsetText(int64_t seconds);
+/// A moment as ISO 8601 writes it with the zone's offset: "2019-01-21T18:40:05-05:00", or
+/// without the seconds "2019-01-21T18:40-05:00" (the seconds are then dropped, not rounded).
+std::string isoText(Date moment, const TimeZone& zone, bool withSeconds);
 
 /// Stored text as the tool shows it in plain output: without control characters (a name
 /// holding an escape sequence could rewrite the terminal) or bidi overrides. JSON output

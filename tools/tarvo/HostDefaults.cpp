@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "Commands.h"
+#include "tarvo/cities/TarvoCity.h"
 #include "tarvo/platform/Bundle.h"
 #include "tarvo/platform/DateFormatter.h"
 #include "tarvo/platform/Locale.h"
@@ -13,8 +14,8 @@ namespace tarvo::cli {
 
 const nlohmann::json& hostDefaults() {
     static const nlohmann::json defaults = {
-        // A new automatic city takes its offset from its time zone (50 is the marker for that).
-        {"AutoCityGMT", 50.0},
+        // A new automatic city takes its offset from its time zone.
+        {"AutoCityGMT", TarvoCity::kGMTFromTimeZone},
         // The second time of the day is called Sunrise rather than Doha.
         {"UseSunrise", true},
     };

@@ -46,9 +46,9 @@ const char* sourceName(TarvoDAO::LocationSource source) {
 
 void run(const LocateOptions& o) {
     auto user = openUserDatabase();
-    std::string error;
-    auto directory = CityDirectory::open(o.directory, error);
-    if (!directory) throw UsageError("cannot use the city directory: " + error);
+    auto opened = CityDirectory::open(o.directory);
+    if (!opened) throw UsageError("cannot use the city directory: " + opened.error().message);
+    auto directory = std::move(*opened);
 
     // The automatic city (its preferences, London until a fix names it) with the new fix.
     auto city = TarvoCity::InitWithDefaults();

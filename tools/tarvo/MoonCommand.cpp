@@ -87,18 +87,15 @@ void run(const MoonOptions& o) {
     if (o.date.empty()) {
         day = Calendar(zone).components(Date::now());
     } else {
-        const CivilDate d = parseDate(o.date, "--date");
-        day.year = d.year;
-        day.month = d.month;
-        day.day = d.day;
+        day = parseDate(o.date, "--date");
     }
 
     MoonReport r;
     r.date = fmt::format("{:04}-{:02}-{:02}", day.year, day.month, day.day);
-    r.day = SunCalculator::moonRiseSetForDay(day.year, day.month, day.day, zone, o.latitude, o.longitude);
+    r.day = SunCalculator::moonRiseSetForDay(day.day, day.month, day.year, zone, o.latitude, o.longitude);
     SunCalculator calculator;
-    r.compatible = calculator.moonriseSetTextsForDay(day.year, day.month, day.day, zone, o.latitude, o.longitude);
-    r.phase = SunCalculator::moonPhaseForDay(day.year, day.month, day.day, zone);
+    r.compatible = calculator.moonriseSetTextsForDay(day.day, day.month, day.year, zone, o.latitude, o.longitude);
+    r.phase = SunCalculator::moonPhaseForDay(day.day, day.month, day.year, zone);
     r.distanceKm = calculator.output_moon_angles()[5];
     if (o.json) {
         printJson(r, zone);

@@ -89,7 +89,7 @@ void addClockOption(CLI::App& command, std::optional<int64_t>& clock) {
         ->check(CLI::IsMember({int64_t{12}, int64_t{24}}));
 }
 
-CivilDate parseDate(std::string_view text, std::string_view option) {
+DateComponents parseDate(std::string_view text, std::string_view option) {
     auto bad = [&]() {
         return UsageError(std::string(option) + ": '" + std::string(text) + "' is not a date of the form YYYY-MM-DD");
     };
@@ -105,7 +105,11 @@ CivilDate parseDate(std::string_view text, std::string_view option) {
     }
     const auto day = static_cast<unsigned>(std::stoi(std::string(text.substr(8, 2))));
     if (std::chrono::year_month_day{std::chrono::year(year), std::chrono::month(month), std::chrono::day(day)}.ok()) {
-        return {year, month, day};
+        DateComponents date;
+        date.year = year;
+        date.month = month;
+        date.day = day;
+        return date;
     }
     const auto length = static_cast<unsigned>((std::chrono::year(year) / std::chrono::month(month) / std::chrono::last).day());
     throw UsageError(fmt::format("{}: {} does not exist ({:04}-{:02} has {} days)", option, text, year, month, length));
@@ -128,16 +132,12 @@ Date parseMoment(std::string_view text, std::string_view option) {
     const int minute = std::stoi(std::string(text.substr(14, 2)));
     const int second = withSeconds ? std::stoi(std::string(text.substr(17, 2))) : 0;
     if (hour > 23 || minute > 59 || second > 59) throw bad();
-    CivilDate date{};
+    DateComponents c;
     try {
-        date = parseDate(text.substr(0, 10), option);
+        c = parseDate(text.substr(0, 10), option);
     } catch (const UsageError&) {
         throw bad();
     }
-    DateComponents c;
-    c.year = date.year;
-    c.month = date.month;
-    c.day = date.day;
     c.hour = hour;
     c.minute = minute;
     c.second = second;
@@ -147,7 +147,7 @@ Date parseMoment(std::string_view text, std::string_view option) {
 Date noonOf(const std::string& date, std::string_view option, const Calendar& calendar) {
     DateComponents noon = calendar.components(Date::now());
     if (!date.empty()) {
-        const CivilDate d = parseDate(date, option);
+        const DateComponents d = parseDate(date, option);
         noon.year = d.year;
         noon.month = d.month;
         noon.day = d.day;
@@ -166,8 +166,15 @@ ClockTime clockTime(Date moment, const TimeZone& zone) {
     const DateComponents c = Calendar(zone).components(minute);
     ClockTime t;
     t.clock = fmt::format("{:02}:{:02}", c.hour, c.minute);
-    t.iso = fmt::format("{:04}-{:02}-{:02}T{}{}", c.year, c.month, c.day, t.clock, offsetText(zone.secondsFromGMT(minute)));
+    t.iso = isoText(minute, zone, false);
     return t;
+}
+
+std::string isoText(Date moment, const TimeZone& zone, bool withSeconds) {
+    const DateComponents c = Calendar(zone).components(moment);
+    const std::string seconds = withSeconds ? fmt::format(":{:02}", c.second) : std::string();
+    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}{}{}", c.year, c.month, c.day, c.hour, c.minute, seconds,
+                       offsetText(zone.secondsFromGMT(moment)));
 }
 
 std::string offsetText(int64_t seconds) {

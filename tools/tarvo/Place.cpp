@@ -99,11 +99,7 @@ std::shared_ptr<TarvoCity> cityFromFields(const CityFields& f) {
     return city;
 }
 
-std::string Place::iso(Date moment) const {
-    const DateComponents c = Calendar(zone).components(moment);
-    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}{}", c.year, c.month, c.day, c.hour, c.minute, c.second,
-                       offsetText(zone.secondsFromGMT(moment)));
-}
+std::string Place::iso(Date moment) const { return isoText(moment, zone, true); }
 
 std::string Place::clock(Date moment) const {
     const DateComponents c = Calendar(zone).components(moment);

@@ -62,6 +62,9 @@ public:
     };
 
     // ---- Day numbers and angle helpers -------------------------------------------------
+    //
+    // Every operation that takes a calendar date takes it as day, month, year, the order of
+    // the Hijri and Gregorian date operations below.
 
     /// Modified Julian date (Julian day - 2400000.5) of a calendar date and UT hour; the
     /// Gregorian calendar from 1582 October 15, the Julian calendar before.
@@ -72,7 +75,7 @@ public:
     /// Days since 2000 January 0.0 UT (1999 December 31, 0h) by the integer formula of the
     /// orbital-elements method: 1 on 2000 January 1 at 0h. Valid from 1900 March 1 to 2100
     /// February 28, where it agrees with mjd() - 51543.
-    static double daynumber(int64_t year, int64_t month, int64_t day, double hour);
+    static double daynumber(int64_t day, int64_t month, int64_t year, double hour);
     /// The angle brought into [0, 360).
     static double range(double x);
     /// Integer part, toward zero.
@@ -90,7 +93,7 @@ public:
     /// The phase at local noon of a date, named for the whole day as calendars print it: the
     /// local day in which new moon, first quarter, full moon or last quarter falls carries that
     /// name, and only that day; the others are named by the quarter they lie in.
-    static MoonPhase moonPhaseForDay(int64_t year, int64_t month, int64_t day, const TimeZone& zone);
+    static MoonPhase moonPhaseForDay(int64_t day, int64_t month, int64_t year, const TimeZone& zone);
     /// "new", "waxing crescent", "first quarter", "waxing gibbous", "full", "waning gibbous",
     /// "last quarter" or "waning crescent": a principal phase while the elongation is within
     /// half a day's mean motion (6.1 degrees) of 0, 90, 180 or 270; empty for NaN.
@@ -132,7 +135,7 @@ public:
     /// "-" for a value that is not a number or beyond a million hours.
     std::string hrsmin(double hours) const;
     /// find_moonrise_set for a date in a zone, with the moon at local noon of the date.
-    std::vector<std::string> moonriseSetTextsForDay(int64_t year, int64_t month, int64_t day, const TimeZone& zone,
+    std::vector<std::string> moonriseSetTextsForDay(int64_t day, int64_t month, int64_t year, const TimeZone& zone,
                                                     double latitude, double longitude);
 
     // ---- Accurate moonrise and moonset ---------------------------------------------------
@@ -141,7 +144,7 @@ public:
     /// the standard refraction of 34', following the moon as it moves and seen from the site.
     static MoonDay moonRiseSet(Date from, Date to, double latitude, double longitude);
     /// moonRiseSet from local midnight to the next local midnight of the date in the zone.
-    static MoonDay moonRiseSetForDay(int64_t year, int64_t month, int64_t day, const TimeZone& zone, double latitude,
+    static MoonDay moonRiseSetForDay(int64_t day, int64_t month, int64_t year, const TimeZone& zone, double latitude,
                                      double longitude);
 
     // ---- Geostationary satellites ------------------------------------------------------------

@@ -32,9 +32,10 @@ public:
     std::array<double, 6> timingsForEpoch(double key) const;
 
     /// Replaces all rows with those of a CSV file (see TimetableCsvParser). An unreadable
-    /// or invalid file is rejected with a logged error, and the current rows stay.
-    bool replaceFromCsvFile(const std::string& path, std::string* error = nullptr);
-    bool replaceFromCsvText(std::string_view text, std::string* error = nullptr);
+    /// or invalid file is rejected with a logged error, which comes back, and the current
+    /// rows stay.
+    Result<void> replaceFromCsvFile(const std::string& path);
+    Result<void> replaceFromCsvText(std::string_view text);
 
     const std::string& name() const { return name_; }
     double firstKey() const { return firstKey_; }

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "tarvo/platform/Result.h"
+
 namespace tarvo {
 
 /// One day of an official timetable: the day's key (seconds from 1970-01-01 to 00:00 UTC
@@ -26,10 +28,8 @@ public:
     /// Rows must fall between the two day keys (inclusive).
     TimetableCsvParser(double firstKey, double lastKey);
 
-    /// The rows sorted by date, or nothing when a row is malformed; error() then says
-    /// which line and why.
-    std::optional<std::vector<TimetableRow>> parse(std::string_view text);
-    const std::string& error() const { return error_; }
+    /// The rows sorted by date, or an error saying which line is malformed and why.
+    Result<std::vector<TimetableRow>> parse(std::string_view text) const;
 
     /// Seconds from 1970-01-01 to 00:00 UTC of a "YYYY-MM-DD" date, or nothing when the
     /// text is not a real calendar date.
@@ -38,7 +38,6 @@ public:
 private:
     double firstKey_;
     double lastKey_;
-    std::string error_;
 };
 
 }  // namespace tarvo

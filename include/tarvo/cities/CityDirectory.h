@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tarvo/platform/Result.h"
 #include "tarvo/platform/SqliteDatabase.h"
 
 namespace tarvo {
@@ -42,14 +43,14 @@ public:
         std::string name;    ///< English name, as the directory's cities carry it
     };
 
-    /// The file the rule above chooses when the host names none; nothing when no candidate
-    /// exists (the places looked at are then in `error`).
-    static std::optional<std::filesystem::path> locate(std::string& error);
-    /// Opens the directory read-only: `path`, or the located file when `path` is empty.
-    /// Nothing, with `error` naming the file and saying why, when it is missing or is not a
-    /// city directory (its tables missing, or a view or trigger among them). Every statement
-    /// on the connection is stopped past kMaxSteps steps.
-    static std::shared_ptr<CityDirectory> open(const std::filesystem::path& path, std::string& error);
+    /// The file the rule above chooses when the host names none; an error listing the places
+    /// looked at when no candidate exists.
+    static Result<std::filesystem::path> locate();
+    /// Opens the directory read-only: `path`, or the located file when `path` is empty. An
+    /// error naming the file and saying why when it is missing or is not a city directory
+    /// (its tables missing, or a view or trigger among them). Every statement on the
+    /// connection is stopped past kMaxSteps steps.
+    static Result<std::shared_ptr<CityDirectory>> open(const std::filesystem::path& path);
 
     CityDirectory(const CityDirectory&) = delete;
     CityDirectory& operator=(const CityDirectory&) = delete;
@@ -81,8 +82,8 @@ private:
     static constexpr int kProgressInterval = 10'000;
 
     CityDirectory() = default;
-    /// Why the opened file cannot serve as a directory, or nothing.
-    std::optional<std::string> unusable();
+    /// Fails, saying why, when the opened file cannot serve as a directory.
+    Result<void> checkUsable();
     /// The progress handler: nonzero (stop) once the running statement is past kMaxSteps.
     static int tooMuchWork(void* self);
 

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
+
+#include "tarvo/platform/Result.h"
 
 namespace tarvo {
 
@@ -10,8 +11,8 @@ namespace tarvo {
 /// the cache know no place there (WebGeocoder first, OfflineGeocoder as the fall-back).
 ///
 /// reverseGeocode blocks until it has an answer (callers run it on a background queue) and
-/// may be called from several threads at once. It never throws: a failure is an answer with
-/// no places and an error text.
+/// may be called from several threads at once. It never throws: a failure is an answer
+/// holding the Error.
 class Geocoder {
 public:
     /// One named place, as the location update reads it.
@@ -22,15 +23,12 @@ public:
         std::string formattedAddress;  ///< the whole address on one line, for the log
     };
 
-    /// The places found, best first, and why there are none when that is an error. No
-    /// places and no error means the service answered and knows nothing there.
-    struct Result {
-        std::vector<Place> places;
-        std::optional<std::string> error;
-    };
+    /// The places found, best first (none when the service answered and knows nothing
+    /// there), or the Error saying why there is no answer.
+    using Places = Result<std::vector<Place>>;
 
     virtual ~Geocoder() = default;
-    virtual Result reverseGeocode(double latitude, double longitude) = 0;
+    virtual Places reverseGeocode(double latitude, double longitude) = 0;
 };
 
 }  // namespace tarvo

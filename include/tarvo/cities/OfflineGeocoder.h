@@ -22,7 +22,7 @@ public:
     /// geocoder's life (the static database handed to the location update).
     explicit OfflineGeocoder(SqliteDatabase* directoryDatabase);
 
-    Result reverseGeocode(double latitude, double longitude) override;
+    Places reverseGeocode(double latitude, double longitude) override;
 
 private:
     std::shared_ptr<CityDirectory> directory_;

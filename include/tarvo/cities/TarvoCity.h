@@ -220,6 +220,11 @@ private:
     template <typename T, typename Describe>
     bool setTracked(T& field, const T& value, Describe message, std::string_view mirrorKey = {}, T mirrorValue = T{},
                     bool stamp = true);
+    // Before a row is written: each missing name and the missing zone become the empty text,
+    // through the tracked setters. The saved-cities rows set the country before the city, the
+    // last-used row the city before the country; each keeps its order (and so its log lines).
+    enum class NameOrder { countryFirst, cityFirst };
+    void fillMissingTexts(NameOrder order);
 
     bool dirty_ = false;
     bool IsAutomaticGPSLocation_ = true;

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tarvo/platform/Result.h"
 #include "tarvo/platform/SqliteDatabase.h"
 
 namespace tarvo {
@@ -26,8 +27,8 @@ class TarvoCity;
 ///
 /// The saved-cities operations leave the other rows' selection marks as they were after a
 /// city is saved; addCity() and selectCity() are the host's way to keep exactly one city
-/// selected. The host operations below tell a failure from an empty answer: they answer
-/// false or nothing, with nothing changed and lastError() saying why.
+/// selected. The host operations below tell a failure from an empty answer: a failure is an
+/// Error saying why, with nothing changed.
 class UserDatabase {
 public:
     /// The layout the upgrades lead to.
@@ -37,11 +38,11 @@ public:
 
     /// `kFileName` in UserDefaults::dataDirectory().
     static std::filesystem::path defaultPath();
-    /// Opens (creating when missing) and upgrades the database at `path`. Nothing, with
-    /// `error` saying why, when the file cannot be used.
-    static std::shared_ptr<UserDatabase> open(const std::filesystem::path& path, std::string& error);
-    /// open(defaultPath(), error).
-    static std::shared_ptr<UserDatabase> openDefault(std::string& error);
+    /// Opens (creating when missing) and upgrades the database at `path`; an error saying why
+    /// when the file cannot be used.
+    static Result<std::shared_ptr<UserDatabase>> open(const std::filesystem::path& path);
+    /// open(defaultPath()).
+    static Result<std::shared_ptr<UserDatabase>> openDefault();
 
     UserDatabase(const UserDatabase&) = delete;
     UserDatabase& operator=(const UserDatabase&) = delete;
@@ -54,29 +55,27 @@ public:
 
     /// Whether a saved city has this primary key.
     bool containsCity(int64_t primaryKey);
-    /// Every saved city in primary-key order; nothing when the table could not be read
+    /// Every saved city in primary-key order; an error when the table could not be read
     /// (locked by another process past the busy time-out, damaged).
-    std::optional<std::vector<std::shared_ptr<TarvoCity>>> savedCities();
+    Result<std::vector<std::shared_ptr<TarvoCity>>> savedCities();
     /// Saves the city and makes it the only selected row, in one transaction: the city with
-    /// its primary key, or nothing with nothing changed. Its custom-method angles, when it
+    /// its primary key, or an error with nothing changed. Its custom-method angles, when it
     /// has chosen some (above 0), are written in the same transaction: saving a city writes
     /// none, and the app never edits a saved row.
-    std::shared_ptr<TarvoCity> addCity(const std::shared_ptr<TarvoCity>& city);
-    /// Makes the city with this primary key the only selected row. False, with nothing
+    Result<std::shared_ptr<TarvoCity>> addCity(const std::shared_ptr<TarvoCity>& city);
+    /// Makes the city with this primary key the only selected row. An error, with nothing
     /// changed, when there is no such city or the database cannot be written.
-    bool selectCity(int64_t primaryKey);
-    /// Deletes the saved city with this primary key. False, with nothing changed, when no
+    Result<void> selectCity(int64_t primaryKey);
+    /// Deletes the saved city with this primary key. An error, with nothing changed, when no
     /// row was deleted.
-    bool deleteCity(int64_t primaryKey);
-    /// Why the last of the operations above failed.
-    const std::string& lastError() const { return lastError_; }
+    Result<void> deleteCity(int64_t primaryKey);
     /// The places of the reverse-geocode cache, oldest first (name, country, position and
     /// zone; a zone means GMT 50).
     std::vector<std::shared_ptr<TarvoCity>> cachedCities();
 
 private:
     UserDatabase() = default;
-    bool upgrade(std::string& error);
+    Result<void> upgrade();
     /// The layout of a file that never recorded one, recognised from its tables and columns.
     int64_t recognisedVersion() const;
     bool hasTable(std::string_view table) const;
@@ -84,18 +83,17 @@ private:
     bool layoutReached(int64_t version) const;
     /// True for a database with tables of its own and no saved-cities table.
     bool isForeign() const;
-    /// Runs `change` in one write transaction, committed when it answers true and rolled
-    /// back otherwise (false, with lastError() saying why).
+    /// Runs `change` in one write transaction, committed when it succeeds and rolled back
+    /// otherwise (its error, or the transaction's own).
     template <typename Change>
-    bool inTransaction(const std::string& what, Change&& change);
-    /// Logs and keeps the failure; false.
-    bool fail(const std::string& what);
+    Result<void> inTransaction(const std::string& what, Change&& change);
+    /// The failure of `what`, with the connection's reason when it has one; logged.
+    Error fail(const std::string& what);
     /// The selection update of selectCity() and addCity(), inside their transaction.
-    bool markSelected(int64_t primaryKey);
-    bool storeCustomAngles(int64_t primaryKey, double fajrAngle, double ishaAngle);
+    Result<void> markSelected(int64_t primaryKey);
+    Result<void> storeCustomAngles(int64_t primaryKey, double fajrAngle, double ishaAngle);
 
     SqliteDatabase database_;
-    std::string lastError_;
 };
 
 }  // namespace tarvo

@@ -43,12 +43,12 @@ public:
     /// Shorter time-outs, for a host on a slow link or for tests.
     void setTimeouts(std::chrono::milliseconds connect, std::chrono::milliseconds request);
 
-    Result reverseGeocode(double latitude, double longitude) override;
+    Places reverseGeocode(double latitude, double longitude) override;
 
     /// Reads a service's answer body (the JSON of a `/reverse?format=jsonv2` request): one
     /// place, no place (an empty body, null, or an "error" member), or an error for anything
     /// else (invalid JSON or UTF-8, nesting deeper than 32, members of the wrong kind).
-    static Result parseAnswer(std::string_view body);
+    static Places parseAnswer(std::string_view body);
 
 private:
     std::optional<std::string> fixedBaseURL_;

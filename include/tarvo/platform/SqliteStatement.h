@@ -65,6 +65,8 @@ public:
     double columnDouble(int column) const;
     /// The text (empty for NULL).
     std::string columnText(int column) const;
+    /// The text, or `fallback` for NULL (an empty text stays empty).
+    std::string columnTextOr(int column, std::string_view fallback) const;
     /// The bytes (empty for NULL).
     std::vector<uint8_t> columnBlob(int column) const;
 

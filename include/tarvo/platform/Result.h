@@ -1,8 +1,10 @@
 #pragma once
 
-// How a failure travels inside the library: a Result holds either the value or an Error
-// saying why there is none. The public operations turn an Error into their documented
-// answer (nil, -1, a default) at the point that decides it, and log it there.
+// How a failure travels: a Result holds either the value or an Error saying why there is
+// none. The host operations that can fail (opening the city directory or the user database,
+// saving a city, reading a timetable, asking a geocoder) answer one; the operations whose
+// documented answer is nil, -1 or a default turn the Error into that answer at the point
+// that decides it, and log it there.
 #include <string>
 #include <type_traits>
 #include <utility>
