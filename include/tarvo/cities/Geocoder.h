@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// Names a position: the reverse geocoders the location update asks when the directory and
@@ -12,7 +14,7 @@ namespace tarvo {
 /// reverseGeocode blocks until it has an answer (callers run it on a background queue) and
 /// may be called from several threads at once. It never throws: a failure is an answer with
 /// no places and an error text.
-class Geocoder {
+class TARVO_EXPORT Geocoder {
 public:
     /// One named place, as the location update reads it.
     struct Place {

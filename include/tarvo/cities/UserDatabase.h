@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tarvo/Export.h"
 #include "tarvo/platform/SqliteDatabase.h"
 
 namespace tarvo {
@@ -28,7 +29,7 @@ class TarvoCity;
 /// city is saved; addCity() and selectCity() are the host's way to keep exactly one city
 /// selected. The host operations below tell a failure from an empty answer: they answer
 /// false or nothing, with nothing changed and lastError() saying why.
-class UserDatabase {
+class TARVO_EXPORT UserDatabase {
 public:
     /// The layout the upgrades lead to.
     static constexpr int64_t kSchemaVersion = 3;
