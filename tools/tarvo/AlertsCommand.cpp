@@ -10,6 +10,9 @@
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "HostDefaults.h"
+#include "PreferenceChanges.h"
+#include "UsageError.h"
 #include "tarvo/prayers/Prayer.h"
 
 namespace tarvo::cli {

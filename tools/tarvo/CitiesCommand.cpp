@@ -6,7 +6,12 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "CityJson.h"
 #include "Commands.h"
+#include "OpenUserDatabase.h"
+#include "Options.h"
+#include "Output.h"
+#include "Place.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
@@ -29,8 +34,6 @@ struct CitiesOptions {
     int64_t primaryKey = 0;
     bool json = false;
 };
-
-ordered_json optionalText(const std::optional<std::string>& text) { return text ? ordered_json(*text) : nullptr; }
 
 std::string methodName(int64_t method) {
     return method == 0 ? "Automatic" : PrayerCalculator::getPrayerMethodNameFromNumber(method);
@@ -128,36 +131,6 @@ void remove(const CitiesOptions& o) {
 }
 
 }  // namespace
-
-ordered_json cityJson(const TarvoCity& city) {
-    ordered_json j;
-    j["primaryKey"] = city.primaryKey();
-    j["cityName"] = optionalText(city.cityName());
-    j["countryName"] = optionalText(city.countryName());
-    j["stateName"] = optionalText(city.stateName());
-    j["latitude"] = city.latitude();
-    j["longitude"] = city.longitude();
-    j["TimeZone"] = optionalText(city.TimeZone());
-    j["GMT"] = city.GMT();
-    j["DSTPreference"] = city.DSTPreference();
-    j["prayerMethod"] = city.prayerMethod();
-    j["asrMethod"] = city.asrMethod();
-    j["adjustHighLatitude"] = city.adjustHighLatitude();
-    j["customFajrAngle"] = city.customFajrAngle();  // 0: not chosen (the custom method's 18)
-    j["customIshaAngle"] = city.customIshaAngle();  // 0: not chosen (17)
-    j["isSelectedCity"] = city.isSelectedCity();
-    return j;
-}
-
-std::shared_ptr<UserDatabase> openUserDatabase() {
-    // The saved cities read the automatic-city preferences (a new London city, say), so the
-    // host's defaults must answer from here on.
-    registerHostDefaults();
-    std::string error;
-    auto user = UserDatabase::openDefault(error);
-    if (!user) throw UsageError("cannot use the user database: " + error);
-    return user;
-}
 
 void registerCitiesCommand(CLI::App& app) {
     auto options = std::make_shared<CitiesOptions>();

@@ -11,6 +11,10 @@
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "HostDefaults.h"
+#include "Output.h"
+#include "PreferenceChanges.h"
+#include "UsageError.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
 #include "tarvo/platform/UserDefaults.h"
@@ -27,8 +31,6 @@ struct ConfigOptions {
     std::optional<std::string> type;
     bool json = false;
 };
-
-std::string dumpJson(const json& value);
 
 // Every preference the library reads, with its type, range and meaning.
 const std::vector<SettingDescription>& knownSettings() {
@@ -79,9 +81,6 @@ std::shared_ptr<UserDefaults> store() {
     registerHostDefaults();
     return UserDefaults::sharedUserDefaultsObj();
 }
-
-// Text that may hold bytes that are not UTF-8 is still printed, with replacement characters.
-std::string dumpJson(const json& value) { return value.dump(-1, ' ', false, json::error_handler_t::replace); }
 
 // Text as it is, data as its size and bytes in hex, everything else as JSON.
 std::string toText(const json& value) {

@@ -8,7 +8,10 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "CityJson.h"
 #include "Commands.h"
+#include "Options.h"
+#include "Output.h"
 #include "Place.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/facade/TarvoDAO.h"

@@ -8,6 +8,8 @@
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "Options.h"
+#include "Output.h"
 #include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/platform/TimeZone.h"
 

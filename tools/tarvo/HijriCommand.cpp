@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "Options.h"
 #include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/platform/Calendar.h"

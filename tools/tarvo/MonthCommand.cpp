@@ -9,7 +9,10 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "CityJson.h"
 #include "Commands.h"
+#include "Options.h"
+#include "Output.h"
 #include "Place.h"
 #include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/cities/TarvoCity.h"

@@ -8,6 +8,8 @@
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "Options.h"
+#include "Output.h"
 #include "Place.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/facade/TarvoDAO.h"

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "Options.h"
 #include "tarvo/astronomy/QiblaCalculator.h"
 
 namespace tarvo::cli {

@@ -6,7 +6,10 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "CityJson.h"
 #include "Commands.h"
+#include "Options.h"
+#include "Output.h"
 #include "Place.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/cities/CityCalculatorSetup.h"
