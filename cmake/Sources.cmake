@@ -88,6 +88,7 @@ set(TARVO_TOOL_SOURCES
   tools/tarvo/AlertsCommand.cpp
   tools/tarvo/CitiesCommand.cpp
   tools/tarvo/CitiesDirectoryCommand.cpp
+  tools/tarvo/CityJson.cpp
   tools/tarvo/ConfigCommand.cpp
   tools/tarvo/DayCommand.cpp
   tools/tarvo/DishCommand.cpp
@@ -99,8 +100,11 @@ set(TARVO_TOOL_SOURCES
   tools/tarvo/MonthCommand.cpp
   tools/tarvo/MoonCommand.cpp
   tools/tarvo/NowCommand.cpp
+  tools/tarvo/OpenUserDatabase.cpp
   tools/tarvo/Options.cpp
+  tools/tarvo/Output.cpp
   tools/tarvo/Place.cpp
+  tools/tarvo/PreferenceChanges.cpp
   tools/tarvo/QiblaCommand.cpp
   tools/tarvo/SkyCommand.cpp
   tools/tarvo/TimesCommand.cpp

@@ -1,15 +1,20 @@
 // tarvo alerts: the per-prayer alert settings in the shared preferences, and the sound file
 // each prayer would play.
 #include <filesystem>
-#include <iostream>
 #include <memory>
 #include <optional>
+#include <ostream>
 #include <string>
+#include <vector>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "HostDefaults.h"
+#include "Output.h"
+#include "PreferenceChanges.h"
+#include "UsageError.h"
 #include "tarvo/prayers/Prayer.h"
 
 namespace tarvo::cli {
@@ -37,53 +42,95 @@ int64_t parsePrayer(const std::string& text) {
                      "Maghrib, Isha or Qiyam");
 }
 
-ordered_json alertJson(const Prayer& prayer, const std::string& folder) {
+// One prayer's alert settings and the sound file it would play.
+struct Alert {
+    int64_t type = 0;
+    std::string name;
+    bool soundOn = false;
+    bool soundOnIgnoringGlobal = false;
+    bool vibrateOnly = false;
+    int64_t sound = 0;
+    std::string soundName;
+    std::optional<std::string> file;
     bool builtIn = false;
-    const auto path = prayer.pathToAlertFile(&builtIn);
+    std::optional<std::string> missingFile;  ///< a built-in sound whose recording is not installed
+    bool preAlert = false;
+    std::string alertID;
+};
+
+struct AlertList {
+    bool soundAlertsDisabled = false;
+    std::vector<Alert> alerts;
+};
+
+Alert alertOf(const Prayer& prayer, const std::string& folder) {
+    Alert a;
+    const auto path = prayer.pathToAlertFile(&a.builtIn);
     const auto resource = prayer.builtInAlertResource();
-    ordered_json j;
-    j["type"] = prayer.Type();
-    j["name"] = prayer.PrayerName();
-    j["soundOn"] = prayer.isSoundAlertEnabledCheckGlobalSetting(true);
-    j["soundOnIgnoringGlobal"] = prayer.isSoundAlertEnabledCheckGlobalSetting(false);
-    j["vibrateOnly"] = prayer.isVibrateAlertEnabled();
-    j["sound"] = prayer.builtInAlertType();
-    j["soundName"] = prayer.getNameForCurrentPrayerSelection();
-    j["file"] = path ? ordered_json(*path) : ordered_json(nullptr);
-    j["builtIn"] = builtIn;
+    a.type = prayer.Type();
+    a.name = prayer.PrayerName();
+    a.soundOn = prayer.isSoundAlertEnabledCheckGlobalSetting(true);
+    a.soundOnIgnoringGlobal = prayer.isSoundAlertEnabledCheckGlobalSetting(false);
+    a.vibrateOnly = prayer.isVibrateAlertEnabled();
+    a.sound = prayer.builtInAlertType();
+    a.soundName = prayer.getNameForCurrentPrayerSelection();
+    a.file = path;
     // A built-in sound whose recording is not installed: which file is missing, and where.
-    j["missingFile"] = resource && !path ? ordered_json(fmt::format("{}/{}.mp3", folder, *resource)) : ordered_json(nullptr);
-    j["preAlert"] = prayer.canPlayPrealert();
-    j["alertID"] = prayer.alertID();
-    return j;
+    if (resource && !path) a.missingFile = fmt::format("{}/{}.mp3", folder, *resource);
+    a.preAlert = prayer.canPlayPrealert();
+    a.alertID = prayer.alertID();
+    return a;
 }
 
-void list(bool json) {
+AlertList alertList() {
     const std::string folder = registerHostResources();
     registerHostDefaults();  // prayer names read UseSunrise
+    AlertList list;
+    for (int64_t type = 0; type < kTypes; ++type) list.alerts.push_back(alertOf(Prayer(type), folder));
+    list.soundAlertsDisabled = Prayer::soundAlertsDisabled();
+    return list;
+}
+
+ordered_json optionalText(const std::optional<std::string>& text) {
+    return text ? ordered_json(*text) : ordered_json(nullptr);
+}
+
+std::string jsonText(const AlertList& list) {
     ordered_json all = ordered_json::array();
-    for (int64_t type = 0; type < kTypes; ++type) all.push_back(alertJson(Prayer(type), folder));
-    if (json) {
-        const ordered_json out{{"soundAlertsDisabled", Prayer::soundAlertsDisabled()}, {"alerts", all}};
-        std::cout << out.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
-        return;
+    for (const Alert& a : list.alerts) {
+        ordered_json j;
+        j["type"] = a.type;
+        j["name"] = a.name;
+        j["soundOn"] = a.soundOn;
+        j["soundOnIgnoringGlobal"] = a.soundOnIgnoringGlobal;
+        j["vibrateOnly"] = a.vibrateOnly;
+        j["sound"] = a.sound;
+        j["soundName"] = a.soundName;
+        j["file"] = optionalText(a.file);
+        j["builtIn"] = a.builtIn;
+        j["missingFile"] = optionalText(a.missingFile);
+        j["preAlert"] = a.preAlert;
+        j["alertID"] = a.alertID;
+        all.push_back(j);
     }
-    std::cout << "All sounds " << (Prayer::soundAlertsDisabled() ? "off (SoundAlertsDisabled)" : "allowed") << "\n";
-    for (const auto& a : all) {
-        std::string state = a["soundOn"].get<bool>() ? "sound on"
-                            : a["soundOnIgnoringGlobal"].get<bool>() ? "sound on, all sounds off"
-                            : a["vibrateOnly"].get<bool>() ? "vibrate only"
-                                                           : "off";
+    return dumpJson(ordered_json{{"soundAlertsDisabled", list.soundAlertsDisabled}, {"alerts", all}});
+}
+
+void writeText(std::ostream& out, const AlertList& list) {
+    out << "All sounds " << (list.soundAlertsDisabled ? "off (SoundAlertsDisabled)" : "allowed") << "\n";
+    for (const Alert& a : list.alerts) {
+        const std::string state = a.soundOn                 ? "sound on"
+                                  : a.soundOnIgnoringGlobal ? "sound on, all sounds off"
+                                  : a.vibrateOnly           ? "vibrate only"
+                                                            : "off";
         std::string file = "no file";
-        if (!a["file"].is_null()) {
-            file = a["file"].get<std::string>() + (a["builtIn"].get<bool>() ? "" : " (picked)");
-        } else if (!a["missingFile"].is_null()) {
-            file = "missing " + a["missingFile"].get<std::string>();
+        if (a.file) {
+            file = *a.file + (a.builtIn ? "" : " (picked)");
+        } else if (a.missingFile) {
+            file = "missing " + *a.missingFile;
         }
-        std::cout << fmt::format("{} {:<8} {:<26} sound {:>3} {:<18} pre-alert {:<3}  {}  [{}]\n", a["type"].get<int64_t>(),
-                                 a["name"].get<std::string>(), state, a["sound"].get<int64_t>(),
-                                 "\"" + a["soundName"].get<std::string>() + "\"", a["preAlert"].get<bool>() ? "on" : "off",
-                                 file, a["alertID"].get<std::string>());
+        out << fmt::format("{} {:<8} {:<26} sound {:>3} {:<18} pre-alert {:<3}  {}  [{}]\n", a.type, a.name, state,
+                           a.sound, "\"" + a.soundName + "\"", a.preAlert ? "on" : "off", file, a.alertID);
     }
 }
 
@@ -120,7 +167,7 @@ void set(const SetOptions& o) {
     if (o.vibrate) prayer.turnVibrateAlertON();
     if (o.prealert) prayer.setCanPlayPrealert(*o.prealert == "on");
     changes.save();
-    list(false);
+    render(alertList(), false);
 }
 
 }  // namespace
@@ -134,7 +181,7 @@ void registerAlertsCommand(CLI::App& app) {
                 "5 Alarm Beep, 6 Short Beep, 7 Telmari Fajr Azan, 8 Knock Knock, 9 UAE, 10 Telmari Azan 2, 100 the "
                 "picked file. A call to prayer at Sunrise or Qiyam plays Knock Knock.");
     cmd->callback([cmd, json] {
-        if (cmd->get_subcommands().empty()) list(*json);
+        if (cmd->get_subcommands().empty()) render(alertList(), *json);
     });
 
     auto options = std::make_shared<SetOptions>();
@@ -154,7 +201,7 @@ void registerAlertsCommand(CLI::App& app) {
         PreferenceChanges changes;
         Prayer::setSoundAlertsDisabled(disabled);
         changes.save();
-        list(false);
+        render(alertList(), false);
     };
     cmd->add_subcommand("all-off", "Switch every prayer's sound off at once (SoundAlertsDisabled)")->callback([setAll] {
         setAll(true);

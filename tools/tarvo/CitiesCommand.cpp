@@ -1,12 +1,19 @@
 // tarvo cities: the user's saved cities (list, add, select, delete).
-#include <iostream>
 #include <memory>
+#include <optional>
+#include <ostream>
 #include <stdexcept>
+#include <vector>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "CityJson.h"
 #include "Commands.h"
+#include "OpenUserDatabase.h"
+#include "Options.h"
+#include "Output.h"
+#include "Place.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
@@ -30,8 +37,6 @@ struct CitiesOptions {
     bool json = false;
 };
 
-ordered_json optionalText(const std::optional<std::string>& text) { return text ? ordered_json(*text) : nullptr; }
-
 std::string methodName(int64_t method) {
     return method == 0 ? "Automatic" : PrayerCalculator::getPrayerMethodNameFromNumber(method);
 }
@@ -40,37 +45,49 @@ std::string highLatitudeName(int64_t rule) {
     return rule == 0 ? "Automatic" : PrayerCalculator::getAdjustHighLatNameFromNumber(rule);
 }
 
-void printCities(const std::vector<std::shared_ptr<TarvoCity>>& cities, bool json) {
-    if (json) {
-        ordered_json list = ordered_json::array();
-        for (const auto& city : cities) list.push_back(cityJson(*city));
-        std::cout << list.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
-        return;
-    }
-    if (cities.empty()) {
-        std::cout << "No saved cities.\n";
-        return;
-    }
-    std::cout << fmt::format("  {:>4}  {:<24} {:<18} {:<24} {:<20} {:<28} {:<9} {}\n", "PK", "City", "Country",
-                             "Position", "Time zone", "Method", "Asr", "High latitudes");
-    for (const auto& city : cities) {
-        std::string name = printable(city->cityName().value_or(""));
-        if (city->stateName() && !city->stateName()->empty()) name += " (" + printable(*city->stateName()) + ")";
-        std::cout << fmt::format("{} {:>4}  {:<24} {:<18} {:<24} {:<20} {:<28} {:<9} {}\n",
-                                 city->isSelectedCity() ? '*' : ' ', city->primaryKey(), name,
-                                 printable(city->countryName().value_or("")), city->getLatLongString(),
-                                 printable(city->TimeZone().value_or("")), methodName(city->prayerMethod()),
-                                 asrName(city->asrMethod()), highLatitudeName(city->adjustHighLatitude()));
-    }
-    std::cout << "\n* the selected city (used by tarvo times --saved)\n";
+// The saved cities, as listed.
+struct SavedCities {
+    std::vector<std::shared_ptr<TarvoCity>> cities;
+};
+
+std::string jsonText(const SavedCities& saved) {
+    ordered_json list = ordered_json::array();
+    for (const auto& city : saved.cities) list.push_back(cityJson(*city));
+    return dumpJson(list);
 }
 
-void printCity(const std::string& what, const TarvoCity& city, bool json) {
-    if (json) {
-        std::cout << cityJson(city).dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
-    } else {
-        std::cout << what << " " << printable(city.description()) << " (city " << city.primaryKey() << ")\n";
+void writeText(std::ostream& out, const SavedCities& saved) {
+    if (saved.cities.empty()) {
+        out << "No saved cities.\n";
+        return;
     }
+    out << fmt::format("  {:>4}  {:<24} {:<18} {:<24} {:<20} {:<28} {:<9} {}\n", "PK", "City", "Country", "Position",
+                       "Time zone", "Method", "Asr", "High latitudes");
+    for (const auto& city : saved.cities) {
+        std::string name = printable(city->cityName().value_or(""));
+        if (city->stateName() && !city->stateName()->empty()) name += " (" + printable(*city->stateName()) + ")";
+        out << fmt::format("{} {:>4}  {:<24} {:<18} {:<24} {:<20} {:<28} {:<9} {}\n",
+                           city->isSelectedCity() ? '*' : ' ', city->primaryKey(), name,
+                           printable(city->countryName().value_or("")), city->getLatLongString(),
+                           printable(city->TimeZone().value_or("")), methodName(city->prayerMethod()),
+                           asrName(city->asrMethod()), highLatitudeName(city->adjustHighLatitude()));
+    }
+    out << "\n* the selected city (used by tarvo times --saved)\n";
+}
+
+// A saved city a command changed: what was done to it, and what that leaves.
+struct CityChange {
+    std::string what;
+    std::shared_ptr<TarvoCity> city;
+    std::string note;  ///< a line of text output after the city, if any
+};
+
+std::string jsonText(const CityChange& change) { return dumpJson(cityJson(*change.city)); }
+
+void writeText(std::ostream& out, const CityChange& change) {
+    out << change.what << " " << printable(change.city->description()) << " (city " << change.city->primaryKey()
+        << ")\n"
+        << change.note;
 }
 
 // The saved cities, or a failure when they cannot be read: an empty list is never shown
@@ -81,12 +98,12 @@ std::vector<std::shared_ptr<TarvoCity>> savedCities(UserDatabase& user) {
     return std::move(*cities);
 }
 
-void list(const CitiesOptions& o) {
+SavedCities list() {
     auto user = openUserDatabase();
-    printCities(savedCities(*user), o.json);
+    return {savedCities(*user)};
 }
 
-void add(const CitiesOptions& o) {
+CityChange add(const CitiesOptions& o) {
     if (o.name.empty()) throw UsageError("--name must not be empty");
     if (o.country.empty()) throw UsageError("--country must not be empty");
     if (!TimeZone::withName(o.timeZone)) throw UsageError("--tz: unknown time zone '" + o.timeZone + "'");
@@ -98,7 +115,7 @@ void add(const CitiesOptions& o) {
     // Saved and selected together, or not at all.
     auto saved = user->addCity(city);
     if (!saved) throw std::runtime_error(saved.error().message);
-    printCity("Saved and selected", **saved, o.json);
+    return {"Saved and selected", *saved, ""};
 }
 
 // The saved city with this key, or a usage error; nothing is changed either way.
@@ -109,54 +126,25 @@ std::shared_ptr<TarvoCity> existingCity(UserDatabase& user, int64_t primaryKey) 
     throw UsageError(fmt::format("no saved city has the primary key {} (see tarvo cities saved)", primaryKey));
 }
 
-void select(const CitiesOptions& o) {
+CityChange select(const CitiesOptions& o) {
     auto user = openUserDatabase();
     auto city = existingCity(*user, o.primaryKey);
     if (auto selected = user->selectCity(o.primaryKey); !selected) throw std::runtime_error(selected.error().message);
     city->setIsLoadingFromDB(true);
     city->setIsSelectedCity(true);
     city->setIsLoadingFromDB(false);
-    printCity("Selected", *city, o.json);
+    return {"Selected", city, ""};
 }
 
-void remove(const CitiesOptions& o) {
+CityChange remove(const CitiesOptions& o) {
     auto user = openUserDatabase();
     auto city = existingCity(*user, o.primaryKey);
     if (auto deleted = user->deleteCity(o.primaryKey); !deleted) throw std::runtime_error(deleted.error().message);
-    printCity("Deleted", *city, o.json);
-    if (!o.json && city->isSelectedCity()) std::cout << "No city is selected now; tarvo times --saved uses London.\n";
+    return {"Deleted", city,
+            city->isSelectedCity() ? "No city is selected now; tarvo times --saved uses London.\n" : ""};
 }
 
 }  // namespace
-
-ordered_json cityJson(const TarvoCity& city) {
-    ordered_json j;
-    j["primaryKey"] = city.primaryKey();
-    j["cityName"] = optionalText(city.cityName());
-    j["countryName"] = optionalText(city.countryName());
-    j["stateName"] = optionalText(city.stateName());
-    j["latitude"] = city.latitude();
-    j["longitude"] = city.longitude();
-    j["TimeZone"] = optionalText(city.TimeZone());
-    j["GMT"] = city.GMT();
-    j["DSTPreference"] = city.DSTPreference();
-    j["prayerMethod"] = city.prayerMethod();
-    j["asrMethod"] = city.asrMethod();
-    j["adjustHighLatitude"] = city.adjustHighLatitude();
-    j["customFajrAngle"] = city.customFajrAngle();  // 0: not chosen (the custom method's 18)
-    j["customIshaAngle"] = city.customIshaAngle();  // 0: not chosen (17)
-    j["isSelectedCity"] = city.isSelectedCity();
-    return j;
-}
-
-std::shared_ptr<UserDatabase> openUserDatabase() {
-    // The saved cities read the automatic-city preferences (a new London city, say), so the
-    // host's defaults must answer from here on.
-    registerHostDefaults();
-    auto user = UserDatabase::openDefault();
-    if (!user) throw UsageError("cannot use the user database: " + user.error().message);
-    return std::move(*user);
-}
 
 void registerCitiesCommand(CLI::App& app) {
     auto options = std::make_shared<CitiesOptions>();
@@ -172,7 +160,7 @@ void registerCitiesCommand(CLI::App& app) {
 
     CLI::App* saved = cities->add_subcommand("saved", "List the saved cities (* marks the selected one)");
     saved->add_flag("--json", options->json, "Print a JSON list of city objects");
-    saved->callback([options] { list(*options); });
+    saved->callback([options] { render(list(), options->json); });
 
     CLI::App* addCommand = cities->add_subcommand("add", "Save a city and make it the selected one");
     addCommand->add_option("--name", options->name, "City name")->required();
@@ -185,19 +173,19 @@ void registerCitiesCommand(CLI::App& app) {
     addCalculationOptions(*addCommand, options->calculation,
                           "Fixed offset from GMT in hours (default: the time zone's offset, stored as 50)");
     addCommand->add_flag("--json", options->json, "Print the saved city as a JSON object");
-    addCommand->callback([options] { add(*options); });
+    addCommand->callback([options] { render(add(*options), options->json); });
 
     CLI::App* selectCommand = cities->add_subcommand("select", "Make a saved city the selected one");
     selectCommand->add_option("pk", options->primaryKey, "Primary key of the city (see tarvo cities saved)")
         ->required();
     selectCommand->add_flag("--json", options->json, "Print the selected city as a JSON object");
-    selectCommand->callback([options] { select(*options); });
+    selectCommand->callback([options] { render(select(*options), options->json); });
 
     CLI::App* deleteCommand = cities->add_subcommand("delete", "Delete a saved city");
     deleteCommand->add_option("pk", options->primaryKey, "Primary key of the city (see tarvo cities saved)")
         ->required();
     deleteCommand->add_flag("--json", options->json, "Print the deleted city as a JSON object");
-    deleteCommand->callback([options] { remove(*options); });
+    deleteCommand->callback([options] { render(remove(*options), options->json); });
 
     registerCitiesDirectoryCommands(*cities);
 }

@@ -1,13 +1,18 @@
 // tarvo cities search|countries|country|nearest|cache|last-used: the city directory, the
 // reverse-geocode cache and the last used city.
-#include <iostream>
 #include <memory>
+#include <ostream>
 #include <stdexcept>
+#include <vector>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "CityJson.h"
 #include "Commands.h"
+#include "OpenUserDatabase.h"
+#include "Options.h"
+#include "Output.h"
 #include "tarvo/astronomy/QiblaCalculator.h"
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/TarvoCity.h"
@@ -31,10 +36,6 @@ struct DirectoryOptions {
     bool json = false;
 };
 
-void printJson(const ordered_json& value) {
-    std::cout << value.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
-}
-
 std::shared_ptr<CityDirectory> openDirectory(const DirectoryOptions& o) {
     auto directory = CityDirectory::open(o.directory);
     if (!directory) throw UsageError("cannot use the city directory: " + directory.error().message);
@@ -46,119 +47,164 @@ void checkIntact(CityDirectory& directory) {
     if (auto why = directory.damage()) throw UsageError("cannot use the city directory: " + *why);
 }
 
-void printPlaces(const Cities& cities, bool json, const std::string& none) {
-    if (json) {
-        ordered_json list = ordered_json::array();
-        for (const auto& city : cities) list.push_back(cityJson(*city));
-        printJson(list);
+// A list of places, with the text shown around it.
+struct Places {
+    Cities cities;
+    std::string heading;  ///< a line before the table, if any
+    std::string none;     ///< the line shown for an empty list, if any
+    std::string footer;   ///< a line after the table, if any
+    std::string failure;  ///< why the command fails after showing the list, if it does
+};
+
+std::string jsonText(const Places& places) {
+    ordered_json list = ordered_json::array();
+    for (const auto& city : places.cities) list.push_back(cityJson(*city));
+    return dumpJson(list);
+}
+
+void writeText(std::ostream& out, const Places& places) {
+    out << places.heading;
+    if (places.cities.empty()) {
+        if (!places.none.empty()) out << places.none << "\n";
         return;
     }
-    if (cities.empty()) {
-        std::cout << none << "\n";
-        return;
-    }
-    std::cout << fmt::format("{:<32} {:<24} {:<24} {}\n", "City", "Country", "Position", "Time zone");
-    for (const auto& city : cities) {
+    out << fmt::format("{:<32} {:<24} {:<24} {}\n", "City", "Country", "Position", "Time zone");
+    for (const auto& city : places.cities) {
         std::string name = printable(city->cityName().value_or(""));
         if (city->stateName() && !city->stateName()->empty()) name += " (" + printable(*city->stateName()) + ")";
-        std::cout << fmt::format("{:<32} {:<24} {:<24} {}\n", name, printable(city->countryName().value_or("")),
-                                 city->getLatLongString(), printable(city->TimeZone().value_or("")));
+        out << fmt::format("{:<32} {:<24} {:<24} {}\n", name, printable(city->countryName().value_or("")),
+                           city->getLatLongString(), printable(city->TimeZone().value_or("")));
     }
+    out << places.footer;
 }
 
-void search(const DirectoryOptions& o) {
+Places search(const DirectoryOptions& o) {
     auto directory = openDirectory(o);
-    const Cities cities = o.listing ? TarvoCity::GetCities(directory->database(), o.text)
-                                    : TarvoCity::SearchCities(directory->database(), o.text);
+    Places found;
+    found.cities = o.listing ? TarvoCity::GetCities(directory->database(), o.text)
+                             : TarvoCity::SearchCities(directory->database(), o.text);
     checkIntact(*directory);
-    if (cities.empty()) {
-        if (o.json) std::cout << "[]\n";
-        throw std::runtime_error(o.listing ? "no city or country matches '" + o.text + "'"
-                                           : "no city matches '" + o.text + "'");
+    if (found.cities.empty()) {
+        found.failure = o.listing ? "no city or country matches '" + o.text + "'" : "no city matches '" + o.text + "'";
     }
-    printPlaces(cities, o.json, "");
-    if (!o.json && cities.size() == TarvoCity::kMaxSearchResults) std::cout << "(the first 75 matches)\n";
+    if (found.cities.size() == TarvoCity::kMaxSearchResults) found.footer = "(the first 75 matches)\n";
+    return found;
 }
 
-void countries(const DirectoryOptions& o) {
+struct Countries {
+    std::vector<CityDirectory::Country> countries;
+};
+
+Countries countries(const DirectoryOptions& o) {
     auto directory = openDirectory(o);
-    const auto all = directory->countries();
+    Countries all{directory->countries()};
     checkIntact(*directory);
-    if (o.json) {
-        ordered_json list = ordered_json::array();
-        for (const auto& country : all)
-            list.push_back({{"id", country.identifier}, {"code", country.code}, {"name", country.name}});
-        printJson(list);
-        return;
-    }
-    std::cout << fmt::format("{:>4}  {:<4}  {}\n", "ID", "Code", "Country");
-    for (const auto& country : all)
-        std::cout << fmt::format("{:>4}  {:<4}  {}\n", country.identifier, country.code, country.name);
+    return all;
 }
 
-void country(const DirectoryOptions& o) {
+std::string jsonText(const Countries& all) {
+    ordered_json list = ordered_json::array();
+    for (const auto& country : all.countries)
+        list.push_back({{"id", country.identifier}, {"code", country.code}, {"name", country.name}});
+    return dumpJson(list);
+}
+
+void writeText(std::ostream& out, const Countries& all) {
+    out << fmt::format("{:>4}  {:<4}  {}\n", "ID", "Code", "Country");
+    for (const auto& country : all.countries)
+        out << fmt::format("{:>4}  {:<4}  {}\n", country.identifier, country.code, country.name);
+}
+
+Places country(const DirectoryOptions& o) {
     auto directory = openDirectory(o);
     const auto found = directory->country(o.text);
     checkIntact(*directory);
     if (!found) throw UsageError("no country '" + o.text + "' in the city directory (see tarvo cities countries)");
-    const Cities cities = TarvoCity::GetAllCities(directory->database(), found->identifier, found->name);
+    Places places;
+    places.cities = TarvoCity::GetAllCities(directory->database(), found->identifier, found->name);
     checkIntact(*directory);
-    if (!o.json)
-        std::cout << fmt::format("{} ({}, {}): {} cities\n", found->name, found->code, found->identifier,
-                                 cities.size());
-    printPlaces(cities, o.json, "The directory holds no city of " + found->name + ".");
+    places.heading =
+        fmt::format("{} ({}, {}): {} cities\n", found->name, found->code, found->identifier, places.cities.size());
+    places.none = "The directory holds no city of " + found->name + ".";
+    return places;
 }
 
-void nearest(const DirectoryOptions& o) {
+// A city near a position (none when nothing is that near).
+struct Nearby {
+    std::shared_ptr<TarvoCity> city;
+    double km = 0;
+    std::string failure;
+};
+
+Nearby nearest(const DirectoryOptions& o) {
     auto directory = openDirectory(o);
-    const auto city = TarvoCity::GetCityForLat(o.latitude, o.longitude, &directory->database(), o.km, false);
+    Nearby near;
+    near.city = TarvoCity::GetCityForLat(o.latitude, o.longitude, &directory->database(), o.km, false);
     checkIntact(*directory);
-    if (!city) {
-        if (o.json) std::cout << "null\n";
-        throw std::runtime_error(
-            fmt::format("no directory city within {} km of {}, {}", o.km, o.latitude, o.longitude));
+    if (!near.city) {
+        near.failure = fmt::format("no directory city within {} km of {}, {}", o.km, o.latitude, o.longitude);
+        return near;
     }
-    city->setStateName(directory->stateName(*city));
-    const double km = QiblaCalculator::getDistanceBetweenTwoLocations(o.latitude, o.longitude, city->latitude(),
-                                                                      city->longitude(), false);
-    if (o.json) {
-        ordered_json j = cityJson(*city);
-        j["distanceKm"] = km;
-        printJson(j);
-        return;
-    }
-    std::cout << fmt::format("{} {} {}, {:.1f} km away\n", printable(city->description()), city->getLatLongString(),
-                             printable(city->TimeZone().value_or("")), km);
+    near.city->setStateName(directory->stateName(*near.city));
+    near.km = QiblaCalculator::getDistanceBetweenTwoLocations(o.latitude, o.longitude, near.city->latitude(),
+                                                              near.city->longitude(), false);
+    return near;
+}
+
+std::string jsonText(const Nearby& near) {
+    if (!near.city) return "null";
+    ordered_json j = cityJson(*near.city);
+    j["distanceKm"] = near.km;
+    return dumpJson(j);
+}
+
+void writeText(std::ostream& out, const Nearby& near) {
+    if (!near.city) return;
+    out << fmt::format("{} {} {}, {:.1f} km away\n", printable(near.city->description()),
+                       near.city->getLatLongString(), printable(near.city->TimeZone().value_or("")), near.km);
+}
+
+struct Cleared {
+    size_t count = 0;
+};
+
+std::string jsonText(const Cleared& cleared) { return dumpJson(ordered_json{{"cleared", cleared.count}}); }
+
+void writeText(std::ostream& out, const Cleared& cleared) {
+    out << fmt::format("Cleared {} cached place{}.\n", cleared.count, cleared.count == 1 ? "" : "s");
 }
 
 void cache(const DirectoryOptions& o) {
     auto user = openUserDatabase();
-    const Cities cached = user->cachedCities();
+    Places cached;
+    cached.cities = user->cachedCities();
     if (o.clear) {
         TarvoCity::DeleteAllReverseGeocodeCache(user->database());
         if (!user->cachedCities().empty())
             throw UsageError("the cache could not be cleared in " + user->path().string());
-        if (o.json)
-            printJson({{"cleared", cached.size()}});
-        else
-            std::cout << fmt::format("Cleared {} cached place{}.\n", cached.size(), cached.size() == 1 ? "" : "s");
+        render(Cleared{cached.cities.size()}, o.json);
         return;
     }
-    printPlaces(cached, o.json, "The reverse-geocode cache is empty.");
+    cached.none = "The reverse-geocode cache is empty.";
+    render(cached, o.json);
 }
 
-void lastUsed(const DirectoryOptions& o) {
+// The last used city, if there is one.
+struct LastUsed {
+    std::shared_ptr<TarvoCity> city;
+};
+
+LastUsed lastUsed() {
     auto user = openUserDatabase();
-    const auto city = TarvoCity::GetLastUsedCity(user->database());
-    if (!city) {
-        if (o.json) std::cout << "null\n";
-        throw std::runtime_error("no last used city");
-    }
-    if (o.json)
-        printJson(cityJson(*city));
-    else
-        std::cout << fmt::format("{} {} {}\n", printable(city->description()), city->getLatLongString(),
-                                 printable(city->TimeZone().value_or("")));
+    return {TarvoCity::GetLastUsedCity(user->database())};
+}
+
+std::string jsonText(const LastUsed& last) { return last.city ? dumpJson(cityJson(*last.city)) : "null"; }
+
+void writeText(std::ostream& out, const LastUsed& last) {
+    if (!last.city) return;
+    out << fmt::format("{} {} {}\n", printable(last.city->description()), last.city->getLatLongString(),
+                       printable(last.city->TimeZone().value_or("")));
 }
 
 void addDirectoryOption(CLI::App& command, DirectoryOptions& o) {
@@ -182,19 +228,22 @@ void registerCitiesDirectoryCommands(CLI::App& cities) {
         "those with a name beginning with it, then those containing it (three characters or more), "
         "biggest first in each group. Exit status: 0 found, 1 nothing found, 2 bad usage or an "
         "unusable directory file.");
-    searchCommand->callback([o] { search(*o); });
+    searchCommand->callback([o] {
+        const Places found = search(*o);
+        render(found, o->json, found.failure);
+    });
 
     CLI::App* countriesCommand = cities.add_subcommand("countries", "List the countries of the city directory");
     addDirectoryOption(*countriesCommand, *o);
     countriesCommand->add_flag("--json", o->json, "Print a JSON list of {id, code, name}");
-    countriesCommand->callback([o] { countries(*o); });
+    countriesCommand->callback([o] { render(countries(*o), o->json); });
 
     CLI::App* countryCommand = cities.add_subcommand("country", "List the directory's cities of one country");
     countryCommand->add_option("country", o->text, "ISO 3166-1 numeric code, two-letter code or English name")
         ->required();
     addDirectoryOption(*countryCommand, *o);
     countryCommand->add_flag("--json", o->json, "Print a JSON list of city objects");
-    countryCommand->callback([o] { country(*o); });
+    countryCommand->callback([o] { render(country(*o), o->json); });
 
     CLI::App* nearestCommand = cities.add_subcommand("nearest", "The directory city nearest to a position");
     addLatitudeOption(*nearestCommand, o->latitude, true);
@@ -204,7 +253,10 @@ void registerCitiesDirectoryCommands(CLI::App& cities) {
     addDirectoryOption(*nearestCommand, *o);
     nearestCommand->add_flag("--json", o->json, "Print the city as a JSON object with distanceKm");
     nearestCommand->footer("Exit status: 0 found, 1 no city that near, 2 bad usage or an unusable directory file.");
-    nearestCommand->callback([o] { nearest(*o); });
+    nearestCommand->callback([o] {
+        const Nearby near = nearest(*o);
+        render(near, o->json, near.failure);
+    });
 
     CLI::App* cacheCommand = cities.add_subcommand("cache", "List (or clear) the reverse-geocode cache");
     cacheCommand->add_flag("--clear", o->clear, "Empty the cache");
@@ -214,7 +266,10 @@ void registerCitiesDirectoryCommands(CLI::App& cities) {
     CLI::App* lastUsedCommand = cities.add_subcommand("last-used", "Show the last used automatic city");
     lastUsedCommand->add_flag("--json", o->json, "Print the city as a JSON object");
     lastUsedCommand->footer("Exit status: 0 shown, 1 there is none.");
-    lastUsedCommand->callback([o] { lastUsed(*o); });
+    lastUsedCommand->callback([o] {
+        const LastUsed last = lastUsed();
+        render(last, o->json, last.city ? "" : "no last used city");
+    });
 }
 
 }  // namespace tarvo::cli

@@ -4,13 +4,18 @@
 #include <iostream>
 #include <memory>
 #include <optional>
-#include <vector>
+#include <ostream>
 #include <stdexcept>
+#include <vector>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "HostDefaults.h"
+#include "Options.h"
+#include "Output.h"
+#include "PreferenceChanges.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
 #include "tarvo/platform/UserDefaults.h"
@@ -27,8 +32,6 @@ struct ConfigOptions {
     std::optional<std::string> type;
     bool json = false;
 };
-
-std::string dumpJson(const json& value);
 
 // Every preference the library reads, with its type, range and meaning.
 const std::vector<SettingDescription>& knownSettings() {
@@ -54,24 +57,30 @@ json defaultOf(const SettingDescription& s) {
     return s.type == SettingDescription::Type::integer ? json(0) : json(0.0);
 }
 
-void printKeys(bool asJson) {
-    json list = json::array();
+// The known keys, each with its type, default, meaning and range.
+struct KeyList {
+    json keys = json::array();
+};
+
+KeyList keyList() {
+    KeyList list;
     for (const SettingDescription& s : knownSettings()) {
         json entry{{"key", s.key}, {"type", s.typeName()}, {"default", defaultOf(s)}, {"meaning", s.meaning}};
         if (std::isfinite(s.minimum)) entry["minimum"] = s.minimum;
         if (std::isfinite(s.maximum)) entry["maximum"] = s.maximum;
-        list.push_back(entry);
+        list.keys.push_back(entry);
     }
-    if (asJson) {
-        std::cout << dumpJson(list) << "\n";
-        return;
-    }
-    for (const json& e : list) {
+    return list;
+}
+
+std::string jsonText(const KeyList& list) { return dumpJson(list.keys); }
+
+void writeText(std::ostream& out, const KeyList& list) {
+    for (const json& e : list.keys) {
         std::string range;
         if (e.contains("minimum")) range = fmt::format(" {} to {}", e["minimum"].get<double>(), e["maximum"].get<double>());
-        std::cout << fmt::format("{:<32} {:<6}{:<14} default {:<6} {}\n", e["key"].get<std::string>(),
-                                 e["type"].get<std::string>(), range, dumpJson(e["default"]),
-                                 e["meaning"].get<std::string>());
+        out << fmt::format("{:<32} {:<6}{:<14} default {:<6} {}\n", e["key"].get<std::string>(),
+                           e["type"].get<std::string>(), range, dumpJson(e["default"]), e["meaning"].get<std::string>());
     }
 }
 
@@ -79,9 +88,6 @@ std::shared_ptr<UserDefaults> store() {
     registerHostDefaults();
     return UserDefaults::sharedUserDefaultsObj();
 }
-
-// Text that may hold bytes that are not UTF-8 is still printed, with replacement characters.
-std::string dumpJson(const json& value) { return value.dump(-1, ' ', false, json::error_handler_t::replace); }
 
 // Text as it is, data as its size and bytes in hex, everything else as JSON.
 std::string toText(const json& value) {
@@ -94,22 +100,37 @@ std::string toText(const json& value) {
     return dumpJson(value);
 }
 
-void printOne(const ConfigOptions& o) {
+// The value of one key.
+struct Value {
+    json value;
+};
+
+Value valueOf(const ConfigOptions& o) {
     const auto value = store()->objectForKey(o.key);
     if (!value) throw std::runtime_error("no value for '" + o.key + "'");
-    std::cout << (o.json ? dumpJson(*value) : toText(*value)) << "\n";
+    return {*value};
 }
 
-void printAll(const ConfigOptions& o) {
+std::string jsonText(const Value& v) { return dumpJson(v.value); }
+
+void writeText(std::ostream& out, const Value& v) { out << toText(v.value) << "\n"; }
+
+// Every key's value, and which of them are stored (the others are defaults).
+struct AllValues {
+    json all;
+    json stored;
+};
+
+AllValues allValues() {
     const auto defaults = store();
-    const json all = defaults->dictionaryRepresentation();
-    if (o.json) {
-        std::cout << dumpJson(all) << "\n";
-        return;
-    }
-    const json stored = defaults->persistentDomain();
-    for (const auto& [key, value] : all.items()) {
-        std::cout << printable(key) << " = " << toText(value) << (stored.contains(key) ? "" : " (default)") << "\n";
+    return {defaults->dictionaryRepresentation(), defaults->persistentDomain()};
+}
+
+std::string jsonText(const AllValues& v) { return dumpJson(v.all); }
+
+void writeText(std::ostream& out, const AllValues& v) {
+    for (const auto& [key, value] : v.all.items()) {
+        out << printable(key) << " = " << toText(value) << (v.stored.contains(key) ? "" : " (default)") << "\n";
     }
 }
 
@@ -190,9 +211,9 @@ void registerConfigCommand(CLI::App& app) {
                 "\"(default)\" marks values the tool registers that are not stored.");
     get->callback([options] {
         if (options->key.empty()) {
-            printAll(*options);
+            render(allValues(), options->json);
         } else {
-            printOne(*options);
+            render(valueOf(*options), options->json);
         }
     });
 
@@ -212,7 +233,7 @@ void registerConfigCommand(CLI::App& app) {
     CLI::App* keys = config->add_subcommand("keys", "List every preference the library reads: type, range, default, meaning");
     keys->add_flag("--json", options->json, "Print one JSON array of {key, type, default, meaning, minimum, maximum}");
     keys->footer("The per-prayer alert keys are set with tarvo alerts set.");
-    keys->callback([options] { printKeys(options->json); });
+    keys->callback([options] { render(keyList(), options->json); });
 
     CLI::App* path = config->add_subcommand("path", "Show the file the shared preferences are kept in");
     path->callback([] { std::cout << store()->path().string() << "\n"; });

@@ -1,14 +1,17 @@
 // tarvo day: the facade's day timetable (ten records with the user's adjustments) for a
 // place and one or more days.
-#include <iostream>
 #include <memory>
 #include <optional>
+#include <ostream>
 #include <vector>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "CityJson.h"
 #include "Commands.h"
+#include "Options.h"
+#include "Output.h"
 #include "Place.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/facade/TarvoDAO.h"
@@ -31,84 +34,146 @@ struct DayOptions {
     bool json = false;
 };
 
+struct PrayerEntry {
+    int64_t type = 0;
+    std::string name;
+    std::string englishName;
+    std::optional<std::string> time;  ///< ISO 8601 on the place's clock
+    std::string clock;                ///< as the apps write it, "N/A" without a time
+    int64_t adjustmentMinutes = 0;
+    bool fixedTimings = false;
+    std::optional<std::string> otherDay;  ///< the day it falls on in text tables, when not the listed day
+};
+
+struct DayEntry {
+    std::string date;      ///< YYYY-MM-DD
+    std::string dateText;  ///< the same in the locale's digits
+    std::vector<PrayerEntry> prayers;
+};
+
+// The countdown from now to the first of the listed prayers still to come.
+struct Countdown {
+    int64_t type = 0;
+    std::string name;
+    std::string clock;
+    double seconds = 0;
+    std::string words;
+    std::string timer;
+};
+
+struct DayTable {
+    ordered_json city;
+    std::string description;
+    std::string position;
+    std::string timeZone;
+    std::vector<DayEntry> days;
+    std::optional<Countdown> next;
+};
+
 // The clock time as the apps write it ("5:38 am" or "05:38"), "N/A" without a time.
 std::string clockText(const std::shared_ptr<Prayer>& prayer) {
     return TarvoDAO::getFormattedPrayerTimeForPrayer(prayer, false, false).value_or("N/A");
 }
 
-// The countdown from now to the first of the listed prayers still to come (Sunset is a
-// moment of the day, not a prayer to count down to).
-ordered_json countdownJson(const std::vector<TarvoDAO::DayList>& days, Date now) {
+// Sunset is a moment of the day, not a prayer to count down to.
+std::optional<Countdown> countdownFrom(const std::vector<TarvoDAO::DayList>& days, Date now) {
     for (const auto& day : days) {
         for (const auto& prayer : day) {
             if (prayer->Type() == Prayer::Sunset || !prayer->PrayerTime() || *prayer->PrayerTime() <= now) continue;
             const double seconds = prayer->PrayerTime()->timeIntervalSinceDate(now);
-            return {{"type", prayer->Type()},
-                    {"name", prayer->PrayerName()},
-                    {"clock", clockText(prayer)},
-                    {"seconds", seconds},
-                    {"words", TarvoDAO::getReadableTimeFromSeconds(seconds, false, false)},
-                    {"timer", TarvoDAO::getTimerStyleTimeFromSeconds(seconds, true)}};
+            return Countdown{prayer->Type(),
+                             prayer->PrayerName(),
+                             clockText(prayer),
+                             seconds,
+                             TarvoDAO::getReadableTimeFromSeconds(seconds, false, false),
+                             TarvoDAO::getTimerStyleTimeFromSeconds(seconds, true)};
         }
     }
-    return nullptr;
+    return std::nullopt;
 }
 
-ordered_json prayerJson(const Prayer& prayer, const Place& place) {
-    ordered_json j;
-    j["type"] = prayer.Type();
-    j["name"] = prayer.PrayerName();
-    j["englishName"] = prayer.PrayerNameEnglish();
-    j["time"] = prayer.PrayerTime() ? ordered_json(place.iso(*prayer.PrayerTime())) : ordered_json(nullptr);
-    j["clock"] = clockText(std::make_shared<Prayer>(prayer));
-    j["adjustmentMinutes"] = prayer.AdjustmentMinutes();
-    j["fixedTimings"] = prayer.isFixedTimings();
-    return j;
+PrayerEntry entryFrom(const std::shared_ptr<Prayer>& prayer, const Place& place, Date noon) {
+    PrayerEntry e;
+    e.type = prayer->Type();
+    e.name = prayer->PrayerName();
+    e.englishName = prayer->PrayerNameEnglish();
+    if (prayer->PrayerTime()) e.time = place.iso(*prayer->PrayerTime());
+    e.clock = clockText(prayer);
+    e.adjustmentMinutes = prayer->AdjustmentMinutes();
+    e.fixedTimings = prayer->isFixedTimings();
+    if (prayer->PrayerTime() && place.day(*prayer->PrayerTime()) != place.day(noon)) {
+        e.otherDay = place.dayText(*prayer->PrayerTime());
+    }
+    return e;
 }
 
-void run(const CLI::App& cmd, const DayOptions& o) {
+DayTable tableFrom(const CLI::App& cmd, const DayOptions& o) {
     applyClockOption(o.clock, o.json);
     const Place place = resolvePlace(cmd, o.place);
     const Calendar gregorian;
     const IslamicCalendar islamic;
     const Date first = place.noonOf(o.date, "--date");
 
-    ordered_json days = ordered_json::array();
+    DayTable table;
+    table.description = place.city->description();
+    table.position = place.city->getLatLongString();
+    table.timeZone = place.zone.name();
     std::vector<TarvoDAO::DayList> lists;
-    if (!o.json) {
-        std::cout << "Prayer times for " << printable(place.city->description()) << " " << place.city->getLatLongString()
-                  << " (time zone " << place.zone.name() << ")\n";
-    }
     for (int64_t k = 0; k < o.days; ++k) {
         const Date noon = gregorian.dateByAddingDays(k, first);
         const TarvoDAO::DayList day = TarvoDAO::getPrayerTimesForDate(noon, place.city, gregorian, islamic);
         lists.push_back(day);
-        if (o.json) {
-            ordered_json prayers = ordered_json::array();
-            for (const auto& prayer : day) prayers.push_back(prayerJson(*prayer, place));
-            days.push_back({{"date", place.day(noon)}, {"prayers", prayers}});
-            continue;
-        }
-        std::cout << "\n" << place.dayText(noon) << "\n";
-        for (const auto& prayer : day) {
-            const std::string time = clockText(prayer);
+        DayEntry entry{place.day(noon), place.dayText(noon), {}};
+        for (const auto& prayer : day) entry.prayers.push_back(entryFrom(prayer, place, noon));
+        table.days.push_back(std::move(entry));
+    }
+    table.next = countdownFrom(lists, Clock::now());
+    table.city = cityJson(*place.city);
+    return table;
+}
+
+ordered_json prayerJson(const PrayerEntry& e) {
+    ordered_json j;
+    j["type"] = e.type;
+    j["name"] = e.name;
+    j["englishName"] = e.englishName;
+    j["time"] = e.time ? ordered_json(*e.time) : ordered_json(nullptr);
+    j["clock"] = e.clock;
+    j["adjustmentMinutes"] = e.adjustmentMinutes;
+    j["fixedTimings"] = e.fixedTimings;
+    return j;
+}
+
+std::string jsonText(const DayTable& t) {
+    ordered_json days = ordered_json::array();
+    for (const DayEntry& day : t.days) {
+        ordered_json prayers = ordered_json::array();
+        for (const PrayerEntry& prayer : day.prayers) prayers.push_back(prayerJson(prayer));
+        days.push_back({{"date", day.date}, {"prayers", prayers}});
+    }
+    ordered_json next = nullptr;
+    if (t.next) {
+        next = {{"type", t.next->type},       {"name", t.next->name},   {"clock", t.next->clock},
+                {"seconds", t.next->seconds}, {"words", t.next->words}, {"timer", t.next->timer}};
+    }
+    return dumpJson(ordered_json{{"city", t.city}, {"timeZone", t.timeZone}, {"days", days}, {"next", next}});
+}
+
+void writeText(std::ostream& out, const DayTable& t) {
+    out << "Prayer times for " << printable(t.description) << " " << t.position << " (time zone " << t.timeZone
+        << ")\n";
+    for (const DayEntry& day : t.days) {
+        out << "\n" << day.dateText << "\n";
+        for (const PrayerEntry& prayer : day.prayers) {
             std::string note;
-            if (prayer->PrayerTime() && place.day(*prayer->PrayerTime()) != place.day(noon)) {
-                note = "  (" + place.dayText(*prayer->PrayerTime()) + ")";
-            }
-            if (prayer->AdjustmentMinutes() != 0) note += fmt::format("  {:+} min", prayer->AdjustmentMinutes());
-            std::cout << fmt::format("  {:<14} {}{}\n", prayer->PrayerName(), time, note);
+            if (prayer.otherDay) note = "  (" + *prayer.otherDay + ")";
+            if (prayer.adjustmentMinutes != 0) note += fmt::format("  {:+} min", prayer.adjustmentMinutes);
+            out << fmt::format("  {:<14} {}{}\n", prayer.name, prayer.clock, note);
         }
     }
-    const ordered_json next = countdownJson(lists, Clock::now());
-    if (!o.json && !next.is_null()) {
-        std::cout << "\nNext: " << next["name"].get<std::string>() << " at " << next["clock"].get<std::string>()
-                  << ", in " << next["words"].get<std::string>() << " (" << next["timer"].get<std::string>() << ")\n";
-    }
-    if (o.json) {
-        const ordered_json out{{"city", cityJson(*place.city)}, {"timeZone", place.zone.name()}, {"days", days},
-                               {"next", next}};
-        std::cout << out.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
+    if (t.next) {
+        out << "\nNext: " << t.next->name << " at " << t.next->clock << ", in " << t.next->words << " ("
+            << t.next->timer << ")\n";
     }
 }
 
@@ -125,7 +190,7 @@ void registerDayCommand(CLI::App& app) {
     cmd->footer("Give either --lat, --lon and --tz (all three), or --saved. The settings in the shared preferences "
                 "(tarvo config) apply: adjustments, UseSunrise, ShowQiyam, the Isha intervals. When one of the listed "
                 "prayers is still to come, the countdown to it is shown.");
-    cmd->callback([options, cmd] { run(*cmd, *options); });
+    cmd->callback([options, cmd] { render(tableFrom(*cmd, *options), options->json); });
 }
 
 }  // namespace tarvo::cli

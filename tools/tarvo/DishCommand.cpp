@@ -1,13 +1,16 @@
 // tarvo dish: pointing a dish at a geostationary satellite, or finding the satellite that
 // lies along the sun's or the moon's azimuth (to align a dish by the sun or the moon).
 #include <cmath>
-#include <iostream>
 #include <memory>
+#include <optional>
+#include <ostream>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "Options.h"
+#include "Output.h"
 #include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/platform/TimeZone.h"
 
@@ -27,61 +30,102 @@ struct DishOptions {
     bool json = false;
 };
 
-ordered_json number(double value) { return std::isfinite(value) ? ordered_json(value) : ordered_json(nullptr); }
+// Where to point a dish at a given satellite.
+struct Pointing {
+    double latitude = 0;
+    double longitude = 0;
+    double height = 0;
+    double satellite = 0;
+    double elevation = 0;  ///< with refraction
+    double geometricElevation = 0;
+    double azimuth = 0;
+};
 
-void pointAt(const DishOptions& o, double satellite) {
-    const double geometric = SunCalculator::Elevation2(satellite, o.latitude, o.longitude, o.height);
-    const double elevation = SunCalculator::ElevationRefraction(geometric);
-    const double azimuth = SunCalculator::satelliteAzimuth(satellite, o.latitude, o.longitude);
-    if (o.json) {
-        ordered_json j;
-        j["satelliteLongitude"] = satellite;
-        j["elevation"] = elevation;
-        j["geometricElevation"] = geometric;
-        j["azimuth"] = azimuth;
-        j["visible"] = geometric > 0;
-        std::cout << j.dump() << "\n";
-        return;
-    }
-    std::cout << fmt::format("Satellite at {:.2f}° from {:.4f}, {:.4f} ({:.0f} m)\n", satellite, o.latitude,
-                             o.longitude, o.height)
-              << fmt::format("  Elevation  {:.2f}° (with refraction; {:.2f}° geometric)\n", elevation, geometric)
-              << fmt::format("  Azimuth    {:.2f}° from true north\n", azimuth);
-    if (geometric <= 0) std::cout << "  The satellite is below the horizon.\n";
+// The satellite along the sun's or the moon's azimuth.
+struct AlongBody {
+    double latitude = 0;
+    double longitude = 0;
+    std::string at;  ///< the moment in ISO 8601, UTC
+    std::string body;
+    double azimuth = 0;
+    double altitude = 0;
+    double satellite = 0;                 ///< not finite when none is above the horizon
+    std::optional<double> satelliteElevation;  ///< with refraction, when there is a satellite
+};
+
+double elevationWithRefraction(const DishOptions& o, double satellite) {
+    return SunCalculator::ElevationRefraction(SunCalculator::Elevation2(satellite, o.latitude, o.longitude, o.height));
 }
 
-void alongBody(const DishOptions& o) {
+Pointing pointingAt(const DishOptions& o, double satellite) {
+    Pointing p;
+    p.latitude = o.latitude;
+    p.longitude = o.longitude;
+    p.height = o.height;
+    p.satellite = satellite;
+    p.geometricElevation = SunCalculator::Elevation2(satellite, o.latitude, o.longitude, o.height);
+    p.elevation = SunCalculator::ElevationRefraction(p.geometricElevation);
+    p.azimuth = SunCalculator::satelliteAzimuth(satellite, o.latitude, o.longitude);
+    return p;
+}
+
+AlongBody alongBody(const DishOptions& o) {
     const Date moment = momentOrNow(o.at, "--at");
     SunCalculator calculator;
     calculator.calculateSunAndMoonAngles(moment, o.latitude, o.longitude);
-    const bool sun = *o.along == "sun";
-    const std::vector<double>& angles = sun ? calculator.output_sun_angles() : calculator.output_moon_angles();
-    const double azimuth = angles[1];
-    const double satellite = calculator.getsatelliteposition(azimuth);
-    const std::string when = clockTime(moment, TimeZone::gmt()).iso;
-    if (o.json) {
-        ordered_json j;
-        j["at"] = when;
-        j["along"] = *o.along;
-        j["azimuth"] = azimuth;
-        j["altitude"] = angles[0];
-        j["satelliteLongitude"] = number(satellite);
-        j["satelliteElevation"] = std::isfinite(satellite)
-                                      ? number(SunCalculator::ElevationRefraction(SunCalculator::Elevation2(
-                                            satellite, o.latitude, o.longitude, o.height)))
-                                      : ordered_json(nullptr);
-        std::cout << j.dump() << "\n";
+    const std::vector<double>& angles =
+        *o.along == "sun" ? calculator.output_sun_angles() : calculator.output_moon_angles();
+    AlongBody a;
+    a.latitude = o.latitude;
+    a.longitude = o.longitude;
+    a.at = clockTime(moment, TimeZone::gmt()).iso;
+    a.body = *o.along;
+    a.azimuth = angles[1];
+    a.altitude = angles[0];
+    a.satellite = calculator.getsatelliteposition(a.azimuth);
+    if (std::isfinite(a.satellite)) a.satelliteElevation = elevationWithRefraction(o, a.satellite);
+    return a;
+}
+
+ordered_json number(double value) { return std::isfinite(value) ? ordered_json(value) : ordered_json(nullptr); }
+
+std::string jsonText(const Pointing& p) {
+    ordered_json j;
+    j["satelliteLongitude"] = p.satellite;
+    j["elevation"] = p.elevation;
+    j["geometricElevation"] = p.geometricElevation;
+    j["azimuth"] = p.azimuth;
+    j["visible"] = p.geometricElevation > 0;
+    return dumpJson(j);
+}
+
+void writeText(std::ostream& out, const Pointing& p) {
+    out << fmt::format("Satellite at {:.2f}° from {:.4f}, {:.4f} ({:.0f} m)\n", p.satellite, p.latitude, p.longitude,
+                       p.height)
+        << fmt::format("  Elevation  {:.2f}° (with refraction; {:.2f}° geometric)\n", p.elevation, p.geometricElevation)
+        << fmt::format("  Azimuth    {:.2f}° from true north\n", p.azimuth);
+    if (p.geometricElevation <= 0) out << "  The satellite is below the horizon.\n";
+}
+
+std::string jsonText(const AlongBody& a) {
+    ordered_json j;
+    j["at"] = a.at;
+    j["along"] = a.body;
+    j["azimuth"] = a.azimuth;
+    j["altitude"] = a.altitude;
+    j["satelliteLongitude"] = number(a.satellite);
+    j["satelliteElevation"] = a.satelliteElevation ? number(*a.satelliteElevation) : ordered_json(nullptr);
+    return dumpJson(j);
+}
+
+void writeText(std::ostream& out, const AlongBody& a) {
+    out << fmt::format("The {} at {} (UTC) from {:.4f}, {:.4f}: azimuth {:.2f}°, altitude {:.2f}°\n", a.body, a.at,
+                       a.latitude, a.longitude, a.azimuth, a.altitude);
+    if (!a.satelliteElevation) {
+        out << "  No geostationary satellite is above the horizon along that azimuth.\n";
         return;
     }
-    std::cout << fmt::format("The {} at {} (UTC) from {:.4f}, {:.4f}: azimuth {:.2f}°, altitude {:.2f}°\n",
-                             *o.along, when, o.latitude, o.longitude, azimuth, angles[0]);
-    if (!std::isfinite(satellite)) {
-        std::cout << "  No geostationary satellite is above the horizon along that azimuth.\n";
-        return;
-    }
-    const double elevation =
-        SunCalculator::ElevationRefraction(SunCalculator::Elevation2(satellite, o.latitude, o.longitude, o.height));
-    std::cout << fmt::format("  Satellite along it: {:.2f}° (elevation {:.2f}°)\n", satellite, elevation);
+    out << fmt::format("  Satellite along it: {:.2f}° (elevation {:.2f}°)\n", a.satellite, *a.satelliteElevation);
 }
 
 }  // namespace
@@ -107,9 +151,9 @@ void registerDishCommand(CLI::App& app) {
     cmd->callback([options] {
         if (!options->satelliteLongitude && !options->along) throw UsageError("give --sat-lon or --along");
         if (options->satelliteLongitude) {
-            pointAt(*options, *options->satelliteLongitude);
+            render(pointingAt(*options, *options->satelliteLongitude), options->json);
         } else {
-            alongBody(*options);
+            render(alongBody(*options), options->json);
         }
     });
 }

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "Commands.h"
+#include "UsageError.h"
 #include "tarvo/facade/TarvoDAO.h"
 
 namespace tarvo::cli {

@@ -1,7 +1,7 @@
 // tarvo hijri: the Gregorian date of a Hijri date, or the Hijri date of a day, with the
 // user's Hijri correction.
-#include <iostream>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -9,10 +9,11 @@
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "Options.h"
+#include "Output.h"
 #include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/platform/Calendar.h"
-#include "tarvo/platform/Clock.h"
 #include "tarvo/platform/IslamicCalendar.h"
 
 namespace tarvo::cli {
@@ -29,21 +30,27 @@ struct HijriOptions {
     bool json = false;
 };
 
+// A converted date: the library's text, the Gregorian day and the converted date's parts
+// (day, month, year, weekday with 1 Sunday).
+struct Conversion {
+    std::string text;
+    std::string date;
+    std::vector<int32_t> parts;
+    std::string heading;  ///< what the parts are, in text output
+};
+
 std::string weekdayName(int32_t weekday) { return weekday >= 1 && weekday <= 7 ? kWeekdays[weekday - 1] : "?"; }
 
-void print(const ordered_json& out, bool json, const std::string& heading) {
-    if (json) {
-        std::cout << out.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
-        return;
-    }
-    const auto& p = out["parts"];
-    std::cout << out["text"].get<std::string>() << "\n"
-              << heading << fmt::format("{} {} {}, {}", p[0].get<int>(), p[1].get<int>(), p[2].get<int>(),
-                                        weekdayName(p[3].get<int32_t>()))
-              << "\n";
+std::string jsonText(const Conversion& c) {
+    return dumpJson(ordered_json{{"text", c.text}, {"date", c.date}, {"parts", c.parts}});
 }
 
-void toGregorian(const HijriOptions& o) {
+void writeText(std::ostream& out, const Conversion& c) {
+    out << c.text << "\n"
+        << c.heading << fmt::format("{} {} {}, {}", c.parts[0], c.parts[1], c.parts[2], weekdayName(c.parts[3])) << "\n";
+}
+
+Conversion toGregorian(const HijriOptions& o) {
     const int64_t day = o.hijri[0];
     const int64_t month = o.hijri[1];
     const int64_t year = o.hijri[2];
@@ -56,32 +63,31 @@ void toGregorian(const HijriOptions& o) {
                                      length, day));
     }
     TarvoDAO::getSharedInstance();  // the correction is the configuration's
-    const std::vector<int32_t> parts = SunCalculator::getCompsForGregorianFromHijriDay(day, month, year);
-    const ordered_json out{{"text", SunCalculator::convertToGregorianFromHijriDay(day, month, year)},
-                           {"date", fmt::format("{:04}-{:02}-{:02}", parts[2], parts[1], parts[0])},
-                           {"parts", parts}};
-    print(out, o.json, "Gregorian " + out["date"].get<std::string>() + ": ");
+    Conversion c;
+    c.parts = SunCalculator::getCompsForGregorianFromHijriDay(day, month, year);
+    c.text = SunCalculator::convertToGregorianFromHijriDay(day, month, year);
+    c.date = fmt::format("{:04}-{:02}-{:02}", c.parts[2], c.parts[1], c.parts[0]);
+    c.heading = "Gregorian " + c.date + ": ";
+    return c;
 }
 
-void toHijri(const HijriOptions& o) {
+Conversion toHijri(const HijriOptions& o) {
     const Calendar calendar;
     const Date moment = noonOf(o.date, "--date", calendar);
     const DateComponents noon = calendar.components(moment);
     TarvoDAO::getSharedInstance();
-    const ordered_json out{{"text", SunCalculator::convertToHijriFromDate(moment)},
-                           {"date", fmt::format("{:04}-{:02}-{:02}", noon.year, noon.month, noon.day)},
-                           {"parts", SunCalculator::getCompsForHijriFromDate(moment)}};
-    print(out, o.json, "Hijri of " + out["date"].get<std::string>() + ": ");
+    Conversion c;
+    c.text = SunCalculator::convertToHijriFromDate(moment);
+    c.date = fmt::format("{:04}-{:02}-{:02}", noon.year, noon.month, noon.day);
+    c.parts = SunCalculator::getCompsForHijriFromDate(moment);
+    c.heading = "Hijri of " + c.date + ": ";
+    return c;
 }
 
-void run(const HijriOptions& o) {
+Conversion conversionFrom(const HijriOptions& o) {
     if (!o.hijri.empty() && o.hijri.size() != 3) throw UsageError("give the Hijri date as DAY MONTH YEAR");
     if (!o.hijri.empty() && !o.date.empty()) throw UsageError("give either a Hijri date or --date, not both");
-    if (o.hijri.empty()) {
-        toHijri(o);
-    } else {
-        toGregorian(o);
-    }
+    return o.hijri.empty() ? toHijri(o) : toGregorian(o);
 }
 
 }  // namespace
@@ -97,7 +103,7 @@ void registerHijriCommand(CLI::App& app) {
     cmd->footer("The arithmetical Islamic calendar, moved by HijriCorrection from the shared preferences "
                 "(tarvo config set HijriCorrection 1 --type int: each Hijri day starts a day earlier). The "
                 "Gregorian text writes the week-based year, as the apps do.");
-    cmd->callback([options] { run(*options); });
+    cmd->callback([options] { render(conversionFrom(*options), options->json); });
 }
 
 }  // namespace tarvo::cli

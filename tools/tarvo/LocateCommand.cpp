@@ -7,11 +7,16 @@
 #include <chrono>
 #include <iostream>
 #include <memory>
+#include <ostream>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "CityJson.h"
 #include "Commands.h"
+#include "OpenUserDatabase.h"
+#include "Options.h"
+#include "Output.h"
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
@@ -44,7 +49,28 @@ const char* sourceName(TarvoDAO::LocationSource source) {
     }
 }
 
-void run(const LocateOptions& o) {
+// The automatic city as the fix named it, and by what.
+struct Located {
+    std::shared_ptr<TarvoCity> city;
+    TarvoDAO::LocationSource source = TarvoDAO::LocationSource::none;
+    bool named = false;  ///< false: nothing named the position
+    bool announced = false;
+};
+
+std::string jsonText(const Located& l) {
+    ordered_json j = cityJson(*l.city);
+    j["source"] = l.named ? sourceName(l.source) : "none";
+    j["announced"] = l.announced;
+    return dumpJson(j);
+}
+
+void writeText(std::ostream& out, const Located& l) {
+    if (!l.named) return;
+    out << fmt::format("{} {} {} (from the {})\n", printable(l.city->description()), l.city->getLatLongString(),
+                       printable(l.city->TimeZone().value_or("")), sourceName(l.source));
+}
+
+Located locate(const LocateOptions& o) {
     auto user = openUserDatabase();
     auto opened = CityDirectory::open(o.directory);
     if (!opened) throw UsageError("cannot use the city directory: " + opened.error().message);
@@ -90,18 +116,12 @@ void run(const LocateOptions& o) {
     TarvoDAO::setNetworkActivityIndicatorHandler(nullptr);
     if (auto why = directory->damage()) throw UsageError("cannot use the city directory: " + *why);
 
-    const auto source = facade->lastLocationSource();
-    const bool named = source != TarvoDAO::LocationSource::none && city->IsReverseGeocoded();
-    if (o.json) {
-        ordered_json j = cityJson(*city);
-        j["source"] = named ? sourceName(source) : "none";
-        j["announced"] = announced.load();
-        std::cout << j.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
-    } else if (named) {
-        std::cout << fmt::format("{} {} {} (from the {})\n", printable(city->description()),
-                                 city->getLatLongString(), printable(city->TimeZone().value_or("")), sourceName(source));
-    }
-    if (!named) throw std::runtime_error(fmt::format("nothing named {}, {}", o.latitude, o.longitude));
+    Located l;
+    l.city = city;
+    l.source = facade->lastLocationSource();
+    l.named = l.source != TarvoDAO::LocationSource::none && city->IsReverseGeocoded();
+    l.announced = announced.load();
+    return l;
 }
 
 }  // namespace
@@ -120,7 +140,10 @@ void registerLocateCommand(CLI::App& app) {
     cmd->footer("The web geocoder is asked only when the preference WebGeocoderURL or TARVO_GEOCODER_URL names a "
                 "Nominatim-compatible service; otherwise the nearest directory city within 100 km names the "
                 "place. Exit status 1 when nothing named it.");
-    cmd->callback([o] { run(*o); });
+    cmd->callback([o] {
+        const Located l = locate(*o);
+        render(l, o->json, l.named ? "" : fmt::format("nothing named {}, {}", o->latitude, o->longitude));
+    });
 }
 
 }  // namespace tarvo::cli

@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "Output.h"
 #include "tarvo/calculation/CalculationMethod.h"
 
 namespace tarvo::cli {
@@ -48,9 +49,9 @@ ordered_json methodJson(const CalculationMethod& m) {
         {"checkedAgainst", m.checked() ? ordered_json(m.checkedAgainst) : ordered_json(nullptr)}};
 }
 
-void printText(const CalculationMethod& m) {
+void writeMethod(std::ostream& out, const CalculationMethod& m) {
     const auto& p = m.params;
-    std::cout << fmt::format("{:>2}  {:<32} {}\n", m.number, m.name, m.key);
+    out << fmt::format("{:>2}  {:<32} {}\n", m.number, m.name, m.key);
     std::string line = fmt::format("    Fajr {}, Maghrib {}, Isha {}", p[0] == 0 ? fmt::format("{}°", p[1])
                                                                             : fmt::format("{} min before sunrise", p[1]),
                                    describe(p[2], p[3], "sunset"), describe(p[4], p[5], "Maghrib"));
@@ -65,9 +66,25 @@ void printText(const CalculationMethod& m) {
     }
     if (m.seasonalTwilight) line += "; Fajr and Isha by latitude and season up to 55°";
     if (m.midnight == CalculationMethod::Midnight::Jafari) line += "; midnight: sunset to Fajr";
-    std::cout << line << "\n    Source: " << m.parameterSource << "\n    Status: " << status(m);
-    if (m.checked()) std::cout << " (" << m.checkedAgainst << ")";
-    std::cout << "\n";
+    out << line << "\n    Source: " << m.parameterSource << "\n    Status: " << status(m);
+    if (m.checked()) out << " (" << m.checkedAgainst << ")";
+    out << "\n";
+}
+
+// The listing: every method of the catalogue, in number order.
+struct MethodList {
+    const std::vector<CalculationMethod>& methods;
+};
+
+std::string jsonText(const MethodList& list) {
+    ordered_json out = ordered_json::array();
+    for (const auto& m : list.methods) out.push_back(methodJson(m));
+    return dumpJson(out);
+}
+
+void writeText(std::ostream& out, const MethodList& list) {
+    out << " 0  Automatic (by the place's position)  auto\n";
+    for (const auto& m : list.methods) writeMethod(out, m);
 }
 
 }  // namespace
@@ -80,16 +97,7 @@ void registerMethodsCommand(CLI::App& app) {
     cmd->footer("Use a method with --method NUMBER or --method KEY (any letter case) in times, day, now and month. "
                 "Status: original (methods 1-7), checked (compared with the authority's published timetable; "
                 "see docs/methods.md), unchecked (built from the published parameters only).");
-    cmd->callback([json] {
-        if (*json) {
-            ordered_json out = ordered_json::array();
-            for (const auto& m : CalculationMethod::all()) out.push_back(methodJson(m));
-            std::cout << out.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
-            return;
-        }
-        std::cout << " 0  Automatic (by the place's position)  auto\n";
-        for (const auto& m : CalculationMethod::all()) printText(m);
-    });
+    cmd->callback([json] { render(MethodList{CalculationMethod::all()}, *json); });
 }
 
 }  // namespace tarvo::cli

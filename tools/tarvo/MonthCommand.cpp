@@ -1,7 +1,7 @@
 // tarvo month: a printable month timetable for a place: date, weekday, Hijri date and the
 // times of the day's prayers, as the apps' month view shows them.
-#include <iostream>
 #include <memory>
+#include <ostream>
 #include <regex>
 #include <string>
 #include <vector>
@@ -9,7 +9,10 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "CityJson.h"
 #include "Commands.h"
+#include "Options.h"
+#include "Output.h"
 #include "Place.h"
 #include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/cities/TarvoCity.h"
@@ -42,10 +45,23 @@ struct MonthOptions {
 
 struct Row {
     std::string date;
+    std::string dateText;  ///< the date in the locale's digits, for the table
     std::string weekday;
     std::string hijri;
     std::vector<int32_t> hijriParts;
     std::vector<std::string> times;
+};
+
+struct MonthTable {
+    ordered_json city;
+    std::string description;
+    std::string position;
+    std::string timeZone;
+    std::string month;  ///< YYYY-MM
+    int64_t monthNumber = 0;
+    int64_t islamicMonthNumber = 0;
+    std::vector<std::string> columnTitles;
+    std::vector<Row> rows;
 };
 
 // "YYYY-MM", or the current month on the place's clock when empty.
@@ -73,6 +89,7 @@ std::vector<Row> rowsOf(const PrayerMonth& month, const std::vector<Date>& noons
         const Date noon = noons[k];
         Row row;
         row.date = place.day(noon);
+        row.dateText = place.dayText(noon);
         row.weekday = weekdays.stringFromDate(noon);
         if (arabic) row.weekday = TarvoDAO::getDayInArabic(row.weekday);
         row.hijri = SunCalculator::convertToHijriFromDate(noon);
@@ -87,19 +104,7 @@ std::vector<Row> rowsOf(const PrayerMonth& month, const std::vector<Date>& noons
     return rows;
 }
 
-std::string trimmed(std::string line) {
-    line.erase(line.find_last_not_of(' ') + 1);
-    return line;
-}
-
-std::string csvField(const std::string& text) {
-    if (text.find_first_of(",\"\n") == std::string::npos) return text;
-    std::string quoted = "\"";
-    for (const char c : text) quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
-    return quoted + "\"";
-}
-
-void run(const CLI::App& cmd, const MonthOptions& o) {
+MonthTable tableFrom(const CLI::App& cmd, const MonthOptions& o) {
     applyClockOption(o.clock, o.json || o.csv);
     if (o.json && o.csv) throw UsageError("give either --json or --csv");
     const Place place = resolvePlace(cmd, o.place);
@@ -120,50 +125,74 @@ void run(const CLI::App& cmd, const MonthOptions& o) {
         const TarvoDAO::DayList list = TarvoDAO::getPrayerTimesForDate(noon, place.city, gregorian, islamic);
         month.Prayers().insert(month.Prayers().end(), list.begin(), list.end());
     }
-    const std::vector<Row> rows = rowsOf(month, noons, place, arabic);
 
-    if (o.json) {
-        ordered_json list = ordered_json::array();
-        for (const Row& row : rows) {
-            ordered_json times;
-            for (size_t i = 0; i < row.times.size(); ++i) times[kColumnKeys[i]] = row.times[i];
-            list.push_back({{"date", row.date},
-                            {"weekday", row.weekday},
-                            {"hijri", {{"text", row.hijri}, {"parts", row.hijriParts}}},
-                            {"times", times}});
-        }
-        const ordered_json out{{"city", cityJson(*place.city)},
-                               {"timeZone", place.zone.name()},
-                               {"month", fmt::format("{:04}-{:02}", year, monthNumber)},
-                               {"monthNumber", month.MonthNumber()},
-                               {"islamicMonthNumber", month.IslamicMonthNumber()},
-                               {"days", list}};
-        std::cout << out.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
-        return;
-    }
-    if (o.csv) {
-        std::cout << "date,weekday,hijri";
-        for (const char* key : kColumnKeys) std::cout << "," << key;
-        std::cout << "\n";
-        for (const Row& row : rows) {
-            std::cout << row.date << "," << csvField(row.weekday) << "," << csvField(row.hijri);
-            for (const auto& time : row.times) std::cout << "," << csvField(time);
-            std::cout << "\n";
-        }
-        return;
-    }
-    std::cout << "Prayer times for " << printable(place.city->description()) << " " << place.city->getLatLongString()
-              << ", " << fmt::format("{:04}-{:02}", year, monthNumber) << " (time zone " << place.zone.name() << ")\n\n";
+    MonthTable table;
+    table.rows = rowsOf(month, noons, place, arabic);
+    table.city = cityJson(*place.city);
+    table.description = place.city->description();
+    table.position = place.city->getLatLongString();
+    table.timeZone = place.zone.name();
+    table.month = fmt::format("{:04}-{:02}", year, monthNumber);
+    table.monthNumber = month.MonthNumber();
+    table.islamicMonthNumber = month.IslamicMonthNumber();
     // Column titles do not change on Fridays: Dhuhr's is fixed, the others are the names.
-    std::string header = fmt::format("{:<10}  {:<9}  {:<22}", "Date", "Weekday", "Hijri");
     for (const int64_t type : kColumns) {
-        header += fmt::format("  {:<8}", type == Prayer::Dhuhr && !arabic ? std::string("Dhuhr") : Prayer(type).PrayerName());
+        table.columnTitles.push_back(type == Prayer::Dhuhr && !arabic ? std::string("Dhuhr") : Prayer(type).PrayerName());
     }
-    std::cout << trimmed(header) << "\n";
-    for (const Row& row : rows) {
-        std::string line = fmt::format("{:<10}  {:<9}  {:<22}", place.dayText(noons[&row - rows.data()]), row.weekday, row.hijri);
+    return table;
+}
+
+std::string jsonText(const MonthTable& t) {
+    ordered_json list = ordered_json::array();
+    for (const Row& row : t.rows) {
+        ordered_json times;
+        for (size_t i = 0; i < row.times.size(); ++i) times[kColumnKeys[i]] = row.times[i];
+        list.push_back({{"date", row.date},
+                        {"weekday", row.weekday},
+                        {"hijri", {{"text", row.hijri}, {"parts", row.hijriParts}}},
+                        {"times", times}});
+    }
+    return dumpJson(ordered_json{{"city", t.city},
+                                 {"timeZone", t.timeZone},
+                                 {"month", t.month},
+                                 {"monthNumber", t.monthNumber},
+                                 {"islamicMonthNumber", t.islamicMonthNumber},
+                                 {"days", list}});
+}
+
+std::string csvField(const std::string& text) {
+    if (text.find_first_of(",\"\n") == std::string::npos) return text;
+    std::string quoted = "\"";
+    for (const char c : text) quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
+    return quoted + "\"";
+}
+
+void writeCsv(std::ostream& out, const MonthTable& t) {
+    out << "date,weekday,hijri";
+    for (const char* key : kColumnKeys) out << "," << key;
+    out << "\n";
+    for (const Row& row : t.rows) {
+        out << row.date << "," << csvField(row.weekday) << "," << csvField(row.hijri);
+        for (const auto& time : row.times) out << "," << csvField(time);
+        out << "\n";
+    }
+}
+
+std::string trimmed(std::string line) {
+    line.erase(line.find_last_not_of(' ') + 1);
+    return line;
+}
+
+void writeText(std::ostream& out, const MonthTable& t) {
+    out << "Prayer times for " << printable(t.description) << " " << t.position << ", " << t.month << " (time zone "
+        << t.timeZone << ")\n\n";
+    std::string header = fmt::format("{:<10}  {:<9}  {:<22}", "Date", "Weekday", "Hijri");
+    for (const std::string& title : t.columnTitles) header += fmt::format("  {:<8}", title);
+    out << trimmed(header) << "\n";
+    for (const Row& row : t.rows) {
+        std::string line = fmt::format("{:<10}  {:<9}  {:<22}", row.dateText, row.weekday, row.hijri);
         for (const auto& time : row.times) line += fmt::format("  {:<8}", time);
-        std::cout << trimmed(line) << "\n";
+        out << trimmed(line) << "\n";
     }
 }
 
@@ -180,7 +209,14 @@ void registerMonthCommand(CLI::App& app) {
     cmd->footer("Give either --lat, --lon and --tz (all three), or --saved. The settings in the shared preferences "
                 "(tarvo config) apply: adjustments, UseSunrise, HijriCorrection; with ShowPrayerNamesInArabic the "
                 "weekdays and prayer names are Arabic.");
-    cmd->callback([options, cmd] { run(*cmd, *options); });
+    cmd->callback([options, cmd] {
+        const MonthTable table = tableFrom(*cmd, *options);
+        if (options->csv) {
+            writeCsv(std::cout, table);
+        } else {
+            render(table, options->json);
+        }
+    });
 }
 
 }  // namespace tarvo::cli

@@ -1,12 +1,15 @@
 // tarvo moon: moonrise, moonset, phase and distance of the moon for a day at a place.
 #include <cmath>
-#include <iostream>
 #include <memory>
+#include <optional>
+#include <ostream>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "Options.h"
+#include "Output.h"
 #include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/TimeZone.h"
@@ -26,6 +29,9 @@ struct MoonOptions {
 };
 
 struct MoonReport {
+    double latitude = 0;
+    double longitude = 0;
+    TimeZone zone = TimeZone::gmt();
     std::string date;
     SunCalculator::MoonDay day;
     std::vector<std::string> compatible;
@@ -33,52 +39,7 @@ struct MoonReport {
     double distanceKm = 0;
 };
 
-const char* eventName(SunCalculator::MoonEventKind kind) {
-    return kind == SunCalculator::MoonEventKind::rise ? "rise" : "set";
-}
-
-void printJson(const MoonReport& r, const TimeZone& zone) {
-    const auto iso = [&](const std::optional<Date>& t) { return t ? ordered_json(clockTime(*t, zone).iso) : nullptr; };
-    ordered_json j;
-    j["date"] = r.date;
-    j["rise"] = iso(r.day.rise());
-    j["set"] = iso(r.day.set());
-    j["compatible"] = r.compatible;
-    j["illumination"] = std::round(r.phase.illuminatedFraction * 1000.0) / 10.0;
-    j["phase"] = r.phase.name;
-    j["ageDays"] = std::round(r.phase.ageDays * 100.0) / 100.0;
-    j["distanceKm"] = std::round(r.distanceKm);
-    ordered_json events = ordered_json::array();
-    for (const auto& e : r.day.events) {
-        events.push_back({{"event", eventName(e.kind)}, {"time", clockTime(e.time, zone).iso}});
-    }
-    j["events"] = events;
-    j["upAllDay"] = r.day.events.empty() ? ordered_json(r.day.upAtStart) : ordered_json(nullptr);
-    std::cout << j.dump() << "\n";
-}
-
-void printText(const MoonReport& r, const MoonOptions& o, const TimeZone& zone) {
-    std::cout << fmt::format("The moon at {:.4f}, {:.4f} on {} ({})\n\n", o.latitude, o.longitude, r.date, zone.name());
-    for (const auto& e : r.day.events) {
-        const ClockTime t = clockTime(e.time, zone);
-        std::cout << fmt::format("  {:<10} {}  ({})\n", e.kind == SunCalculator::MoonEventKind::rise ? "Moonrise" : "Moonset",
-                                 t.clock, t.iso);
-    }
-    if (r.day.events.empty()) {
-        std::cout << (r.day.upAtStart ? "  The moon is up all day.\n" : "  The moon stays below the horizon all day.\n");
-    } else {
-        if (!r.day.rise()) std::cout << "  No moonrise on this day.\n";
-        if (!r.day.set()) std::cout << "  No moonset on this day.\n";
-    }
-    std::cout << fmt::format("  {:<10} {}, {:.1f}% lit, {:.1f} days since new moon\n", "Phase", r.phase.name,
-                             r.phase.illuminatedFraction * 100.0, r.phase.ageDays);
-    std::cout << fmt::format("  {:<10} {:.0f} km\n", "Distance", r.distanceKm);
-    std::string compatible;
-    for (const auto& text : r.compatible) compatible += (compatible.empty() ? "" : ", ") + text;
-    std::cout << "\nCompatible texts (as the application has always shown them): " << compatible << "\n";
-}
-
-void run(const MoonOptions& o) {
+MoonReport reportFrom(const MoonOptions& o) {
     std::optional<TimeZone> found = TimeZone::withName(o.timeZone);
     if (!found) warn("unknown time zone '" + o.timeZone + "'; using GMT");
     const TimeZone zone = found.value_or(TimeZone::gmt());
@@ -91,17 +52,61 @@ void run(const MoonOptions& o) {
     }
 
     MoonReport r;
+    r.latitude = o.latitude;
+    r.longitude = o.longitude;
+    r.zone = zone;
     r.date = fmt::format("{:04}-{:02}-{:02}", day.year, day.month, day.day);
     r.day = SunCalculator::moonRiseSetForDay(day.day, day.month, day.year, zone, o.latitude, o.longitude);
     SunCalculator calculator;
     r.compatible = calculator.moonriseSetTextsForDay(day.day, day.month, day.year, zone, o.latitude, o.longitude);
     r.phase = SunCalculator::moonPhaseForDay(day.day, day.month, day.year, zone);
     r.distanceKm = calculator.output_moon_angles()[5];
-    if (o.json) {
-        printJson(r, zone);
-    } else {
-        printText(r, o, zone);
+    return r;
+}
+
+const char* eventName(SunCalculator::MoonEventKind kind) {
+    return kind == SunCalculator::MoonEventKind::rise ? "rise" : "set";
+}
+
+std::string jsonText(const MoonReport& r) {
+    const auto iso = [&](const std::optional<Date>& t) { return t ? ordered_json(clockTime(*t, r.zone).iso) : nullptr; };
+    ordered_json j;
+    j["date"] = r.date;
+    j["rise"] = iso(r.day.rise());
+    j["set"] = iso(r.day.set());
+    j["compatible"] = r.compatible;
+    j["illumination"] = std::round(r.phase.illuminatedFraction * 1000.0) / 10.0;
+    j["phase"] = r.phase.name;
+    j["ageDays"] = std::round(r.phase.ageDays * 100.0) / 100.0;
+    j["distanceKm"] = std::round(r.distanceKm);
+    ordered_json events = ordered_json::array();
+    for (const auto& e : r.day.events) {
+        events.push_back({{"event", eventName(e.kind)}, {"time", clockTime(e.time, r.zone).iso}});
     }
+    j["events"] = events;
+    j["upAllDay"] = r.day.events.empty() ? ordered_json(r.day.upAtStart) : ordered_json(nullptr);
+    return dumpJson(j);
+}
+
+void writeText(std::ostream& out, const MoonReport& r) {
+    out << fmt::format("The moon at {:.4f}, {:.4f} on {} ({})\n\n", r.latitude, r.longitude, r.date, r.zone.name());
+    for (const auto& e : r.day.events) {
+        const ClockTime t = clockTime(e.time, r.zone);
+        out << fmt::format("  {:<10} {}  ({})\n", e.kind == SunCalculator::MoonEventKind::rise ? "Moonrise" : "Moonset",
+                           t.clock, t.iso);
+    }
+    if (r.day.events.empty()) {
+        out << (r.day.upAtStart ? "  The moon is up all day.\n" : "  The moon stays below the horizon all day.\n");
+    } else {
+        if (!r.day.rise()) out << "  No moonrise on this day.\n";
+        if (!r.day.set()) out << "  No moonset on this day.\n";
+    }
+    out << fmt::format("  {:<10} {}, {:.1f}% lit, {:.1f} days since new moon\n", "Phase", r.phase.name,
+                       r.phase.illuminatedFraction * 100.0, r.phase.ageDays);
+    out << fmt::format("  {:<10} {:.0f} km\n", "Distance", r.distanceKm);
+    std::string compatible;
+    for (const auto& text : r.compatible) compatible += (compatible.empty() ? "" : ", ") + text;
+    out << "\nCompatible texts (as the application has always shown them): " << compatible << "\n";
 }
 
 }  // namespace
@@ -118,7 +123,7 @@ void registerMoonCommand(CLI::App& app) {
                 "minute; illumination, age and distance are those at local noon, and a day in which a principal "
                 "phase falls carries its name. The compatible texts are the "
                 "application's historical moonrise/moonset display (hours times 100).");
-    cmd->callback([options] { run(*options); });
+    cmd->callback([options] { render(reportFrom(*options), options->json); });
 }
 
 }  // namespace tarvo::cli

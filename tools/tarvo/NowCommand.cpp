@@ -1,18 +1,20 @@
 // tarvo now: what a host app does once a minute: the current and next prayer, the
 // delegate's reports and the watch summary, for a place at a moment.
-#include <iostream>
+#include <array>
 #include <memory>
 #include <optional>
+#include <ostream>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "Options.h"
+#include "Output.h"
 #include "Place.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/facade/TarvoDAODelegate.h"
-#include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Clock.h"
 #include "tarvo/platform/DispatchQueue.h"
 #include "tarvo/prayers/Prayer.h"
@@ -44,79 +46,82 @@ public:
     std::vector<std::string> calls;
 };
 
-ordered_json prayerJson(const std::shared_ptr<Prayer>& prayer, const Place& place) {
-    if (!prayer) return nullptr;
-    const auto clock = TarvoDAO::getFormattedPrayerTimeForPrayer(prayer, false, false);
-    return {{"type", prayer->Type()},
-            {"name", prayer->PrayerName()},
-            {"time", prayer->PrayerTime() ? ordered_json(place.iso(*prayer->PrayerTime())) : ordered_json(nullptr)},
-            {"clock", clock ? ordered_json(*clock) : ordered_json(nullptr)}};
-}
-
-std::string prayerText(const std::shared_ptr<Prayer>& prayer) {
-    if (!prayer) return "none";
-    return prayer->PrayerName() + " " + TarvoDAO::getFormattedPrayerTimeForPrayer(prayer, false, false).value_or("(no time)");
-}
+struct PrayerMoment {
+    int64_t type = 0;
+    std::string name;
+    std::optional<std::string> time;   ///< ISO 8601 on the place's clock
+    std::optional<std::string> clock;  ///< as the apps write it
+};
 
 // The time left until the next prayer, in words and as a timer.
-ordered_json countdownJson(const std::shared_ptr<Prayer>& next, Date now) {
-    if (!next || !next->PrayerTime()) return nullptr;
+struct Countdown {
+    double seconds = 0;
+    std::string words;
+    std::string timer;
+};
+
+// The watch summary the facade hands out.
+struct Summary {
+    std::optional<PrayerMoment> focus;
+    int64_t state = 0;
+    bool isInPrayer = false;
+    std::optional<std::string> inPrayerEnds;
+    double totalSeconds = 0;
+    double secondsSinceCurrent = 0;
+    double secondsToNext = 0;
+    double percentElapsed = 0;
+    Color color;
+    std::array<std::string, 2> complication;
+    std::string refreshAt;
+    bool stale = false;
+};
+
+struct NowReport {
+    std::string now;
+    std::string description;
+    std::string timeZone;
+    std::optional<PrayerMoment> current;
+    std::optional<PrayerMoment> next;
+    std::optional<Countdown> countdown;
+    std::vector<std::string> delegateCalls;
+    std::optional<Summary> summary;
+};
+
+std::optional<PrayerMoment> momentOf(const std::shared_ptr<Prayer>& prayer, const Place& place) {
+    if (!prayer) return std::nullopt;
+    PrayerMoment m;
+    m.clock = TarvoDAO::getFormattedPrayerTimeForPrayer(prayer, false, false);
+    m.type = prayer->Type();
+    m.name = prayer->PrayerName();
+    if (prayer->PrayerTime()) m.time = place.iso(*prayer->PrayerTime());
+    return m;
+}
+
+std::optional<Countdown> countdownTo(const std::shared_ptr<Prayer>& next, Date now) {
+    if (!next || !next->PrayerTime()) return std::nullopt;
     const double seconds = next->PrayerTime()->timeIntervalSinceDate(now);
-    return {{"seconds", seconds},
-            {"words", TarvoDAO::getReadableTimeFromSeconds(seconds, true, false)},
-            {"timer", TarvoDAO::getTimerStyleTimeFromSeconds(seconds, true)}};
+    return Countdown{seconds, TarvoDAO::getReadableTimeFromSeconds(seconds, true, false),
+                     TarvoDAO::getTimerStyleTimeFromSeconds(seconds, true)};
 }
 
-ordered_json summaryJson(SmartPrayerInfo& info, const Place& place) {
-    const auto complication = info.getInfoForGraphicalComplication();
-    const Date refresh = info.getBestTimeToRefreshComplication();
-    const Color color = SmartPrayerInfo::colorForPrayerState(info.prayerState());
-    const auto ends = info.inPrayerEndingTime();
-    return {{"focus", prayerJson(info.prayerToFocus(), place)},
-            {"state", info.prayerState()},
-            {"isInPrayer", info.isInPrayer()},
-            {"inPrayerEnds", ends ? ordered_json(place.iso(*ends)) : ordered_json(nullptr)},
-            {"totalSeconds", info.totalTimeBetweenPrayers()},
-            {"secondsSinceCurrent", info.secondsSinceCurrentPrayer()},
-            {"secondsToNext", info.secondsToNextPrayer()},
-            {"percentElapsed", info.percentOfTimeElapsedBeforeNext()},
-            {"color", {color.red, color.green, color.blue, color.alpha}},
-            {"complication", {complication[0], complication[1]}},
-            {"refreshAt", place.iso(refresh)},
-            {"stale", info.isInfoStale()}};
+Summary summaryOf(SmartPrayerInfo& info, const Place& place) {
+    Summary s;
+    s.complication = info.getInfoForGraphicalComplication();
+    s.refreshAt = place.iso(info.getBestTimeToRefreshComplication());
+    s.color = SmartPrayerInfo::colorForPrayerState(info.prayerState());
+    if (const auto ends = info.inPrayerEndingTime()) s.inPrayerEnds = place.iso(*ends);
+    s.focus = momentOf(info.prayerToFocus(), place);
+    s.state = info.prayerState();
+    s.isInPrayer = info.isInPrayer();
+    s.totalSeconds = info.totalTimeBetweenPrayers();
+    s.secondsSinceCurrent = info.secondsSinceCurrentPrayer();
+    s.secondsToNext = info.secondsToNextPrayer();
+    s.percentElapsed = info.percentOfTimeElapsedBeforeNext();
+    s.stale = info.isInfoStale();
+    return s;
 }
 
-void printText(const ordered_json& summary, const TarvoDAO& facade, const RecordingDelegate& delegate,
-               const Place& place, Date now) {
-    std::cout << "Now:      " << place.iso(now) << " (" << printable(place.city->description()) << ", time zone "
-              << place.zone.name() << ")\n";
-    std::cout << "Current:  " << prayerText(facade.CurrentPrayer()) << "\n";
-    std::cout << "Next:     " << prayerText(facade.NextPrayer()) << "\n";
-    const ordered_json countdown = countdownJson(facade.NextPrayer(), now);
-    if (!countdown.is_null()) {
-        std::cout << "In:       " << countdown["words"].get<std::string>() << " (" << countdown["timer"].get<std::string>()
-                  << ")\n";
-    }
-    std::cout << "Delegate: " << (delegate.calls.empty() ? "no calls" : fmt::format("{}", fmt::join(delegate.calls, ", ")))
-              << "\n";
-    if (summary.is_null()) {
-        std::cout << "Summary:  none\n";
-        return;
-    }
-    const auto state = summary["state"].get<int64_t>();
-    std::cout << "Focus:    " << summary["focus"]["name"].get<std::string>() << "\n";
-    std::cout << "State:    " << state << " (" << (state >= 0 && state <= 5 ? kStateNames[state] : "unknown") << ")"
-              << (summary["isInPrayer"].get<bool>()
-                      ? ", in prayer until " + summary["inPrayerEnds"].get<std::string>()
-                      : std::string(", not in prayer"))
-              << "\n";
-    std::cout << "Watch:    " << summary["complication"][0].get<std::string>() << " / "
-              << summary["complication"][1].get<std::string>() << "\n";
-    std::cout << "Refresh:  " << summary["refreshAt"].get<std::string>()
-              << (summary["stale"].get<bool>() ? " (stale)" : "") << "\n";
-}
-
-void run(const CLI::App& cmd, const NowOptions& o) {
+NowReport reportFrom(const CLI::App& cmd, const NowOptions& o) {
     applyClockOption(o.clock, o.json);
     const Place place = resolvePlace(cmd, o.place);
     // The place's zone is the device's by now, so --at reads on the place's clock.
@@ -131,20 +136,79 @@ void run(const CLI::App& cmd, const NowOptions& o) {
     facade->determineCurrentAndNextPrayerTimeForCity(place.city, true);
     DispatchQueue::main().drain();
 
-    const auto info = facade->getLatestSmartInfoForCountdownToNextPrayer(o.countdown);
-    const ordered_json summary = info ? summaryJson(*info, place) : ordered_json(nullptr);
-    if (o.json) {
-        const ordered_json out{{"now", place.iso(now)},
-                               {"timeZone", place.zone.name()},
-                               {"current", prayerJson(facade->CurrentPrayer(), place)},
-                               {"next", prayerJson(facade->NextPrayer(), place)},
-                               {"countdown", countdownJson(facade->NextPrayer(), now)},
-                               {"delegateCalls", delegate->calls},
-                               {"summary", summary}};
-        std::cout << out.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << "\n";
-    } else {
-        printText(summary, *facade, *delegate, place, now);
+    NowReport r;
+    if (const auto info = facade->getLatestSmartInfoForCountdownToNextPrayer(o.countdown)) {
+        r.summary = summaryOf(*info, place);
     }
+    r.now = place.iso(now);
+    r.description = place.city->description();
+    r.timeZone = place.zone.name();
+    r.current = momentOf(facade->CurrentPrayer(), place);
+    r.next = momentOf(facade->NextPrayer(), place);
+    r.countdown = countdownTo(facade->NextPrayer(), now);
+    r.delegateCalls = delegate->calls;
+    return r;
+}
+
+ordered_json momentJson(const std::optional<PrayerMoment>& m) {
+    if (!m) return nullptr;
+    return {{"type", m->type},
+            {"name", m->name},
+            {"time", m->time ? ordered_json(*m->time) : ordered_json(nullptr)},
+            {"clock", m->clock ? ordered_json(*m->clock) : ordered_json(nullptr)}};
+}
+
+ordered_json summaryJson(const Summary& s) {
+    return {{"focus", momentJson(s.focus)},
+            {"state", s.state},
+            {"isInPrayer", s.isInPrayer},
+            {"inPrayerEnds", s.inPrayerEnds ? ordered_json(*s.inPrayerEnds) : ordered_json(nullptr)},
+            {"totalSeconds", s.totalSeconds},
+            {"secondsSinceCurrent", s.secondsSinceCurrent},
+            {"secondsToNext", s.secondsToNext},
+            {"percentElapsed", s.percentElapsed},
+            {"color", {s.color.red, s.color.green, s.color.blue, s.color.alpha}},
+            {"complication", {s.complication[0], s.complication[1]}},
+            {"refreshAt", s.refreshAt},
+            {"stale", s.stale}};
+}
+
+std::string jsonText(const NowReport& r) {
+    ordered_json countdown = nullptr;
+    if (r.countdown) {
+        countdown = {{"seconds", r.countdown->seconds}, {"words", r.countdown->words}, {"timer", r.countdown->timer}};
+    }
+    return dumpJson(ordered_json{{"now", r.now},
+                                 {"timeZone", r.timeZone},
+                                 {"current", momentJson(r.current)},
+                                 {"next", momentJson(r.next)},
+                                 {"countdown", countdown},
+                                 {"delegateCalls", r.delegateCalls},
+                                 {"summary", r.summary ? summaryJson(*r.summary) : ordered_json(nullptr)}});
+}
+
+std::string prayerText(const std::optional<PrayerMoment>& m) {
+    if (!m) return "none";
+    return m->name + " " + m->clock.value_or("(no time)");
+}
+
+void writeText(std::ostream& out, const NowReport& r) {
+    out << "Now:      " << r.now << " (" << printable(r.description) << ", time zone " << r.timeZone << ")\n";
+    out << "Current:  " << prayerText(r.current) << "\n";
+    out << "Next:     " << prayerText(r.next) << "\n";
+    if (r.countdown) out << "In:       " << r.countdown->words << " (" << r.countdown->timer << ")\n";
+    out << "Delegate: " << (r.delegateCalls.empty() ? "no calls" : fmt::format("{}", fmt::join(r.delegateCalls, ", ")))
+        << "\n";
+    if (!r.summary) {
+        out << "Summary:  none\n";
+        return;
+    }
+    const Summary& s = *r.summary;
+    out << "Focus:    " << (s.focus ? s.focus->name : "none") << "\n";
+    out << "State:    " << s.state << " (" << (s.state >= 0 && s.state <= 5 ? kStateNames[s.state] : "unknown") << ")"
+        << (s.isInPrayer ? ", in prayer until " + s.inPrayerEnds.value_or("") : std::string(", not in prayer")) << "\n";
+    out << "Watch:    " << s.complication[0] << " / " << s.complication[1] << "\n";
+    out << "Refresh:  " << s.refreshAt << (s.stale ? " (stale)" : "") << "\n";
 }
 
 }  // namespace
@@ -161,7 +225,7 @@ void registerNowCommand(CLI::App& app) {
     cmd->add_flag("--json", options->json, "Print one JSON object instead of text");
     cmd->footer("Give either --lat, --lon and --tz (all three), or --saved. ShowQiyam and the other settings in the "
                 "shared preferences (tarvo config) apply.");
-    cmd->callback([options, cmd] { run(*cmd, *options); });
+    cmd->callback([options, cmd] { render(reportFrom(*cmd, *options), options->json); });
 }
 
 }  // namespace tarvo::cli

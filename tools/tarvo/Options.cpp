@@ -1,16 +1,17 @@
-#include <algorithm>
+// The options and arguments the commands share, and the readers of their values.
+#include "Options.h"
+
 #include <chrono>
 #include <cmath>
 #include <vector>
 
 #include <fmt/format.h>
-#include <iostream>
 
-#include "Commands.h"
 #include "tarvo/calculation/CalculationMethod.h"
 #include "tarvo/calculation/PrayerCalculator.h"
-#include "tarvo/platform/CleanText.h"
 #include "tarvo/platform/Calendar.h"
+#include "tarvo/platform/DateFormatter.h"
+#include "tarvo/platform/Locale.h"
 
 namespace tarvo::cli {
 
@@ -89,6 +90,19 @@ void addClockOption(CLI::App& command, std::optional<int64_t>& clock) {
         ->check(CLI::IsMember({int64_t{12}, int64_t{24}}));
 }
 
+void applyClockOption(const std::optional<int64_t>& clock, bool machineOutput) {
+    if (machineOutput) {
+        // Scripts read the same text in every locale: ASCII digits, a 24-hour clock, English
+        // names. Set before the configuration is first loaded, which reads the locale.
+        Locale::setCurrentLocale("en_US_POSIX");
+        DateFormatter::setIs24HourClock(true);
+    } else if (clock) {
+        DateFormatter::setIs24HourClock(*clock == 24);
+    } else if (Locale::environmentLocale().identifier() == "en_US_POSIX") {
+        DateFormatter::setIs24HourClock(true);
+    }
+}
+
 DateComponents parseDate(std::string_view text, std::string_view option) {
     auto bad = [&]() {
         return UsageError(std::string(option) + ": '" + std::string(text) + "' is not a date of the form YYYY-MM-DD");
@@ -160,30 +174,5 @@ Date noonOf(const std::string& date, std::string_view option, const Calendar& ca
 Date momentOrNow(const std::string& at, std::string_view option) {
     return at.empty() ? Date::now() : parseMoment(at, option);
 }
-
-ClockTime clockTime(Date moment, const TimeZone& zone) {
-    const Date minute(std::round(moment.timeIntervalSince1970() / 60.0) * 60.0);
-    const DateComponents c = Calendar(zone).components(minute);
-    ClockTime t;
-    t.clock = fmt::format("{:02}:{:02}", c.hour, c.minute);
-    t.iso = isoText(minute, zone, false);
-    return t;
-}
-
-std::string isoText(Date moment, const TimeZone& zone, bool withSeconds) {
-    const DateComponents c = Calendar(zone).components(moment);
-    const std::string seconds = withSeconds ? fmt::format(":{:02}", c.second) : std::string();
-    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}{}{}", c.year, c.month, c.day, c.hour, c.minute, seconds,
-                       offsetText(zone.secondsFromGMT(moment)));
-}
-
-std::string offsetText(int64_t seconds) {
-    const int64_t minutes = (seconds < 0 ? -seconds : seconds) / 60;
-    return fmt::format("{}{:02}:{:02}", seconds < 0 ? '-' : '+', minutes / 60, minutes % 60);
-}
-
-std::string printable(std::string_view stored) { return text::withoutControls(stored); }
-
-void warn(const std::string& message) { std::cerr << "tarvo: warning: " << message << "\n"; }
 
 }  // namespace tarvo::cli

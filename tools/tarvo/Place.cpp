@@ -6,6 +6,9 @@
 
 #include <fmt/format.h>
 
+#include "HostDefaults.h"
+#include "OpenUserDatabase.h"
+#include "Output.h"
 #include "tarvo/cities/CityCalculatorSetup.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"

@@ -6,7 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "Commands.h"
+#include "Options.h"
 #include "tarvo/platform/Date.h"
 #include "tarvo/platform/TimeZone.h"
 
@@ -45,6 +45,21 @@ struct Place {
     /// Noon of a YYYY-MM-DD date on the place's clock (today when empty).
     Date noonOf(const std::string& date, std::string_view option) const;
 };
+
+/// The fields of a city the user gives on the command line.
+struct CityFields {
+    std::string name;
+    std::string country;
+    std::string state;
+    double latitude = 0;
+    double longitude = 0;
+    std::string timeZone;
+    CalculationOptions calculation;
+};
+/// A city with those fields (offset from the zone unless --gmt was given), filled silently:
+/// it describes a place the user named, not an edit of the automatic city, so nothing is
+/// mirrored into the automatic-city preferences.
+std::shared_ptr<TarvoCity> cityFromFields(const CityFields& fields);
 
 /// Adds --saved, --lat, --lon, --tz (described by `zoneHelp`), the calculation options,
 /// --city, --country and the custom angles.

@@ -1,12 +1,14 @@
 // tarvo sky: where the sun and the moon stand at a moment, seen from a place.
 #include <cmath>
-#include <iostream>
 #include <memory>
+#include <ostream>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "Options.h"
+#include "Output.h"
 #include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/platform/TimeZone.h"
 
@@ -23,6 +25,21 @@ struct SkyOptions {
     bool json = false;
 };
 
+struct Sky {
+    double latitude = 0;
+    double longitude = 0;
+    std::string at;  ///< the moment in ISO 8601, UTC
+    SunCalculator::Position sun;
+    SunCalculator::Position moon;
+};
+
+Sky skyFrom(const SkyOptions& o) {
+    const Date moment = momentOrNow(o.at, "--at");
+    return {o.latitude, o.longitude, clockTime(moment, TimeZone::gmt()).iso,
+            SunCalculator::sunPosition(moment, o.latitude, o.longitude),
+            SunCalculator::moonPosition(moment, o.latitude, o.longitude)};
+}
+
 ordered_json bodyJson(const SunCalculator::Position& p) {
     ordered_json j;
     j["altitude"] = p.altitude;
@@ -33,6 +50,14 @@ ordered_json bodyJson(const SunCalculator::Position& p) {
     return j;
 }
 
+std::string jsonText(const Sky& sky) {
+    ordered_json j;
+    j["at"] = sky.at;
+    j["sun"] = bodyJson(sky.sun);
+    j["moon"] = bodyJson(sky.moon);
+    return dumpJson(j);
+}
+
 // Right ascension as hours, minutes and seconds.
 std::string hms(double degrees) {
     const double seconds = std::round(degrees / 15.0 * 3600.0);
@@ -40,31 +65,18 @@ std::string hms(double degrees) {
     return fmt::format("{:02}h{:02}m{:02}s", total / 3600, total / 60 % 60, total % 60);
 }
 
-void printBody(const char* name, const SunCalculator::Position& p) {
-    std::cout << fmt::format("  {:<5} {:>9.3f}° {:>9.3f}°  {} ({:7.3f}°) {:>+9.3f}°\n", name, p.altitude, p.azimuth,
-                             hms(p.rightAscension), p.rightAscension, p.declination);
+std::string bodyLine(const char* name, const SunCalculator::Position& p) {
+    return fmt::format("  {:<5} {:>9.3f}° {:>9.3f}°  {} ({:7.3f}°) {:>+9.3f}°\n", name, p.altitude, p.azimuth,
+                       hms(p.rightAscension), p.rightAscension, p.declination);
 }
 
-void run(const SkyOptions& o) {
-    const Date moment = momentOrNow(o.at, "--at");
-    const auto sun = SunCalculator::sunPosition(moment, o.latitude, o.longitude);
-    const auto moon = SunCalculator::moonPosition(moment, o.latitude, o.longitude);
-    const std::string when = clockTime(moment, TimeZone::gmt()).iso;
-    if (o.json) {
-        ordered_json j;
-        j["at"] = when;
-        j["sun"] = bodyJson(sun);
-        j["moon"] = bodyJson(moon);
-        std::cout << j.dump() << "\n";
-        return;
-    }
-    std::cout << fmt::format("The sky at {:.4f}, {:.4f} on {} (UTC)\n\n", o.latitude, o.longitude, when);
-    std::cout << fmt::format("  {:<5} {:>10} {:>10}  {:<22} {:>10}\n", "", "altitude", "azimuth", "right ascension",
-                             "declination");
-    printBody("Sun", sun);
-    printBody("Moon", moon);
-    std::cout << "\nAltitude without refraction, seen from the place; azimuth from north through east; right\n"
-                 "ascension and declination apparent, of date, from the Earth's centre.\n";
+void writeText(std::ostream& out, const Sky& sky) {
+    out << fmt::format("The sky at {:.4f}, {:.4f} on {} (UTC)\n\n", sky.latitude, sky.longitude, sky.at);
+    out << fmt::format("  {:<5} {:>10} {:>10}  {:<22} {:>10}\n", "", "altitude", "azimuth", "right ascension",
+                       "declination");
+    out << bodyLine("Sun", sky.sun) << bodyLine("Moon", sky.moon);
+    out << "\nAltitude without refraction, seen from the place; azimuth from north through east; right\n"
+           "ascension and declination apparent, of date, from the Earth's centre.\n";
 }
 
 }  // namespace
@@ -76,7 +88,7 @@ void registerSkyCommand(CLI::App& app) {
     addLongitudeOption(*cmd, options->longitude, true);
     cmd->add_option("--at", options->at, "Moment as YYYY-MM-DDTHH:MM in the device's zone (TZ) (default: now)");
     cmd->add_flag("--json", options->json, "Print one JSON object instead of text");
-    cmd->callback([options] { run(*options); });
+    cmd->callback([options] { render(skyFrom(*options), options->json); });
 }
 
 }  // namespace tarvo::cli

@@ -1,17 +1,20 @@
 // tarvo times: one day's prayer times for a place.
 #include <cmath>
-#include <iostream>
 #include <memory>
+#include <optional>
+#include <ostream>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "CityJson.h"
 #include "Commands.h"
+#include "Options.h"
+#include "Output.h"
 #include "Place.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/cities/CityCalculatorSetup.h"
 #include "tarvo/cities/TarvoCity.h"
-#include "tarvo/cities/UserDatabase.h"
 #include "tarvo/platform/Calendar.h"
 
 namespace tarvo::cli {
@@ -26,47 +29,24 @@ struct TimesOptions {
     bool json = false;
 };
 
-std::string jsonNumber(double value) {
-    // 17 significant digits: the exact double, for scripts that compare raw values.
-    return std::isfinite(value) ? fmt::format("{:.17g}", value) : "null";
-}
+// One day's times for a place, with the settings they were calculated by.
+struct DayTimes {
+    std::string date;
+    std::string place;     ///< "City, Country"
+    std::string timeZone;  ///< the city's zone name
+    int64_t utcOffset = 0;  ///< seconds, the offset the times are written on
+    std::vector<double> hours;
+    std::vector<std::string> text;
+    std::vector<std::string> names;
+    bool fixedTimings = false;
+    bool dubai = false;
+    int64_t method = 0;
+    int64_t asr = 0;
+    int64_t highLatitude = 0;
+    std::optional<nlohmann::ordered_json> savedCity;  ///< the city, with --saved
+};
 
-void printJson(const std::string& date, const std::vector<double>& hours, const std::vector<std::string>& text,
-               const PrayerCalculator& calculator, Date moment, const TarvoCity* city) {
-    // The offset the day's times are written on (tomorrow's entries may differ on the night
-    // the clocks change).
-    const auto offset = static_cast<int64_t>(std::llround(calculator.getTimeZoneOffset(moment) * 3600.0));
-    std::string out = "{\"date\":" + nlohmann::json(date).dump() + ",\"utcOffset\":\"" + offsetText(offset) + "\",\"hours\":[";
-    for (size_t i = 0; i < hours.size(); ++i) out += (i ? "," : "") + jsonNumber(hours[i]);
-    out += "],\"text\":" + nlohmann::json(text).dump();
-    out += ",\"names\":" + nlohmann::json(calculator.getTimeNames()).dump();
-    out += ",\"fixedTimings\":" + std::string(calculator.isUsingFixedTimings() ? "true" : "false");
-    out += fmt::format(",\"method\":{},\"asr\":{},\"highlat\":{}", calculator.calcMethod(),
-                       calculator.asrJuristic(), calculator.adjustHighLats());
-    if (city) out += ",\"city\":" + cityJson(*city).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-    std::cout << out << "}\n";
-}
-
-void printText(const std::string& date, const TarvoCity& city, const std::vector<std::string>& text,
-               const PrayerCalculator& calculator) {
-    std::string place = city.cityName().value_or("");
-    if (city.countryName() && !city.countryName()->empty()) place += ", " + *city.countryName();
-    std::cout << "Prayer times for " << printable(place) << " on " << date << " (" << printable(city.TimeZone().value_or("")) << ")\n";
-    std::cout << "Method: " << PrayerCalculator::getPrayerMethodNameFromNumber(calculator.calcMethod())
-              << "; Asr: " << PrayerCalculator::getAsrMethodFromNumber(calculator.asrJuristic())
-              << "; high latitudes: " << PrayerCalculator::getAdjustHighLatNameFromNumber(calculator.adjustHighLats())
-              << "\n\n";
-    const auto& names = calculator.getTimeNames();
-    for (size_t i = 0; i < names.size() && i < text.size(); ++i) {
-        std::cout << fmt::format("  {:<16} {}\n", names[i], text[i]);
-    }
-    if (calculator.isUsingFixedTimings()) {
-        std::cout << "\nTimes from the official " << (calculator.isDubai() ? "Dubai" : "Kuala Lumpur")
-                  << " timetable where it covers the date.\n";
-    }
-}
-
-void run(const CLI::App& cmd, const TimesOptions& o) {
+DayTimes timesFrom(const CLI::App& cmd, const TimesOptions& o) {
     const std::shared_ptr<TarvoCity> city = placeCity(cmd, o.place);
     const std::optional<std::string> zoneName = city->TimeZone();
     if (!TimeZone::withName(zoneName.value_or(""))) warn("unknown time zone '" + zoneName.value_or("") + "'; using GMT");
@@ -75,7 +55,6 @@ void run(const CLI::App& cmd, const TimesOptions& o) {
     const Calendar device;
     const Date moment = noonOf(o.date, "--date", device);
     const DateComponents noon = device.components(moment);
-    const std::string dateText = fmt::format("{:04}-{:02}-{:02}", noon.year, noon.month, noon.day);
 
     PrayerCalculator calculator;
     configureCalculatorFromCity(calculator, *city);
@@ -83,13 +62,55 @@ void run(const CLI::App& cmd, const TimesOptions& o) {
     const std::string format = o.clock ? std::to_string(*o.clock) : o.format;
     calculator.setTimeFormat(format == "12" ? 1 : format == "12ns" ? 2 : 0);
 
-    const std::vector<double> hours = calculator.getDatePrayerTimesAsDoubles(
-        moment, city->cityName(), city->countryName(), city->latitude(), city->longitude(), zoneName);
-    const std::vector<std::string> text = calculator.adjustTimesFormat(hours);
-    if (o.json) {
-        printJson(dateText, hours, text, calculator, moment, o.place.saved ? city.get() : nullptr);
-    } else {
-        printText(dateText, *city, text, calculator);
+    DayTimes t;
+    t.date = fmt::format("{:04}-{:02}-{:02}", noon.year, noon.month, noon.day);
+    t.hours = calculator.getDatePrayerTimesAsDoubles(moment, city->cityName(), city->countryName(), city->latitude(),
+                                                     city->longitude(), zoneName);
+    t.text = calculator.adjustTimesFormat(t.hours);
+    t.place = city->cityName().value_or("");
+    if (city->countryName() && !city->countryName()->empty()) t.place += ", " + *city->countryName();
+    t.timeZone = city->TimeZone().value_or("");
+    // The offset the day's times are written on (tomorrow's entries may differ on the night
+    // the clocks change).
+    t.utcOffset = static_cast<int64_t>(std::llround(calculator.getTimeZoneOffset(moment) * 3600.0));
+    t.names = calculator.getTimeNames();
+    t.fixedTimings = calculator.isUsingFixedTimings();
+    t.dubai = calculator.isDubai();
+    t.method = calculator.calcMethod();
+    t.asr = calculator.asrJuristic();
+    t.highLatitude = calculator.adjustHighLats();
+    if (o.place.saved) t.savedCity = cityJson(*city);
+    return t;
+}
+
+std::string jsonNumber(double value) {
+    // 17 significant digits: the exact double, for scripts that compare raw values.
+    return std::isfinite(value) ? fmt::format("{:.17g}", value) : "null";
+}
+
+std::string jsonText(const DayTimes& t) {
+    std::string out = "{\"date\":" + nlohmann::json(t.date).dump() + ",\"utcOffset\":\"" + offsetText(t.utcOffset) +
+                      "\",\"hours\":[";
+    for (size_t i = 0; i < t.hours.size(); ++i) out += (i ? "," : "") + jsonNumber(t.hours[i]);
+    out += "],\"text\":" + nlohmann::json(t.text).dump();
+    out += ",\"names\":" + nlohmann::json(t.names).dump();
+    out += ",\"fixedTimings\":" + std::string(t.fixedTimings ? "true" : "false");
+    out += fmt::format(",\"method\":{},\"asr\":{},\"highlat\":{}", t.method, t.asr, t.highLatitude);
+    if (t.savedCity) out += ",\"city\":" + dumpJson(*t.savedCity);
+    return out + "}";
+}
+
+void writeText(std::ostream& out, const DayTimes& t) {
+    out << "Prayer times for " << printable(t.place) << " on " << t.date << " (" << printable(t.timeZone) << ")\n";
+    out << "Method: " << PrayerCalculator::getPrayerMethodNameFromNumber(t.method)
+        << "; Asr: " << PrayerCalculator::getAsrMethodFromNumber(t.asr)
+        << "; high latitudes: " << PrayerCalculator::getAdjustHighLatNameFromNumber(t.highLatitude) << "\n\n";
+    for (size_t i = 0; i < t.names.size() && i < t.text.size(); ++i) {
+        out << fmt::format("  {:<16} {}\n", t.names[i], t.text[i]);
+    }
+    if (t.fixedTimings) {
+        out << "\nTimes from the official " << (t.dubai ? "Dubai" : "Kuala Lumpur")
+            << " timetable where it covers the date.\n";
     }
 }
 
@@ -106,7 +127,7 @@ void registerTimesCommand(CLI::App& app) {
         ->excludes("--clock");
     cmd->add_flag("--json", options->json, "Print one JSON object instead of text");
     cmd->footer("Give either --lat, --lon and --tz (all three), or --saved.");
-    cmd->callback([options, cmd] { run(*cmd, *options); });
+    cmd->callback([options, cmd] { render(timesFrom(*cmd, *options), options->json); });
 }
 
 }  // namespace tarvo::cli

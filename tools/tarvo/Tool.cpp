@@ -14,6 +14,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Commands.h"
+#include "UsageError.h"
 #include "tarvo/Version.h"
 #include "tarvo/platform/Log.h"
 

@@ -2,11 +2,13 @@
 
 #include <cstdint>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// Direction of the Kaaba and great-circle distances. Distances are central angles in
 /// minutes of arc, that is nautical miles, or statute miles with the miles flag.
-class QiblaCalculator {
+class TARVO_EXPORT QiblaCalculator {
 public:
     /// Bearing of the Kaaba from the position, whole degrees clockwise from true north (0-359).
     static int64_t getQiblaDirection(double latitude, double longitude);

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "tarvo/Export.h"
 #include "tarvo/platform/Date.h"
 #include "tarvo/platform/TimeZone.h"
 
@@ -23,7 +24,7 @@ namespace tarvo {
 ///
 /// Angles are decimal degrees, north and east positive; azimuths run from north through east.
 /// Every operation answers a number (NaN where there is none), never throws.
-class SunCalculator {
+class TARVO_EXPORT SunCalculator {
 public:
     /// A body's place at a moment seen from a site. Right ascension, declination and the
     /// ecliptic coordinates are geocentric and apparent (of date); altitude and azimuth are

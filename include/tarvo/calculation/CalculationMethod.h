@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// One named calculation method of the engine: its number, names, the six parameters the
@@ -17,7 +19,7 @@ namespace tarvo {
 /// The catalogue (`all`) is the one table behind the calculator's method table, the method
 /// names and the tool's listing. Numbers 1-7 are the product's original methods; named
 /// methods of other authorities follow from 8. Number 0 (automatic) is not a row.
-class CalculationMethod {
+class TARVO_EXPORT CalculationMethod {
 public:
     /// Which night the middle of the night is taken of.
     enum class Midnight {

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tarvo/Export.h"
 #include "tarvo/calculation/TimetableCsvParser.h"
 
 namespace tarvo {
@@ -15,7 +16,7 @@ namespace tarvo {
 /// A fixed day-by-day official timetable covering a range of dates, looked up by the
 /// exact day key. Starts with the rows compiled into the library; a host may replace
 /// them at start-up from a CSV file of the same format.
-class FixedTimetable {
+class TARVO_EXPORT FixedTimetable {
 public:
     /// Rows as the build compiles them in, sorted by key.
     struct CompiledData {

@@ -2,12 +2,13 @@
 
 #include <array>
 
+#include "tarvo/Export.h"
 #include "tarvo/calculation/FixedTimetable.h"
 
 namespace tarvo {
 
 /// The official Kuala Lumpur prayer timetable, compiled in from data/timetables.
-class KLFixedTimes {
+class TARVO_EXPORT KLFixedTimes {
 public:
     /// Fajr, sunrise, Dhuhr, Asr, Maghrib and Isha (local fractional hours) of the day whose
     /// key is exactly `epoch` (seconds to 00:00 UTC of the date), or six -1 values.

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tarvo/Export.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Date.h"
 #include "tarvo/platform/TimeZone.h"
@@ -24,7 +25,7 @@ namespace tarvo {
 ///
 /// Times are local clock hours as doubles (6.5 = 06:30), not wrapped into 0-24; NaN marks
 /// a time that cannot be computed.
-class PrayerCalculator {
+class TARVO_EXPORT PrayerCalculator {
 public:
     /// Indices of the ten entries of a day.
     enum Entry : size_t {

@@ -7,12 +7,13 @@
 #include <vector>
 
 #include "tarvo/platform/Result.h"
+#include "tarvo/Export.h"
 
 namespace tarvo {
 
 /// One day of an official timetable: the day's key (seconds from 1970-01-01 to 00:00 UTC
 /// of the date) and Fajr, sunrise, Dhuhr, Asr, Maghrib and Isha in local fractional hours.
-struct TimetableRow {
+struct TARVO_EXPORT TimetableRow {
     double key = 0.0;
     std::array<double, 6> times{};
 };
@@ -23,7 +24,7 @@ struct TimetableRow {
 ///
 /// Used both when the build compiles the shipped tables in and when a host replaces a
 /// table at start-up, so the two accept exactly the same files.
-class TimetableCsvParser {
+class TARVO_EXPORT TimetableCsvParser {
 public:
     /// Rows must fall between the two day keys (inclusive).
     TimetableCsvParser(double firstKey, double lastKey);

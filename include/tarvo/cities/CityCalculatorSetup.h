@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tarvo/Export.h"
 #include "tarvo/platform/Date.h"
 #include "tarvo/platform/TimeZone.h"
 
@@ -18,12 +19,12 @@ class TarvoCity;
 ///
 /// The place's time zone, name and country are not set here: they are arguments of the
 /// calculator's day computation.
-void configureCalculatorFromCity(PrayerCalculator& calculator, const TarvoCity& city);
+TARVO_EXPORT void configureCalculatorFromCity(PrayerCalculator& calculator, const TarvoCity& city);
 
 /// The clock the city's prayer times are written on at `date`: its zone (GMT when the zone
 /// is unknown) when the city follows it, else a fixed-offset zone at the offset the city's
 /// own settings give (a fixed offset from GMT, summer time forced on or off), so that a
 /// moment shown on it reads as the timetable does.
-TimeZone clockOfCity(const TarvoCity& city, Date date);
+TARVO_EXPORT TimeZone clockOfCity(const TarvoCity& city, Date date);
 
 }  // namespace tarvo

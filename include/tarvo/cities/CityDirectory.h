@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tarvo/platform/Result.h"
+#include "tarvo/Export.h"
 #include "tarvo/platform/SqliteDatabase.h"
 
 namespace tarvo {
@@ -27,7 +28,7 @@ class TarvoCity;
 ///   4. the installed file, <prefix>/share/tarvo/cities.sqlite, found relative to the
 ///      installed library and then at the prefix the build was configured with;
 ///   5. the file of the build tree the library was built in.
-class CityDirectory {
+class TARVO_EXPORT CityDirectory {
 public:
     static constexpr std::string_view kFileName = "cities.sqlite";
     static constexpr const char* kEnvironmentVariable = "TARVO_DIRECTORY";

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "tarvo/platform/Result.h"
+#include "tarvo/Export.h"
 
 namespace tarvo {
 
@@ -13,7 +14,7 @@ namespace tarvo {
 /// reverseGeocode blocks until it has an answer (callers run it on a background queue) and
 /// may be called from several threads at once. It never throws: a failure is an answer
 /// holding the Error.
-class Geocoder {
+class TARVO_EXPORT Geocoder {
 public:
     /// One named place, as the location update reads it.
     struct Place {

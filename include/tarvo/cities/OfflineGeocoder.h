@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "tarvo/Export.h"
 #include "tarvo/cities/Geocoder.h"
 
 namespace tarvo {
@@ -11,7 +12,7 @@ class SqliteDatabase;
 
 /// The geocoder that needs no network: the nearest city of the directory within 100 km, as
 /// one place (locality = city, administrative area = its state, country), else no places.
-class OfflineGeocoder : public Geocoder {
+class TARVO_EXPORT OfflineGeocoder : public Geocoder {
 public:
     /// How far a directory city may be from the position and still name it, in km.
     static constexpr double kThresholdKm = 100.0;

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tarvo/Export.h"
 #include "tarvo/configuration/SettingDescription.h"
 
 #include "tarvo/platform/Date.h"
@@ -31,7 +32,7 @@ class SqliteDatabase;
 ///
 /// A city is not locked and belongs to one thread at a time. The database operations (saved
 /// cities, schema upgrades, directory, cache) are class-wide and serialise on syncObj().
-class TarvoCity {
+class TARVO_EXPORT TarvoCity {
 public:
     /// Class name carried by archives of a city.
     static constexpr std::string_view kArchiveClassName = "TarvoCity";

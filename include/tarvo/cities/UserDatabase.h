@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tarvo/platform/Result.h"
+#include "tarvo/Export.h"
 #include "tarvo/platform/SqliteDatabase.h"
 
 namespace tarvo {
@@ -29,7 +30,7 @@ class TarvoCity;
 /// city is saved; addCity() and selectCity() are the host's way to keep exactly one city
 /// selected. The host operations below tell a failure from an empty answer: a failure is an
 /// Error saying why, with nothing changed.
-class UserDatabase {
+class TARVO_EXPORT UserDatabase {
 public:
     /// The layout the upgrades lead to.
     static constexpr int64_t kSchemaVersion = 3;

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "tarvo/Export.h"
 #include "tarvo/cities/Geocoder.h"
 
 namespace tarvo {
@@ -22,7 +23,7 @@ namespace tarvo {
 /// https:// addresses are verified against the system's certificates; plain http:// is
 /// accepted for a service on the local network. A malformed, oversized or unexpected answer
 /// is an error, never a crash.
-class WebGeocoder : public Geocoder {
+class TARVO_EXPORT WebGeocoder : public Geocoder {
 public:
     static constexpr std::string_view kURLPreferenceKey = "WebGeocoderURL";
     static constexpr const char* kURLEnvironmentVariable = "TARVO_GEOCODER_URL";

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tarvo/Export.h"
 #include "tarvo/configuration/SettingDescription.h"
 
 namespace tarvo {
@@ -24,7 +25,7 @@ class KeyedUnarchiver;
 ///
 /// The object may be read from any thread; loading, saving and decoding rely on the store's
 /// own locking.
-class PrayerConfiguration {
+class TARVO_EXPORT PrayerConfiguration {
 public:
     /// Class name carried by archives of a configuration.
     static constexpr std::string_view kArchiveClassName = "PrayerConfiguration";

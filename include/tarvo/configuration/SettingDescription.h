@@ -7,12 +7,14 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// A preference the library reads from the shared preferences: its key, the type it is
 /// read as, the values that make sense and what it means, so that a host (or `tarvo config`)
 /// can show it, check a value a person typed and store it the way the library reads it.
-struct SettingDescription {
+struct TARVO_EXPORT SettingDescription {
     enum class Type { boolean, integer, number };
 
     std::string_view key;

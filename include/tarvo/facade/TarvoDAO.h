@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tarvo/Export.h"
 #include "tarvo/platform/AttributedString.h"
 #include "tarvo/platform/Color.h"
 #include "tarvo/platform/Date.h"
@@ -35,7 +36,7 @@ class TarvoDAODelegate;
 /// timetable and current/next operations serialise on globalStateLockObject(), so readers
 /// never see half a day. Failures never throw: they answer nil, an empty list or ten
 /// time-less records, and log.
-class TarvoDAO : public std::enable_shared_from_this<TarvoDAO> {
+class TARVO_EXPORT TarvoDAO : public std::enable_shared_from_this<TarvoDAO> {
 public:
     using DayList = std::vector<std::shared_ptr<Prayer>>;
 

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// Receives the facade's change reports (held weakly by the facade).
-class TarvoDAODelegate {
+class TARVO_EXPORT TarvoDAODelegate {
 public:
     virtual ~TarvoDAODelegate() = default;
     /// The current prayer's type differs from the previous check's. Called on the thread that

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "tarvo/Export.h"
 #include "tarvo/platform/Color.h"
 #include "tarvo/platform/Font.h"
 
@@ -15,7 +16,7 @@ namespace tarvo {
 enum class TextAlignment : int64_t { Left = 0, Center = 1, Right = 2, Justified = 3, Natural = 4 };
 
 /// The paragraph settings a text carries; only the alignment is used by the library.
-struct ParagraphStyle {
+struct TARVO_EXPORT ParagraphStyle {
     int64_t alignment = static_cast<int64_t>(TextAlignment::Natural);
 
     /// The platform's default style (natural alignment).
@@ -25,7 +26,7 @@ struct ParagraphStyle {
 
 /// UTF-8 text with font, colour and paragraph style laid over byte ranges of it. A later
 /// attribute replaces an earlier one of the same kind where their ranges overlap.
-class AttributedString {
+class TARVO_EXPORT AttributedString {
 public:
     /// The attributes in force over a stretch of text (nothing: not set there).
     struct Attributes {

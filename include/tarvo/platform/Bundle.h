@@ -5,13 +5,15 @@
 #include <string>
 #include <string_view>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// The host application's localised strings and resources.
 ///
 /// A host registers string tables (JSON objects from English key to translation) and a
 /// resource folder. Without a table, or when a key is missing, the key itself is the text.
-class Bundle {
+class TARVO_EXPORT Bundle {
 public:
     /// The process-wide bundle.
     static Bundle& main();

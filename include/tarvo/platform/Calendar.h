@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "tarvo/Export.h"
 #include "tarvo/platform/Date.h"
 #include "tarvo/platform/DateComponents.h"
 #include "tarvo/platform/TimeZone.h"
@@ -10,7 +11,7 @@ namespace tarvo {
 
 /// The (proleptic) Gregorian calendar in one time zone: splits moments into date
 /// components and back, and adds days keeping the wall-clock time.
-class Calendar {
+class TARVO_EXPORT Calendar {
 public:
     /// A Gregorian calendar in the device's zone.
     Calendar();

@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "tarvo/Export.h"
 #include "tarvo/platform/Date.h"
 
 namespace tarvo {
@@ -11,7 +12,7 @@ namespace tarvo {
 /// With no source installed, now() reads the system clock. A host (or a test) may install a
 /// fixed moment or a function; every reading of the clock in the library then answers from
 /// it, until it is removed. Installing and reading are safe from several threads.
-class Clock {
+class TARVO_EXPORT Clock {
 public:
     using Source = std::function<Date()>;
 

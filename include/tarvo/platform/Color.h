@@ -1,9 +1,11 @@
 #pragma once
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// An RGBA colour, each component a fraction from 0 to 1.
-struct Color {
+struct TARVO_EXPORT Color {
     double red = 0.0;
     double green = 0.0;
     double blue = 0.0;

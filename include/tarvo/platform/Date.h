@@ -3,10 +3,12 @@
 #include <compare>
 #include <string>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// A moment in time: seconds since 1970-01-01 00:00:00 UTC, as a double.
-class Date {
+class TARVO_EXPORT Date {
 public:
     constexpr Date() = default;
     constexpr explicit Date(double secondsSince1970) : seconds_(secondsSince1970) {}

@@ -2,10 +2,12 @@
 
 #include <cstdint>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// Calendar fields of a moment, as a Gregorian calendar in some zone sees it.
-struct DateComponents {
+struct TARVO_EXPORT DateComponents {
     int64_t year = 0;
     int64_t month = 0;   ///< 1 to 12
     int64_t day = 0;     ///< 1 to 31

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "tarvo/Export.h"
 #include "tarvo/platform/Date.h"
 #include "tarvo/platform/Locale.h"
 #include "tarvo/platform/TimeZone.h"
@@ -16,7 +17,7 @@ namespace tarvo {
 ///
 /// Unless a zone is set, each use follows the device's zone at that moment. A formatter
 /// belongs to one thread at a time; getThreadSafeNSDateFormatter gives each thread its own.
-class DateFormatter {
+class TARVO_EXPORT DateFormatter {
 public:
     /// Styles as the platform numbers them.
     enum Style : int64_t { NoStyle = 0, ShortStyle = 1, MediumStyle = 2, LongStyle = 3, FullStyle = 4 };

@@ -5,6 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// Queues of work, standing in for the platform's dispatch queues.
@@ -15,7 +17,7 @@ namespace tarvo {
 /// startOwnThread. Other serial queues (the facade's database queue) run on a thread of their
 /// own from the first block on. The background queue is a small pool of threads that runs
 /// blocks concurrently.
-class DispatchQueue {
+class TARVO_EXPORT DispatchQueue {
 public:
     using Block = std::function<void()>;
 
@@ -60,11 +62,11 @@ private:
 
 /// The shared utilities' queue helpers.
 /// Runs the block later on the main queue.
-void runAsyncOnMainQueue(DispatchQueue::Block block);
+TARVO_EXPORT void runAsyncOnMainQueue(DispatchQueue::Block block);
 /// Runs the block at once when called on the main queue, else later on it (so a caller on
 /// the main queue never waits on itself).
-void runAsyncOnMainQueueWithoutDeadlocking(DispatchQueue::Block block);
+TARVO_EXPORT void runAsyncOnMainQueueWithoutDeadlocking(DispatchQueue::Block block);
 /// Runs the block on the background pool.
-void runAsyncInBackgroundQueue(DispatchQueue::Block block);
+TARVO_EXPORT void runAsyncInBackgroundQueue(DispatchQueue::Block block);
 
 }  // namespace tarvo

@@ -2,11 +2,13 @@
 
 #include <string>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// A typeface by name and size in points. The system font has no name of its own: it is
 /// written as kSystemFontName or kBoldSystemFontName, for the host to map to its own.
-struct Font {
+struct TARVO_EXPORT Font {
     static constexpr const char* kSystemFontName = ".SystemFont";
     static constexpr const char* kBoldSystemFontName = ".SystemFont-Bold";
 

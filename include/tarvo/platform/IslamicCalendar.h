@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "tarvo/Export.h"
 #include "tarvo/platform/Date.h"
 #include "tarvo/platform/DateComponents.h"
 #include "tarvo/platform/TimeZone.h"
@@ -16,7 +17,7 @@ namespace tarvo {
 /// dates; the civil calendar is the one stored corrections were made against.
 ///
 /// One calendar may be shared by several threads: each call holds the calendar's own lock.
-class IslamicCalendar {
+class TARVO_EXPORT IslamicCalendar {
 public:
     /// A calendar in the device's zone.
     IslamicCalendar();
@@ -42,6 +43,6 @@ private:
 };
 
 /// Whether the date falls in Ramadan (Hijri month 9) once moved by `correction` days.
-bool isDateInRamdan(Date date, const IslamicCalendar& islamicCalendar, int64_t correction);
+TARVO_EXPORT bool isDateInRamdan(Date date, const IslamicCalendar& islamicCalendar, int64_t correction);
 
 }  // namespace tarvo

@@ -7,10 +7,12 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// Keyed archiving: values by key plus the archived class's name, stored as CBOR.
-class KeyedArchiver {
+class TARVO_EXPORT KeyedArchiver {
 public:
     using Value = nlohmann::json;
 

@@ -9,10 +9,12 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// Secure decoding of a KeyedArchiver archive.
-class KeyedUnarchiver {
+class TARVO_EXPORT KeyedUnarchiver {
 public:
     using Value = nlohmann::json;
 

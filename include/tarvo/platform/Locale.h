@@ -3,6 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// A locale by its ICU identifier ("ar_SA", "en_UK", "ar_SA@numbers=arab"), and the
@@ -12,7 +14,7 @@ namespace tarvo {
 /// (LC_ALL, else LC_MESSAGES, else LANG) but turns a keyword modifier such as
 /// "@numbers=arab" into a meaningless variant; on first use the keywords the environment
 /// names are put back, so LANG=ar@numbers=arab gives "ar@numbers=arab".
-class Locale {
+class TARVO_EXPORT Locale {
 public:
     /// The locale with this identifier; an identifier ICU cannot read gives the root
     /// locale (identifier and language empty), with a logged error.

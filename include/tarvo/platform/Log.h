@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// Levelled, asynchronous logging of the library (spdlog behind it), each line carrying
@@ -12,7 +14,7 @@ namespace tarvo {
 ///
 /// The threshold comes from the environment variable TARVO_LOG_LEVEL (verbose, debug,
 /// info, error or off); it defaults to error so that a normal run prints no log noise.
-class Log {
+class TARVO_EXPORT Log {
 public:
     enum class Level { verbose = 0, debug = 1, info = 2, error = 3, off = 4 };
 

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// Named notifications: a poster sends a name with an optional object; observers of that
@@ -14,7 +16,7 @@ namespace tarvo {
 ///
 /// Observers are added and removed from any thread. An observer removed while a post is
 /// running on another thread may still receive that one post.
-class NotificationCenter {
+class TARVO_EXPORT NotificationCenter {
 public:
     using Callback = std::function<void(const std::string& name, const std::any& object)>;
     /// Identifies one observer for removal; 0 is never handed out.

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "tarvo/Export.h"
 #include "tarvo/platform/Locale.h"
 
 namespace tarvo {
@@ -14,7 +15,7 @@ namespace tarvo {
 ///
 /// A formatter belongs to one thread at a time; getThreadSafeNSNumberFormatter gives each
 /// thread its own, which callers copy before changing its locale or padding.
-class NumberFormatter {
+class TARVO_EXPORT NumberFormatter {
 public:
     /// Where padding goes, as the platform numbers it.
     enum PadPosition : int64_t { BeforePrefix = 0, AfterPrefix = 1, BeforeSuffix = 2, AfterSuffix = 3 };

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "tarvo/Export.h"
+
 struct sqlite3;
 
 namespace tarvo {
@@ -16,7 +18,7 @@ namespace tarvo {
 /// Opening never damages an existing file: a file that is not an SQLite database, or that
 /// is read-only when writing was asked for, is refused with a clear error text and left
 /// exactly as it was.
-class SqliteDatabase {
+class TARVO_EXPORT SqliteDatabase {
 public:
     /// Open flags, the same bits as SQLite's SQLITE_OPEN_* constants.
     static constexpr int kOpenReadOnly = 0x00000001;

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "tarvo/Export.h"
+
 struct sqlite3_stmt;
 
 namespace tarvo {
@@ -16,7 +18,7 @@ class SqliteDatabase;
 /// answers SQLITE_MISUSE to everything. Meant to be prepared once, then bound, stepped and
 /// reset many times. Parameter and column indexes follow SQLite: parameters count from 1,
 /// columns from 0. Result codes are SQLite's own.
-class SqliteStatement {
+class TARVO_EXPORT SqliteStatement {
 public:
     /// An empty statement (prepare it later).
     SqliteStatement() = default;

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "tarvo/Export.h"
 #include "tarvo/platform/Date.h"
 
 namespace tarvo {
@@ -17,7 +18,7 @@ namespace tarvo {
 /// Zones are read once per name and the immutable zone data is shared, so a TimeZone is
 /// cheap to copy and safe to use from several threads. Each zone keeps the table of its
 /// transitions: an offset is found by bisection.
-class TimeZone {
+class TARVO_EXPORT TimeZone {
 public:
     /// The zone with this identifier ("Europe/London", "GMT", "UTC", "Etc/GMT-3"),
     /// or nothing when no such zone is known.

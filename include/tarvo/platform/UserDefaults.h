@@ -10,6 +10,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// A preferences store: typed values by string key, one SQLite file per suite in the data
@@ -21,7 +23,7 @@ namespace tarvo {
 /// numeric text ("4" reads as 4; "YES", "true", "1" read as true); an absent key reads as
 /// 0, false or nothing. Values registered with registerDefaults answer for absent keys, are
 /// never written to the file, and yield to any stored value.
-class UserDefaults {
+class TARVO_EXPORT UserDefaults {
 public:
     using Value = nlohmann::json;
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "tarvo/Export.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Date.h"
 #include "tarvo/platform/DateComponents.h"
@@ -26,7 +27,7 @@ class PrayerConfiguration;
 /// The name properties read UseSunrise and ShowPrayerNamesInArabic afresh at every call from
 /// the shared facade's configuration; the Friday tests read the clock's weekday, not the
 /// weekday of the record's own time. A record belongs to one thread at a time.
-class Prayer {
+class TARVO_EXPORT Prayer {
 public:
     enum PrayerType : int64_t {
         Fajr = 0, Sunrise, Dhuhr, Asr, Sunset, Maghrib, Isha, Qiyam, TomorrowFajr, TomorrowSunrise

@@ -5,13 +5,15 @@
 #include <string>
 #include <vector>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 class Prayer;
 
 /// The prayer records of one month for month views, with the Gregorian and Islamic month
 /// numbers. A value for hosts: the library itself never makes one.
-class PrayerMonth {
+class TARVO_EXPORT PrayerMonth {
 public:
     PrayerMonth() = default;
 

@@ -3,10 +3,12 @@
 #include <cstdint>
 #include <string>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// A country's number and name.
-class Country {
+class TARVO_EXPORT Country {
 public:
     Country() = default;
 

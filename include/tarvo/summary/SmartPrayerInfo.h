@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "tarvo/Export.h"
 #include "tarvo/platform/Color.h"
 #include "tarvo/platform/Date.h"
 #include "tarvo/summary/SmartPrayerState.h"
@@ -22,7 +23,7 @@ class Prayer;
 /// Times are absolute; durations are seconds. Every refresh reads the clock (Clock::now)
 /// afresh. The summary never changes its prayers and never moves on to another pair: once
 /// isInfoStale, ask the facade for a new one. Not locked: one thread at a time.
-class SmartPrayerInfo {
+class TARVO_EXPORT SmartPrayerInfo {
 public:
     /// There is no summary without its two prayers.
     SmartPrayerInfo() = delete;

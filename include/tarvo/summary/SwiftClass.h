@@ -2,10 +2,12 @@
 
 #include <string>
 
+#include "tarvo/Export.h"
+
 namespace tarvo {
 
 /// A minimal sample class kept for hosts that link against it; nothing in the library uses it.
-class SwiftClass {
+class TARVO_EXPORT SwiftClass {
 public:
     SwiftClass() = default;
 

@@ -1,0 +1,38 @@
+#include "CityJson.h"
+
+#include <optional>
+#include <string>
+
+#include "tarvo/cities/TarvoCity.h"
+
+namespace tarvo::cli {
+
+namespace {
+
+nlohmann::ordered_json optionalText(const std::optional<std::string>& text) {
+    return text ? nlohmann::ordered_json(*text) : nullptr;
+}
+
+}  // namespace
+
+nlohmann::ordered_json cityJson(const TarvoCity& city) {
+    nlohmann::ordered_json j;
+    j["primaryKey"] = city.primaryKey();
+    j["cityName"] = optionalText(city.cityName());
+    j["countryName"] = optionalText(city.countryName());
+    j["stateName"] = optionalText(city.stateName());
+    j["latitude"] = city.latitude();
+    j["longitude"] = city.longitude();
+    j["TimeZone"] = optionalText(city.TimeZone());
+    j["GMT"] = city.GMT();
+    j["DSTPreference"] = city.DSTPreference();
+    j["prayerMethod"] = city.prayerMethod();
+    j["asrMethod"] = city.asrMethod();
+    j["adjustHighLatitude"] = city.adjustHighLatitude();
+    j["customFajrAngle"] = city.customFajrAngle();  // 0: not chosen (the custom method's 18)
+    j["customIshaAngle"] = city.customIshaAngle();  // 0: not chosen (17)
+    j["isSelectedCity"] = city.isSelectedCity();
+    return j;
+}
+
+}  // namespace tarvo::cli
