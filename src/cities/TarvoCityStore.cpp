@@ -6,6 +6,7 @@
 
 #include "cities/CityStatementSlot.h"
 #include "platform/LogMacros.h"
+#include "tarvo/calculation/CalculationMethod.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/platform/SqliteDatabase.h"
 #include "tarvo/platform/SqliteStatement.h"
@@ -73,8 +74,11 @@ constexpr std::array<SchemaStep, 2> kSchemaV3_3 = {{
 }};
 
 // Method numbers outside their valid ranges are replaced on reading; which replacement
-// depends on the reader.
-int64_t clampedMethod(int64_t method, int64_t replacement) { return method < 1 || method > 7 ? replacement : method; }
+// depends on the reader. A valid method is one the engine's catalogue holds (the original
+// 1-7 and the authorities' methods after them), so a city saved with Diyanet keeps it.
+int64_t clampedMethod(int64_t method, int64_t replacement) {
+    return CalculationMethod::withNumber(method) ? method : replacement;
+}
 int64_t clampedAsr(int64_t asr, int64_t replacement) { return asr < 1 || asr > 2 ? replacement : asr; }
 
 // Where a reader finds the fields in its statement's row. Columns 0 to 9 are the same for

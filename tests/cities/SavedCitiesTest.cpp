@@ -116,7 +116,7 @@ TEST_F(SavedCitiesTest, SavingMarksEachNewCityCurrentSyncNeverWritesAndDeleteAns
 
 TEST_F(SavedCitiesTest, EachReaderFillsARowInItsOwnWay) {
     ASSERT_EQ(db().exec("INSERT INTO savedcities (pk, current_city, gmt, prayermethod, asrmethod, adjusthighlat) "
-                        "VALUES (5, 1, 3.0, 9, 3, 2); INSERT INTO savedcities VALUES (3, 0, 'United States of "
+                        "VALUES (5, 1, 3.0, 99, 3, 2); INSERT INTO savedcities VALUES (3, 0, 'United States of "
                         "America', 'Houston', 29.76, -95.37, -6.0, 1, 5, 2, 15.0, 15.5, 'America/Chicago', 'Texas', "
                         "1700000000.25, 1600000000.5, 3)"),
               SQLITE_OK);
@@ -145,6 +145,15 @@ TEST_F(SavedCitiesTest, EachReaderFillsARowInItsOwnWay) {
     EXPECT_EQ(log_.count("DIRTY: SETTING LATITUTE: 29.760000"), 1u);
     EXPECT_EQ(UserDefaults::sharedUserDefaultsObj()->integerForKey("AutoCityPrayerMethod"), 5);
     EXPECT_TRUE(TarvoCity::initWithPrimaryKey(99, db())->isDefaultCity());
+
+    // An authority's method after the original seven (8, Diyanet) is a valid method that every
+    // reader keeps; 25 is past the catalogue and still replaced.
+    ASSERT_EQ(db().exec("UPDATE savedcities SET prayermethod = 8 WHERE pk = 5; "
+                        "UPDATE savedcities SET prayermethod = 25 WHERE pk = 3"), SQLITE_OK);
+    EXPECT_EQ(TarvoCity::initWithPrimaryKey(5, db())->prayerMethod(), 8);
+    EXPECT_EQ(TarvoCity::initWithPrimaryKey(3, db())->prayerMethod(), 1);
+    listed = TarvoCity::GetSavedCities(db());
+    EXPECT_EQ(fmt::format("{} {}", listed[0]->prayerMethod(), listed[1]->prayerMethod()), "0 8");
 }
 
 TEST_F(SavedCitiesTest, StatementsAreCachedPerStatementAndFinalisedOnesFailUntilTheCacheIsEmptied) {
