@@ -14,6 +14,7 @@
 #include <limits>
 
 #include "platform/Text.h"
+#include "tarvo/calculation/PrayerCalculator.h"
 
 namespace tarvo {
 
@@ -144,10 +145,9 @@ std::array<double, 2> CalculationMethod::seasonalTwilightMinutes(double latitude
 int64_t CalculationMethod::highestNumber() { return all().back().number; }
 
 double CalculationMethod::middleOfTheNight(const std::vector<double>& times, Midnight rule) {
-    // Indices of the calculator's day: 4 sunset, 8 tomorrow's Fajr, 9 tomorrow's sunrise.
-    if (times.size() < 10) return std::numeric_limits<double>::quiet_NaN();
-    const double sunset = times[4];
-    const double end = rule == Midnight::Jafari ? times[8] : times[9];
+    if (times.size() < PrayerCalculator::EntryCount) return std::numeric_limits<double>::quiet_NaN();
+    const double sunset = times[PrayerCalculator::Sunset];
+    const double end = rule == Midnight::Jafari ? times[PrayerCalculator::TomorrowFajr] : times[PrayerCalculator::TomorrowSunrise];
     return sunset + (end + 24.0 - sunset) / 2.0;
 }
 

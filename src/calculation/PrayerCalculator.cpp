@@ -241,18 +241,21 @@ std::vector<double>& PrayerCalculator::adjustTimes(std::vector<double>& times) {
     if (p[2] == 1) times[Maghrib] = times[Sunset] + p[3] / 60.0;
     if (p[4] == 1) times[Isha] = times[Maghrib] + p[5] / 60.0;
     if (p[0] == 1) times[TomorrowFajr] = times[TomorrowSunrise] - p[1] / 60.0;
-    if (calcMethod() >= 8) {
-        applySeasonalTwilight(times);
-        applyMinuteOffsets(times);
+    // Only the authorities' methods from 8 carry seasonal twilight or fixed minutes; the
+    // catalogue is looked up once per day, and never for the original seven.
+    if (const int64_t method = calcMethod(); method >= 8) {
+        if (const CalculationMethod* named = CalculationMethod::withNumber(method)) {
+            applySeasonalTwilight(*named, times);
+            applyMinuteOffsets(*named, times);
+        }
     }
     return times;
 }
 
-void PrayerCalculator::applySeasonalTwilight(std::vector<double>& times) const {
-    const CalculationMethod* named = CalculationMethod::withNumber(calcMethod());
+void PrayerCalculator::applySeasonalTwilight(const CalculationMethod& named, std::vector<double>& times) const {
     // Beyond 55 degrees the committee's minutes are not defined; the angles and the
     // high-latitude rule answer there.
-    if (!named || !named->seasonalTwilight || std::fabs(lat_) > 55) return;
+    if (!named.seasonalTwilight || std::fabs(lat_) > 55) return;
     const auto daysSinceWinterSolstice = [this](Date date) {
         const DateComponents c = globalGregCal_.components(date);
         const int64_t solsticeMonth = lat_ >= 0 ? 12 : 6;
@@ -267,12 +270,11 @@ void PrayerCalculator::applySeasonalTwilight(std::vector<double>& times) const {
     times[TomorrowFajr] = times[TomorrowSunrise] - tomorrow[0] / 60.0;
 }
 
-void PrayerCalculator::applyMinuteOffsets(std::vector<double>& times) const {
+void PrayerCalculator::applyMinuteOffsets(const CalculationMethod& named, std::vector<double>& times) const {
     // Some authorities publish their times with fixed minutes added (Diyanet's temkin,
     // Kemenag's ihtiyati). Only named methods from 8 carry them.
-    const CalculationMethod* named = CalculationMethod::withNumber(calcMethod());
-    if (!named || !named->hasMinuteOffsets()) return;
-    const auto& m = named->minuteOffsets;
+    if (!named.hasMinuteOffsets()) return;
+    const auto& m = named.minuteOffsets;
     const auto add = [&](size_t entry, double minutes) {
         if (minutes != 0) times[entry] = times[entry] + minutes / 60.0;
     };

@@ -16,6 +16,8 @@
 
 namespace tarvo {
 
+class CalculationMethod;
+
 /// The prayer-time engine: computes a day's ten times (Fajr, sunrise, Dhuhr, Asr, sunset,
 /// Maghrib, Isha, Qiyam, tomorrow's Fajr and sunrise) for a date, place and time zone.
 ///
@@ -185,9 +187,9 @@ private:
     double timetableKeyForTomorrow() const;
     void applyFixedTimetable(std::vector<double>& times);
     /// Adds the fixed minutes of a named method (from 8) that publishes its times with them.
-    void applyMinuteOffsets(std::vector<double>& times) const;
+    void applyMinuteOffsets(const CalculationMethod& named, std::vector<double>& times) const;
     /// Fajr and Isha by the Moonsighting Committee's seasonal minutes, for the method that uses them.
-    void applySeasonalTwilight(std::vector<double>& times) const;
+    void applySeasonalTwilight(const CalculationMethod& named, std::vector<double>& times) const;
     /// The body of computeTimes: raw times from the ten day portions `t` into `times`.
     void computeTimesInto(const std::array<double, EntryCount>& t, std::vector<double>& times) const;
 
