@@ -25,7 +25,7 @@ CityStatementSlot& CityStatementSlot::slot(Id id) { return slots()[static_cast<s
 void CityStatementSlot::finalizeForClosing() {
     using enum Id;
     for (Id id : {lastRowId, schema, insertCity, insertCachedCity, deleteCachedCity, deleteAllCachedCities, cityByKey,
-                  deleteCity, updateCity, currentSelection, allSavedCities, nearestCity}) {
+                  deleteCity, updateCity, currentSelection, allSavedCities}) {
         slot(id).finalizeKeepingSlot();
     }
     // The last-used statements are left alone; the two cached-city

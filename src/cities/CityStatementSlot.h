@@ -40,7 +40,6 @@ public:
         updateCity,
         currentSelection,
         allSavedCities,
-        nearestCity,
         insertLastUsed,
         readLastUsed,
         clearLastUsed,
@@ -76,8 +75,9 @@ public:
     /// `traceLine` (debug level; none when empty), prepares the slot's statement on first
     /// use, hands the slot to `use` (bind, step, read) and resets the statement afterwards.
     /// When the statement cannot be prepared, `failureLine` is logged at error level with
-    /// its "{}" replaced by the database's message, `use` is not called, and the Error
-    /// comes back for the caller to turn into its documented answer. The log lines name
+    /// its "{}" replaced by the database's message (nothing when it is empty, for a
+    /// statement the caller expects may fail), `use` is not called, and the Error comes
+    /// back for the caller to turn into its documented answer. The log lines name
     /// the caller's file, function and line.
     template <typename Use>
     static auto run(Id id, const SqliteDatabase& database, std::string_view sql, std::string_view traceLine,
@@ -121,7 +121,7 @@ private:
         -> Result<std::invoke_result_t<Use, CityStatementSlot&>> {
         if (!traceLine.empty()) log(Log::Level::debug, where, std::string(traceLine));
         if (auto prepared = fresh ? s.prepare(database, sql) : s.prepareOnce(database, sql); !prepared) {
-            log(Log::Level::error, where, failureMessage(failureLine, database));
+            if (!failureLine.empty()) log(Log::Level::error, where, failureMessage(failureLine, database));
             return prepared.error();
         }
         if constexpr (std::is_void_v<std::invoke_result_t<Use, CityStatementSlot&>>) {

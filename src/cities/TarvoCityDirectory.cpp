@@ -178,44 +178,47 @@ std::vector<std::shared_ptr<TarvoCity>> TarvoCity::SearchCities(SqliteDatabase& 
 std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double longitude, SqliteDatabase* database,
                                                     double thresholdKm, bool checkCache) {
     if (!database) return nullptr;
-    std::lock_guard lock(syncObj());
     const auto position = DirectoryGeometry::at(latitude, longitude);
     const double minimumScore = DirectoryGeometry::minimumScore(thresholdKm);
-    TARVO_LOG_DEBUG("[DB] Get Time Zone For City, {:f}, {:f}, {:f}, {:f}, {:f}", position.sinLat, position.sinLon,
-                    position.cosLat, position.cosLon, minimumScore);
-    const char* table = checkCache ? "cachedcities" : "cities";
-    Slot& slot = Slot::slot(SlotId::nearestCity);
+    std::string trace = fmt::format("[DB] Get Time Zone For City, {:f}, {:f}, {:f}, {:f}, {:f}", position.sinLat,
+                                    position.sinLon, position.cosLat, position.cosLon, minimumScore);
+    const auto nearest = [](Slot& slot) {
+        std::shared_ptr<TarvoCity> city;
+        if (slot.step() == SQLITE_ROW) {
+            city = placeFromRow(slot.statement(), 1, "Unknown City", "");
+            city->setIsLoadingFromDB(false);
+        } else {
+            // A plain line, not a "[DB]" one; info level, so a normal run stays quiet.
+            TARVO_LOG_INFO("Did NOT find any city!");
+        }
+        return city;
+    };
+    // Both statements carry the position's numbers, so each is prepared afresh (runFresh).
     // The directory's places are looked at inside a box around the position only, when the
-    // directory has the box index (an older file has not) and the box helps.
+    // directory has the box index and the box helps. An older file has no index: its
+    // statement does not prepare, silently, and the plain scan below answers instead.
     const auto box = checkCache ? std::nullopt : DirectoryGeometry::boxAround(latitude, longitude, thresholdKm);
-    bool prepared = false;
-    if (box && slot.prepare(*database, fmt::format(kNearestInBoxSql, position.scoreExpression(), minimumScore))) {
-        SqliteStatement& query = slot.statement();
-        query.bindDouble(1, box->minLat);
-        query.bindDouble(2, box->maxLat);
-        query.bindDouble(3, box->minLon1);
-        query.bindDouble(4, box->maxLon1);
-        query.bindDouble(5, box->minLon2);
-        query.bindDouble(6, box->maxLon2);
-        prepared = true;
+    if (box) {
+        const auto inBox = Slot::runFresh(
+            *database, fmt::format(kNearestInBoxSql, position.scoreExpression(), minimumScore), trace, "",
+            [&](Slot& slot) {
+                SqliteStatement& query = slot.statement();
+                query.bindDouble(1, box->minLat);
+                query.bindDouble(2, box->maxLat);
+                query.bindDouble(3, box->minLon1);
+                query.bindDouble(4, box->maxLon1);
+                query.bindDouble(5, box->minLon2);
+                query.bindDouble(6, box->maxLon2);
+                return nearest(slot);
+            });
+        if (inBox) return *inBox;
+        trace.clear();  // already written
     }
-    if (!prepared &&
-        !slot.prepare(*database, fmt::format(kNearestSql, position.scoreExpression(), table, minimumScore))) {
-        TARVO_LOG_ERROR("Error: failed to get time zone statement with message '{}'.", database->errorMessage());
-        slot.empty();
-        return nullptr;
-    }
-    std::shared_ptr<TarvoCity> city;
-    if (slot.step() == SQLITE_ROW) {
-        city = placeFromRow(slot.statement(), 1, "Unknown City", "");
-        city->setIsLoadingFromDB(false);
-    } else {
-        // A plain line, not a "[DB]" one; info level, so a normal run stays quiet.
-        TARVO_LOG_INFO("Did NOT find any city!");
-    }
-    // Rebuilt on every call (its numbers change), so never kept.
-    slot.empty();
-    return city;
+    const char* table = checkCache ? "cachedcities" : "cities";
+    const auto scanned =
+        Slot::runFresh(*database, fmt::format(kNearestSql, position.scoreExpression(), table, minimumScore), trace,
+                       "Error: failed to get time zone statement with message '{}'.", nearest);
+    return scanned ? *scanned : nullptr;
 }
 
 void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
