@@ -43,23 +43,23 @@ std::vector<CalculationMethod> buildCatalogue() {
          "Diyanet Isleri Baskanligi: imsak 18 deg, yatsi 17 deg, temkin minutes sunrise -7, noon +5, afternoon "
          "+4, sunset +7, as generally published for Diyanet (no Diyanet page stating them was found); its "
          "published times agree with them to the minute",
-         "Diyanet imsakiye: Istanbul 2025-2026, Erzurum 2024 (22 days)"},
+         "Diyanet imsakiye: Istanbul 2025-2026, Ankara 2020, Erzurum 2024 (53 days)"},
         {9, "JAKIM (Malaysia)", "jakim", {0, 18, 1, 0, 0, 18}, kNoOffsets, Midnight::Standard,
          "JAKIM: Subuh at 18 deg since the 116th MKI muzakarah (JAKIM director-general's statement, Feb 2020; "
-         "20 deg before); Isyak 18 deg as generally published (no JAKIM page found)",
+         "20 deg before; reprinted at binamasyarakat.com); Isyak 18 deg as generally published (no JAKIM page found)",
          ""},
         {10, "Kemenag (Indonesia)", "kemenag", {0, 20, 1, 2, 0, 18}, {2, -2, 2, 2, 0, 2}, Midnight::Standard,
          "Kementerian Agama RI, kriteria jadwal shalat: Subuh -20 deg, Isya -18 deg, ihtiyati +2 minutes on every "
          "time (sunrise -2), as quoted from Kemenag on rizalsuhardieksakta.blogspot.com (2012)",
-         "Kemenag imsakiyah DKI Jakarta, Ramadan 1447 (2026): Subuh of 30 days, 4 full days"},
+         "Kemenag times for DKI Jakarta: Subuh of Ramadan 1447 (2026, 30 days), other times of 12 days 2022-2026"},
         {11, "MUIS (Singapore)", "muis", {0, 20, 1, 0, 0, 18}, kNoOffsets, Midnight::Standard,
          "Majlis Ugama Islam Singapura: Subuh 20 deg, Isyak 18 deg, the angles recorded with the MUIS 2020 "
          "reference timetable (no MUIS page found)",
          "MUIS prayer timetable 2020, Singapore (53 days, weekly)"},
         {12, "Institute of Geophysics, Tehran", "tehran", {0, 17.7, 0, 4.5, 0, 14}, kNoOffsets, Midnight::Jafari,
          "Institute of Geophysics, University of Tehran: Fajr 17.7 deg, Maghrib 4.5 deg, Isha 14 deg, "
-         "midnight halfway from sunset to Fajr (as tabulated by eahlulbayt.com)",
-         ""},
+         "midnight halfway from sunset to Fajr (as tabulated by eahlulbayt.com; Fajr 17.7 deg also bahesab.ir)",
+         "Institute of Geophysics timetable, Tehran, 1-6 Ramadan 1446 (2025; Fajr, sunrise, Dhuhr, Maghrib)"},
         {13, "Shia Ithna-Ashari (Qum)", "jafari", {0, 16, 0, 4, 0, 14}, kNoOffsets, Midnight::Jafari,
          "Leva Research Institute, Qum: Fajr 16 deg, Maghrib 4 deg, Isha 14 deg, midnight halfway from sunset "
          "to Fajr (as tabulated by eahlulbayt.com)",
