@@ -47,7 +47,6 @@ TEST_F(TurkishLocale, NamesLowerCaseTheSameEverywhere) {
     EXPECT_EQ(std::pair(PrayerCalculator::time12ToHour("11:05 PM"), PrayerCalculator::time12ToMinute("11:05 PM")),
               (std::pair<int64_t, int64_t>{11, 5}));
     EXPECT_EQ(tarvo::Log::levelFromName("INFO"), tarvo::Log::Level::info);
-    EXPECT_EQ(tarvo::Log::levelFromName("VERBOSE"), tarvo::Log::Level::verbose);
 
     tarvo::TarvoCity city;
     city.setIsLoadingFromDB(true);  // no tracking, no preference mirroring

@@ -37,7 +37,6 @@ TEST(UserDefaultsFaults, FullOrReadOnlyDiskKeepsThePreviousValue) {
             EXPECT_EQ(store.stringForKey("CityName"), "Makkah") << reason;
             EXPECT_FALSE(store.objectForKey("NewKey")) << reason;
         }
-        EXPECT_GT(storage.refusedWrites(), 0);
         // The disk has room again: the same store writes as before.
         EXPECT_TRUE(store.setString("CityName", "Jeddah"));
         EXPECT_TRUE(store.synchronize());

