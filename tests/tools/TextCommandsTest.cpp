@@ -1,6 +1,7 @@
-// tarvo alerts, duration, hijri and month, and the clock and countdown of day and now, in a
-// fresh data folder. The wording and the rules are the library's (tests/facade, tests/prayers);
-// here what the flags and the process's locale change. Each locale is its own run of the tool.
+// tarvo alerts, duration, hijri, month, day and now in a fresh data folder: the place's clock,
+// the user's settings, one custom-method rule in every command. The wording and the rules are
+// the library's (tests/facade, tests/prayers); here what the flags, the settings and the
+// process's locale change. Each locale is its own run of the tool.
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -93,18 +94,55 @@ TEST_F(TextCommands, MonthTimetableAsTableCsvAndJson) {
     EXPECT_EQ(j["days"][0]["hijri"]["parts"], json({21, 4, 1437, 2}));
 }
 
-TEST_F(TextCommands, DayAndNowWriteTheClockAndTheCountdown) {
-    auto run = runTarvo(makkah("now", {"--at", "2016-01-05T14:26", "--clock", "12", "--json"}));
+TEST_F(TextCommands, DayAndNowUseThePlacesClockTheUsersSettingsAndTheClockFlag) {
+    // The device's zone is not the place's: the place's clock is used all the same. --clock is
+    // for people: JSON keeps 24 hours.
+    auto run = runTarvo(makkah("now", {"--at", "2016-01-05T16:00", "--clock", "12", "--json"}), {"TZ=Europe/London"});
     ASSERT_EQ(run.status, 0) << run.err;
     const json j = json::parse(run.out);
-    EXPECT_EQ(j["next"]["clock"], "15:31");  // --clock is for people: JSON keeps 24 hours
-    EXPECT_EQ(j["countdown"], json({{"seconds", 3900.0}, {"words", "1h 5m"}, {"timer", "01:05:00"}}));
+    EXPECT_EQ(j["now"], "2016-01-05T16:00:00+03:00");
+    EXPECT_EQ(j["current"], json({{"type", 3}, {"name", "Asr"}, {"time", "2016-01-05T15:31:00+03:00"}, {"clock", "15:31"}}));
+    EXPECT_EQ(j["next"]["time"], "2016-01-05T17:52:00+03:00");
+    EXPECT_EQ(j["countdown"], json({{"seconds", 6720.0}, {"words", "1h 52m"}, {"timer", "01:52:00"}}));
     run = runTarvo(makkah("now", {"--at", "2016-01-05T15:30:30", "--clock", "24"}));
     EXPECT_EQ(line(run.out, "In:"), "In:       30 seconds (00:00:30)") << run.out;
     EXPECT_EQ(line(run.out, "Next:"), "Next:     Asr 15:31") << run.out;
-    run = runTarvo(makkah("day", {"--date", "2016-01-05", "--clock", "12"}));
-    EXPECT_NE(run.out.find("Asr            3:31 pm\n"), std::string::npos) << run.out;
-    EXPECT_EQ(line(run.out, "Next:"), "") << run.out;  // the day is long past
     // Today's list always has something to count down to: tomorrow's Fajr and Sunrise are in it.
     EXPECT_GT(json::parse(runTarvo(makkah("day", {"--json"})).out)["next"]["seconds"].get<double>(), 0);
+
+    ASSERT_EQ(runTarvo({"config", "set", "UsePrayerAdjustments", "1", "--type", "int"}).status, 0);
+    ASSERT_EQ(runTarvo({"config", "set", "FajrAdj", "-45", "--type", "int"}).status, 0);
+    const json day = json::parse(runTarvo(makkah("day", {"--date", "2016-01-05", "--days", "2", "--json"})).out);
+    ASSERT_EQ(day["days"].size(), 2u);
+    EXPECT_EQ(day["days"][1]["date"], "2016-01-06");
+    const json& p = day["days"][0]["prayers"];
+    ASSERT_EQ(p.size(), 10u);
+    EXPECT_EQ(p[0], json({{"type", 0}, {"name", "Fajr"}, {"englishName", "Fajr"}, {"time", "2016-01-05T04:53:00+03:00"},
+                          {"clock", "04:53"}, {"adjustmentMinutes", -45}, {"fixedTimings", false}}));
+    EXPECT_EQ(p[1]["name"], "Sunrise");  // the tool registers UseSunrise as the host's default
+    run = runTarvo(makkah("day", {"--date", "2016-01-05", "--clock", "12"}));
+    EXPECT_NE(run.out.find("  Fajr           4:53 am  -45 min\n"), std::string::npos) << run.out;
+    EXPECT_EQ(line(run.out, "Next:"), "") << run.out;  // the day is long past
+    // A fixed offset of five hours: Umm al-Qura's 05:38 (+03:00) Fajr, less 45 minutes, on that clock.
+    EXPECT_EQ(json::parse(runTarvo(makkah("day", {"--gmt", "5", "--date", "2016-01-05", "--json"})).out)["days"][0]
+                  ["prayers"][0]["time"], "2016-01-05T06:53:00+05:00");
+}
+
+TEST_F(TextCommands, OneCustomMethodRuleInEveryCommand) {
+    // The custom method without angles gives day and times the same Fajr and Isha.
+    const auto custom = [](const char* command) {
+        return Args{command, "--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "6", "--date",
+                    "2016-01-05", "--json"};
+    };
+    const json prayers = json::parse(runTarvo(custom("day")).out)["days"][0]["prayers"];
+    const json text = json::parse(runTarvo(custom("times")).out)["text"];
+    EXPECT_EQ(prayers[0]["clock"], text[0]);
+    EXPECT_EQ(prayers[6]["clock"], text[6]);
+    // A saved city keeps the angle it was given: it changes Fajr only.
+    const Args add = {"cities", "add", "--name", "M", "--country", "Saudi Arabia", "--lat", "21.4225", "--lon",
+                      "39.8262", "--tz", "Asia/Riyadh", "--method", "6", "--fajr-angle", "15"};
+    ASSERT_EQ(runTarvo(add).status, 0);
+    const json saved = json::parse(runTarvo({"times", "--saved", "--date", "2016-01-05", "--json"}).out)["text"];
+    EXPECT_NE(saved[0], text[0]);
+    EXPECT_EQ(saved[6], text[6]);
 }
