@@ -1,14 +1,11 @@
-// tarvo cities search|countries|country|nearest|cache|last-used on the shipped directory, in a
+// tarvo cities search|countries|country|nearest on the shipped directory, in a
 // fresh data folder: the answers' shapes, the statuses, and damaged or crafted directory files.
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "support/DataFolder.h"
-#include "support/ResultValue.h"
 #include "support/RunProcess.h"
 #include "support/SqliteScript.h"
-#include "tarvo/cities/TarvoCity.h"
-#include "tarvo/cities/UserDatabase.h"
 
 namespace tarvo {
 namespace {
@@ -96,34 +93,6 @@ TEST_F(CitiesDirectoryToolTest, BadInputIsOneLineAndStatus2) {
     EXPECT_NE(damagedRun.err.find(verdict), std::string::npos) << damagedRun.err;
     EXPECT_EQ(test::readBytes(scratch / "junk.sqlite"), "this is no database");
     EXPECT_FALSE(std::filesystem::exists(scratch / "missing.sqlite"));
-}
-
-TEST_F(CitiesDirectoryToolTest, CacheAndLastUsedCity) {
-    EXPECT_EQ(jsonOf({"cities", "cache", "--json"}), json::array());
-    EXPECT_EQ(runTarvo({"cities", "last-used"}).status, 1);
-    {
-        auto user = test::valueOrFailure(UserDatabase::openDefault());
-        ASSERT_TRUE(user);
-        TarvoCity::resetStatementCache();
-        auto city = std::make_shared<TarvoCity>();
-        city->setIsLoadingFromDB(true);
-        city->setCityName("Tromsø");
-        city->setCountryName("Norway");
-        city->setLatitude(69.65);
-        city->setLongitude(18.96);
-        city->setTimeZone("Europe/Oslo");
-        TarvoCity::saveCityInReverseGeocodeCache(user->database(), city);
-        TarvoCity::SaveLastUsedCity(user->database(), city);
-        TarvoCity::resetStatementCache();
-    }
-    const json cached = jsonOf({"cities", "cache", "--json"});
-    ASSERT_EQ(cached.size(), 1u);
-    EXPECT_EQ(cached[0]["cityName"].dump() + cached[0]["GMT"].dump(), R"("Tromsø"50.0)");
-    const json last = jsonOf({"cities", "last-used", "--json"});
-    EXPECT_EQ(last["cityName"].dump() + last["TimeZone"].dump(), R"("Tromsø""Europe/Oslo")");
-    EXPECT_EQ(jsonOf({"cities", "cache", "--clear", "--json"}), (json{{"cleared", 1}}));
-    EXPECT_EQ(jsonOf({"cities", "cache", "--json"}), json::array());
-    EXPECT_EQ(runTarvo({"cities", "last-used"}).out.rfind("Tromsø, Norway", 0), 0u) << "clearing the cache keeps it";
 }
 
 }  // namespace
