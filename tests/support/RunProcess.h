@@ -110,10 +110,11 @@ inline ProcessResult runTarvo(const std::vector<std::string>& args, const std::v
     return runProcess(TARVO_TOOL_PATH, args, env);
 }
 
-/// Whether the tool ended with `status`, one line on standard error and nothing on standard output.
+/// Whether the tool ended with `status`, one "tarvo: " line on standard error and nothing on
+/// standard output.
 inline ::testing::AssertionResult failedWith(int status, const ProcessResult& run) {
-    if (run.status == status && run.out.empty() && std::count(run.err.begin(), run.err.end(), '\n') == 1 &&
-        run.err.ends_with('\n')) {
+    if (run.status == status && run.out.empty() && run.err.starts_with("tarvo: ") &&
+        std::count(run.err.begin(), run.err.end(), '\n') == 1 && run.err.ends_with('\n')) {
         return ::testing::AssertionSuccess();
     }
     return ::testing::AssertionFailure() << "status " << run.status << ", out: " << run.out << ", err: " << run.err;

@@ -49,7 +49,9 @@ protected:
 
 TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
     const json makkah = json::parse(
-        add({"Makkah", "Saudi Arabia", "21.4225", "39.8262", "Asia/Riyadh", "--method", "4", "--asr", "2", "--json"}).out);
+        add({"Makkah", "Saudi Arabia", "21.4225", "39.8262", "Asia/Riyadh", "--method", "6", "--fajr-angle", "15", "--asr",
+             "2", "--json"})
+            .out);
     EXPECT_EQ(makkah["GMT"], 50.0);
     add({"Tromso", "Norway", "69.65", "18.96", "Europe/Oslo", "--state", "Troms", "--highlat", "3", "--dst", "2", "--gmt", "1"});
     const json list = savedCities();
@@ -59,8 +61,10 @@ TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
     EXPECT_EQ(timesOf({"--saved"}), timesOf({"--lat", "69.65", "--lon", "18.96", "--tz", "Europe/Oslo", "--highlat", "3",
                                              "--dst", "2", "--gmt", "1", "--city", "Tromso", "--country", "Norway"}));
     ASSERT_EQ(runTarvo({"cities", "select", makkah["primaryKey"].dump()}).status, 0);
-    EXPECT_EQ(timesOf({"--saved"}), timesOf({"--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method",
-                                             "4", "--asr", "2", "--city", "Makkah", "--country", "Saudi Arabia"}));
+    // Makkah: the custom method with the Fajr angle it was given.
+    EXPECT_EQ(timesOf({"--saved"}), timesOf({"--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "6",
+                                             "--fajr-angle", "15", "--asr", "2", "--city", "Makkah", "--country",
+                                             "Saudi Arabia"}));
 
     // A row a host wrote, with terminal controls in its names (its settings are read as in tests/cities).
     ASSERT_TRUE(test::runSql(UserDatabase::defaultPath(),
