@@ -3,9 +3,8 @@
 // Usage: tarvo_store_writer preferences|cities PATH COUNT
 //          writes COUNT values ("key.i" = i) or adds saved cities ("Town i"), printing i on its own
 //          line once write i is committed;
-//        tarvo_store_writer hold PATH [writes]
-//          takes the database's exclusive lock (with "writes", only the write lock: readers
-//          go on), prints "locked" and keeps it until killed.
+//        tarvo_store_writer hold PATH
+//          takes the database's exclusive lock, prints "locked" and keeps it until killed.
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -55,9 +54,9 @@ int writeCities(const std::filesystem::path& path, int count) {
     return 0;
 }
 
-int hold(const std::filesystem::path& path, bool writesOnly) {
+int hold(const std::filesystem::path& path) {
     tarvo::SqliteDatabase db;
-    if (!db.open(path) || db.exec(writesOnly ? "BEGIN IMMEDIATE" : "BEGIN EXCLUSIVE") != 0) {
+    if (!db.open(path) || db.exec("BEGIN EXCLUSIVE") != 0) {
         std::fprintf(stderr, "%s\n", db.errorMessage().c_str());
         return 1;
     }
@@ -71,13 +70,11 @@ int hold(const std::filesystem::path& path, bool writesOnly) {
 
 int main(int argc, char** argv) {
     const std::string mode = argc > 2 ? argv[1] : "";
-    if (mode == "hold" && (argc == 3 || (argc == 4 && std::string(argv[3]) == "writes"))) {
-        return hold(argv[2], argc == 4);
-    }
+    if (mode == "hold" && argc == 3) return hold(argv[2]);
     if ((mode == "preferences" || mode == "cities") && argc == 4) {
         const int count = std::stoi(argv[3]);
         return mode == "preferences" ? writePreferences(argv[2], count) : writeCities(argv[2], count);
     }
-    std::fprintf(stderr, "usage: %s preferences|cities PATH COUNT | hold PATH [writes]\n", argv[0]);
+    std::fprintf(stderr, "usage: %s preferences|cities PATH COUNT | hold PATH\n", argv[0]);
     return 2;
 }

@@ -41,8 +41,6 @@ public:
     FaultyStorage& operator=(const FaultyStorage&) = delete;
 
     void set(Fault fault) { shim().fault = fault; }
-    /// Writes refused since the storage was made.
-    int refusedWrites() const { return shim().refused; }
 
 private:
     // The system's VFS with another name. Its files keep their own state, with the system's
@@ -54,7 +52,6 @@ private:
         std::mutex mutex;
         std::array<std::pair<const sqlite3_io_methods*, sqlite3_io_methods>, 4> copies{};
         std::atomic<Fault> fault{Fault::none};
-        std::atomic<int> refused{0};
 
         Shim() {
             vfs.zName = "tarvo-faulty";
@@ -62,9 +59,8 @@ private:
             vfs.xOpen = &open;
         }
         // The result code of a refused write, or SQLITE_OK to let it through.
-        int refusal() {
+        int refusal() const {
             if (fault == Fault::none) return SQLITE_OK;
-            ++refused;
             return fault == Fault::diskFull ? SQLITE_FULL : SQLITE_IOERR_WRITE;
         }
     };

@@ -1,7 +1,6 @@
 // The tarvo tool's cities commands and times --saved, run as a separate process in a fresh
-// data folder.
-#include <algorithm>
-
+// data folder: saved cities, the shipped directory (search, countries, country, nearest), the
+// answers' shapes and statuses, and unusable, damaged or crafted database files.
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -18,11 +17,12 @@ using test::runTarvo;
 
 class CitiesToolTest : public ::testing::Test {
 protected:
-    json savedCities() {
-        const auto run = runTarvo({"cities", "saved", "--json"});
+    static json jsonOf(const std::vector<std::string>& args) {
+        const auto run = runTarvo(args);
         EXPECT_EQ(run.status, 0) << run.err;
-        return json::parse(run.out);
+        return json::parse(run.out, nullptr, false);
     }
+    static json savedCities() { return jsonOf({"cities", "saved", "--json"}); }
     // The parts of a times --json answer that the place and settings decide.
     static json timesOf(std::vector<std::string> args) {
         args.insert(args.begin(), "times");
@@ -44,23 +44,27 @@ protected:
     }
 
     test::ScopedDataFolder folder_;
+    test::ScopedEnvironment environment_;
 };
 
 TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
     const json makkah = json::parse(
-        add({"Makkah", "Saudi Arabia", "21.4225", "39.8262", "Asia/Riyadh", "--method", "4", "--asr", "2", "--json"}).out);
+        add({"Makkah", "Saudi Arabia", "21.4225", "39.8262", "Asia/Riyadh", "--method", "6", "--fajr-angle", "15", "--asr",
+             "2", "--json"})
+            .out);
     EXPECT_EQ(makkah["GMT"], 50.0);
     add({"Tromso", "Norway", "69.65", "18.96", "Europe/Oslo", "--state", "Troms", "--highlat", "3", "--dst", "2", "--gmt", "1"});
     const json list = savedCities();
     ASSERT_EQ(list.size(), 2u);
-    EXPECT_EQ(list[0]["isSelectedCity"], false) << "adding makes the new city the only selection";
     EXPECT_EQ(list[1]["stateName"], "Troms");
     // Tromso: fixed offset 1 with daylight saving forced off, angle-based high-latitude rule.
     EXPECT_EQ(timesOf({"--saved"}), timesOf({"--lat", "69.65", "--lon", "18.96", "--tz", "Europe/Oslo", "--highlat", "3",
                                              "--dst", "2", "--gmt", "1", "--city", "Tromso", "--country", "Norway"}));
     ASSERT_EQ(runTarvo({"cities", "select", makkah["primaryKey"].dump()}).status, 0);
-    EXPECT_EQ(timesOf({"--saved"}), timesOf({"--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method",
-                                             "4", "--asr", "2", "--city", "Makkah", "--country", "Saudi Arabia"}));
+    // Makkah: the custom method with the Fajr angle it was given.
+    EXPECT_EQ(timesOf({"--saved"}), timesOf({"--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "6",
+                                             "--fajr-angle", "15", "--asr", "2", "--city", "Makkah", "--country",
+                                             "Saudi Arabia"}));
 
     // A row a host wrote, with terminal controls in its names (its settings are read as in tests/cities).
     ASSERT_TRUE(test::runSql(UserDatabase::defaultPath(),
@@ -73,12 +77,10 @@ TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
     EXPECT_EQ(savedCities()[2]["stateName"], "\x1b[31mAlberta\u202e");
     const std::string shown = runTarvo({"cities", "saved"}).out;
     EXPECT_NE(shown.find("Calgary ([31mAlberta) "), std::string::npos) << shown;
-    ASSERT_EQ(runTarvo({"cities", "select", calgary}).status, 0);
-    // Deleting the selected city leaves no selection: London.
     const auto removed = runTarvo({"cities", "delete", calgary, "--json"});
     ASSERT_EQ(removed.status, 0) << removed.err;
     EXPECT_EQ(json::parse(removed.out)["cityName"], "Calgary");
-    EXPECT_EQ(json::parse(runTarvo({"times", "--saved", "--json"}).out)["city"]["cityName"], "London");
+    EXPECT_EQ(savedCities().size(), 2u);
 }
 
 TEST_F(CitiesToolTest, BadInputIsAOneLineErrorAndChangesNothing) {
@@ -96,10 +98,7 @@ TEST_F(CitiesToolTest, BadInputIsAOneLineErrorAndChangesNothing) {
              with({"--tz", "UTC", "--gmt", "5h"}), with({"--tz", "UTC", "--lat", "north"}),
              {"cities", "add", "--name", "", "--country", "Y", "--lat", "1", "--lon", "2", "--tz", "UTC"},
              {"times", "--saved", "--lat", "1"}, {"times", "--saved", "--method", "3"}, {"times", "--lat", "1", "--lon", "2"}}) {
-        const auto run = runTarvo(command);
-        EXPECT_EQ(run.status, 2) << command[1] << " " << command[2] << ": " << run.err;
-        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
-        EXPECT_TRUE(run.out.empty()) << run.out;
+        EXPECT_TRUE(test::failedWith(2, runTarvo(command))) << command[1] << " " << command[2];
     }
     EXPECT_EQ(savedCities(), before);
 }
@@ -131,8 +130,7 @@ TEST_F(CitiesToolTest, UnusableDatabaseFileIsNeverChanged) {
                  {"cities", "delete", "1"},
                  {"times", "--saved"}}) {
             const auto run = runTarvo(command);
-            EXPECT_EQ(run.status, 2) << command[1];
-            EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+            EXPECT_TRUE(test::failedWith(2, run)) << command[1];
             EXPECT_NE(run.err.find(reason), std::string::npos) << run.err;
             EXPECT_EQ(test::readBytes(file), bytes) << command[1];
         }
@@ -147,6 +145,76 @@ TEST_F(CitiesToolTest, NewDataFolderAndFilesAreTheUsersAlone) {
     const auto mode = [](const std::filesystem::path& path) { return std::filesystem::status(path).permissions(); };
     EXPECT_EQ(mode(home), perms::owner_all);
     for (const char* file : {"user.sqlite", "shared.sqlite"}) EXPECT_EQ(mode(home / file), perms::owner_read | perms::owner_write);
+}
+
+TEST_F(CitiesToolTest, ShippedDirectoryAnswersNearestSearchAndCountries) {
+    environment_.unset("TARVO_DIRECTORY");
+    const json makkah = jsonOf({"cities", "nearest", "--lat", "21.4225", "--lon", "39.8262", "--json"});
+    EXPECT_EQ(makkah["cityName"].dump() + makkah["countryName"].dump() + makkah["TimeZone"].dump(),
+              R"("Makkah al Mukarramah""Saudi Arabia""Asia/Riyadh")");
+    EXPECT_LT(makkah["distanceKm"].get<double>(), 1.0);
+    const auto text = runTarvo({"cities", "nearest", "--lat", "21.4225", "--lon", "39.8262"});
+    EXPECT_EQ(text.out.rfind("Makkah al Mukarramah, Saudi Arabia [ 21.43 N : 39.83 E ] Asia/Riyadh, 0.", 0), 0u)
+        << text.out;
+
+    // The ranking is the library's (tests/cities); here the first answer and the empty one.
+    EXPECT_EQ(jsonOf({"cities", "search", "mecca", "--json"})[0]["cityName"], "Makkah al Mukarramah");
+    const auto none = runTarvo({"cities", "search", "xqzxqz", "--json"});
+    EXPECT_EQ(none.status, 1);
+    EXPECT_NE(none.err.find("matches 'xqzxqz'"), std::string::npos) << none.err;
+    EXPECT_EQ(none.out, "[]\n");
+
+    const json countries = jsonOf({"cities", "countries", "--json"});
+    const json britain = {{"id", 826}, {"code", "GB"}, {"name", "United Kingdom"}};
+    EXPECT_NE(std::find(countries.begin(), countries.end(), britain), countries.end());
+    EXPECT_EQ(jsonOf({"cities", "country", "norway", "--json"})[0]["countryName"], "Norway");
+    // Mid-Pacific: nothing within 50 km.
+    const auto far = runTarvo({"cities", "nearest", "--lat", "0", "--lon", "-150"});
+    EXPECT_EQ(far.status, 1);
+    EXPECT_NE(far.err.find("no directory city within 50 km"), std::string::npos) << far.err;
+}
+
+TEST_F(CitiesToolTest, BadInputIsOneLineAndStatus2) {
+    test::TempFolder scratch;
+    test::writeBytes(scratch / "junk.sqlite", "this is no database");
+    // Crafted and damaged directories: a view or a trigger among the tables, pages overwritten.
+    const std::string columns = "(name, country, lat, lon, timezone, sinlat, coslat, sinlng, coslng)";
+    ASSERT_TRUE(test::runSql(scratch / "view.sqlite", "CREATE TABLE countries(id, code, name); CREATE TABLE base" +
+                                                          columns + "; CREATE VIEW cities AS SELECT * FROM base"));
+    ASSERT_TRUE(test::runSql(scratch / "trigger.sqlite", "CREATE TABLE countries(id, code, name); CREATE TABLE cities" +
+                                                             columns + "; CREATE TRIGGER t AFTER INSERT ON cities BEGIN "
+                                                                       "SELECT 1; END"));
+    // Three leaf pages of the cities table overwritten; the listing reads every one.
+    const std::string page = test::queryText(TARVO_SHIPPED_CITY_DIRECTORY,
+                                             "SELECT pageno FROM dbstat WHERE name = 'cities' AND pagetype = 'leaf' "
+                                             "ORDER BY pageno LIMIT 1 OFFSET 200");
+    ASSERT_FALSE(page.empty());
+    std::string damaged = test::readBytes(TARVO_SHIPPED_CITY_DIRECTORY);
+    for (size_t p = std::stoul(page) - 1; p < std::stoul(page) + 2; ++p) damaged.replace(p * 4096, 64, 64, '\xff');
+    test::writeBytes(scratch / "damaged.sqlite", damaged);
+    const auto in = [&](const char* file) { return (scratch / file).string(); };
+    const std::vector<std::pair<std::vector<std::string>, std::string>> bad = {
+        {{"nearest", "--lat", "91", "--lon", "0"}, ""}, {{"nearest", "--lat", "0", "--lon", "0", "--km", "ten"}, ""},
+        {{"search", "x", "--directory", in("missing.sqlite")}, "missing.sqlite"},
+        {{"countries", "--directory", in("junk.sqlite")}, "junk.sqlite"}, {{"country", "Atlantis"}, ""}, {{"search"}, ""},
+        {{"search", "x", "--directory", in("view.sqlite")}, "holds the view 'cities'"},
+        {{"search", "x", "--directory", in("trigger.sqlite")}, ""},
+    };
+    for (auto [args, message] : bad) {
+        args.insert(args.begin(), "cities");
+        const auto run = runTarvo(args);
+        EXPECT_TRUE(test::failedWith(2, run)) << args[1] << " " << args.back();
+        EXPECT_NE(run.err.find(message), std::string::npos) << run.err;
+    }
+    // SQLite's own lines about the damage come first; the tool's verdict ends the output.
+    const auto damagedRun = runTarvo({"cities", "search", "lon", "--listing", "--directory", (scratch / "damaged.sqlite").string()});
+    EXPECT_EQ(damagedRun.status, 2);
+    EXPECT_TRUE(damagedRun.out.empty()) << damagedRun.out;
+    const std::string verdict = "tarvo: cannot use the city directory: " + (scratch / "damaged.sqlite").string() +
+                                ": damaged (*** in database main *** Page ";
+    EXPECT_NE(damagedRun.err.find(verdict), std::string::npos) << damagedRun.err;
+    EXPECT_EQ(test::readBytes(scratch / "junk.sqlite"), "this is no database");
+    EXPECT_FALSE(std::filesystem::exists(scratch / "missing.sqlite"));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // tarvo locate with and without a geocoding service on loopback: the source it reports, the
-// status when nothing names the place, and libcurl loaded only for a request. The order of the
-// look-ups is the library's (tests/facade/LocationTest.cpp).
+// status when nothing names the place, the places it leaves for cities cache and last-used,
+// and libcurl loaded only for a request. The order of the look-ups is the library's
+// (tests/facade/LocationTest.cpp).
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -30,11 +31,16 @@ constexpr const char* kAnswer = R"({"place_id":7,"display_name":"Testhausen, Tes
 
 }  // namespace
 
-TEST_F(Locate, SourcesStatusAndLazyLibcurl) {
+TEST_F(Locate, SourcesStatusTheCacheCommandsAndLazyLibcurl) {
+    EXPECT_EQ(runTarvo({"cities", "cache", "--json"}).out, "[]\n");
+    EXPECT_EQ(runTarvo({"cities", "last-used"}).status, 1);
     // Named from the shipped directory, with no service configured and no request made.
     const json london = locate({"--lat", "51.5074", "--lon", "-0.1278"}, {"TARVO_GEOCODER_URL"});
     EXPECT_EQ(london["cityName"], "London");
     EXPECT_EQ(london["source"], "directory");
+    // The fix is cached and is the last used city.
+    EXPECT_EQ(json::parse(runTarvo({"cities", "cache", "--json"}).out)[0]["cityName"], "London");
+    EXPECT_EQ(json::parse(runTarvo({"cities", "last-used", "--json"}).out)["countryName"], "United Kingdom");
 
     tarvo::test::GeocodingServer server;
     server.answer(kAnswer);
@@ -44,9 +50,9 @@ TEST_F(Locate, SourcesStatusAndLazyLibcurl) {
     EXPECT_EQ(named["source"], "web");
     EXPECT_EQ(named["announced"], true);
     EXPECT_EQ(server.requests(), 1);
-    // The second fix at the same place comes from the cache, without a request.
-    EXPECT_EQ(locate(sea, {"TARVO_GEOCODER_URL=" + server.url()})["source"], "cache");
-    EXPECT_EQ(server.requests(), 1);
+    // Both places are cached; clearing the cache keeps the last used city.
+    EXPECT_EQ(runTarvo({"cities", "cache", "--clear", "--json"}).out, "{\"cleared\":2}\n");
+    EXPECT_EQ(runTarvo({"cities", "last-used"}).out.rfind("Testhausen, Testland", 0), 0u);
 
     // The service fails and nothing names the place: status 1.
     server.answer("{}", 500);

@@ -16,13 +16,11 @@ from zoneinfo import ZoneInfo
 TARVO = sys.argv[1]
 YEAR = int(sys.argv[2]) if len(sys.argv) > 2 else 2026
 ENV = dict(os.environ, TARVO_HOME=tempfile.mkdtemp(prefix="tarvo-zones-"), TZ="UTC")
+COLUMNS = {"fajr": 0, "sunrise": 1, "dhuhr": 2, "asr": 3, "maghrib": 5, "isha": 6, "qiyam": 7}
 
 
-def coordinate(text):
-    m = re.fullmatch(r"([+-])(\d\d)(\d\d)(\d\d)?([+-])(\d\d\d)(\d\d)(\d\d)?", text)
-    lat = (int(m[2]) + int(m[3]) / 60 + int(m[4] or 0) / 3600) * (1 if m[1] == "+" else -1)
-    lon = (int(m[6]) + int(m[7]) / 60 + int(m[8] or 0) / 3600) * (1 if m[5] == "+" else -1)
-    return lat, lon
+def degrees(sign, d, m, s):
+    return (int(d) + int(m) / 60 + int(s or 0) / 3600) * (1 if sign == "+" else -1)
 
 
 def transit_minutes_utc(day, lon):
@@ -44,50 +42,48 @@ with open(os.path.join(os.environ.get("TZDIR", "/usr/share/zoneinfo"), "zone1970
     for line in table:
         if not line.startswith("#"):
             fields = line.rstrip("\n").split("\t")
-            zones[fields[2]] = coordinate(fields[1])
+            m = re.fullmatch(r"([+-])(\d\d)(\d\d)(\d\d)?([+-])(\d\d\d)(\d\d)(\d\d)?", fields[1])
+            zones[fields[2]] = (degrees(*m.group(1, 2, 3, 4)), degrees(*m.group(5, 6, 7, 8)))
 
 problems = []
 checked = 0
+
+
+def check(label, got, want):
+    global checked
+    checked += 1
+    if got != want:
+        problems.append(f"{label}: {got}, expected {want}")
+
+
 for name, (lat, lon) in sorted(zones.items()):
     zone = ZoneInfo(name)
     place = ["--lat", f"{lat:.4f}", "--lon", f"{lon:.4f}", "--tz", name]
+
+    def check_offset(label, text):
+        moment = dt.datetime.fromisoformat(text)
+        check(f"{name} {label} {text} (zoneinfo)", moment.utcoffset(), moment.astimezone(zone).utcoffset())
+
     days = tarvo("day", *place, "--date", f"{YEAR}-01-01", "--days", "365", "--json")["days"]
-    for day in days:
-        for prayer in day["prayers"]:
-            moment = dt.datetime.fromisoformat(prayer["time"])
-            checked += 1
-            if moment.utcoffset() != moment.astimezone(zone).utcoffset():
-                problems.append(f"{name} {prayer['time']}: zoneinfo says {moment.astimezone(zone).isoformat()}")
-            if prayer["type"] == 2:
-                utc = moment.astimezone(dt.timezone.utc)
-                early = (utc.hour * 60 + utc.minute - transit_minutes_utc(utc.date(), lon) + 720) % 1440 - 720
-                if abs(early) > 40:
-                    problems.append(f"{name} Dhuhr {prayer['time']} is {early:.0f} min from the transit")
-    clocks = {(day["date"], p["type"]): p["clock"] for day in days for p in day["prayers"] if p["type"] < 8}
-    month = tarvo("month", *place, "--month", f"{YEAR}-03", "--json")["days"]
-    for row in month:
-        for column, kind in (("fajr", 0), ("sunrise", 1), ("dhuhr", 2), ("asr", 3), ("maghrib", 5), ("isha", 6),
-                             ("qiyam", 7)):
-            checked += 1
-            if row["times"][column] != clocks.get((row["date"], kind)):
-                problems.append(f"{name} month {row['date']} {column} {row['times'][column]}, "
-                                f"day says {clocks.get((row['date'], kind))}")
+    for prayer in (p for day in days for p in day["prayers"]):
+        check_offset("day", prayer["time"])
+        if prayer["type"] == 2:
+            utc = dt.datetime.fromisoformat(prayer["time"]).astimezone(dt.timezone.utc)
+            early = (utc.hour * 60 + utc.minute - transit_minutes_utc(utc.date(), lon) + 720) % 1440 - 720
+            if abs(early) > 40:
+                problems.append(f"{name} Dhuhr {prayer['time']} is {early:.0f} min from the transit")
+    clocks = {(day["date"], p["type"]): p["clock"] for day in days for p in day["prayers"]}
+    for row in tarvo("month", *place, "--month", f"{YEAR}-03", "--json")["days"]:
+        for column, kind in COLUMNS.items():
+            check(f"{name} month {row['date']} {column} (day)", row["times"][column], clocks.get((row["date"], kind)))
     for at in (f"{YEAR}-03-29T12:00", f"{YEAR}-10-04T12:00"):
         now = tarvo("now", *place, "--at", at, "--json")
         for text in (now["now"], now["current"]["time"], now["next"]["time"]):
-            moment = dt.datetime.fromisoformat(text)
-            checked += 1
-            if moment.utcoffset() != moment.astimezone(zone).utcoffset():
-                problems.append(f"{name} now {at}: {text}, zoneinfo says {moment.astimezone(zone).isoformat()}")
+            check_offset(f"now {at}", text)
     for date in (f"{YEAR}-01-15", f"{YEAR}-07-15"):
-        times = tarvo("times", *place, "--date", date, "--json")
+        offset = tarvo("times", *place, "--date", date, "--json")["utcOffset"]
         noon = dt.datetime.fromisoformat(date + "T12:00").replace(tzinfo=dt.timezone.utc)
-        want = noon.astimezone(zone).utcoffset()
-        sign, hours, minutes = times["utcOffset"][0], int(times["utcOffset"][1:3]), int(times["utcOffset"][4:6])
-        got = dt.timedelta(hours=hours, minutes=minutes) * (-1 if sign == "-" else 1)
-        checked += 1
-        if got != want:
-            problems.append(f"{name} times {date}: {times['utcOffset']}, zoneinfo says {want}")
+        check(f"{name} times {date}", offset, noon.astimezone(zone).isoformat()[-6:])
 
 print(f"{len(zones)} zones, {checked} offsets checked, {len(problems)} disagreements")
 for p in problems[:40]:
