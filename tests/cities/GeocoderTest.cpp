@@ -84,6 +84,7 @@ TEST_F(WebGeocoderTest, NothingThereIsAnEmptyListAndBadAnswersAreErrorsNeverCras
     const std::vector<std::pair<std::string, bool>> bodies = {
         {R"({"error":"Unable to geocode"})", false}, {"", false}, {"null", false}, {"{}", false},
         {R"({"address": )", true},                                                   // cut short
+        {"{\"address\":{\"city\":\"Lon\xC0\xAF\"}}", true},                             // not UTF-8
         {"<html>Bad gateway</html>", true},                                          // not JSON
         {R"([{"address":{"city":"London"}}])", true},                                // a list, not an object
         {R"({"address":{"city":42}})", true}, {R"({"address":"London"})", true},     // wrong types
@@ -98,6 +99,11 @@ TEST_F(WebGeocoderTest, NothingThereIsAnEmptyListAndBadAnswersAreErrorsNeverCras
         }
     }
     EXPECT_NE(test::errorOrFailure(ask(kLondonAnswer, 500)).find("HTTP 500"), std::string::npos);
+    // A redirect is never followed, least of all to a file or another scheme.
+    for (const char* target : {"file:///etc/passwd", "ftp://127.0.0.1/reverse"}) {
+        server_.redirect(target);
+        EXPECT_FALSE(WebGeocoder(server_.url()).reverseGeocode(51.5, 0)) << target;
+    }
 }
 
 TEST_F(WebGeocoderTest, SlowOrAbsentServersTimeOut) {
