@@ -84,7 +84,7 @@ TEST_F(WebGeocoderTest, NothingThereIsAnEmptyListAndBadAnswersAreErrorsNeverCras
     const std::vector<std::pair<std::string, bool>> bodies = {
         {R"({"error":"Unable to geocode"})", false}, {"", false}, {"null", false}, {"{}", false},
         {R"({"address": )", true},                                                   // cut short
-        {"{\"address\":{\"city\":\"Lon\xC0\xAF\"}}", true},                             // not UTF-8
+        {"{\"address\":{\"city\":\"Lon\xC0\xAF\"}}", true},                          // not UTF-8
         {"<html>Bad gateway</html>", true},                                          // not JSON
         {R"([{"address":{"city":"London"}}])", true},                                // a list, not an object
         {R"({"address":{"city":42}})", true}, {R"({"address":"London"})", true},     // wrong types

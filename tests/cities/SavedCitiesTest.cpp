@@ -272,7 +272,8 @@ TEST_F(SavedCitiesTest, WriterKilledMidwayLosesNoCommittedCity) {
     EXPECT_EQ(queryText(UserDatabase::defaultPath(), "SELECT count(*) FROM savedcities WHERE current_city = 1"), "1");
     const auto names = savedNames();
     for (int i : committed) {
-        EXPECT_NE(std::find(names.begin(), names.end(), "Town " + std::to_string(i)), names.end()) << "city " << i << " lost";
+        EXPECT_NE(std::find(names.begin(), names.end(), "Town " + std::to_string(i)), names.end())
+            << "city " << i << " lost";
     }
 }
 

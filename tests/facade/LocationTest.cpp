@@ -62,7 +62,9 @@ protected:
         FacadeTest::TearDown();
     }
     // A fresh automatic city at the position (its offset follows its zone).
-    static std::shared_ptr<TarvoCity> fixAt(double lat, double lon) { return place("London", lat, lon, "Europe/London"); }
+    static std::shared_ptr<TarvoCity> fixAt(double lat, double lon) {
+        return place("London", lat, lon, "Europe/London");
+    }
     void locate(const std::shared_ptr<TarvoCity>& city, double km) {
         facade->updateCityWithReverseGeocodedInformation(city, km, std::shared_ptr<SqliteDatabase>(user, &user->database()),
                                                          std::shared_ptr<SqliteDatabase>(directory, &directory->database()));

@@ -91,8 +91,9 @@ TEST_F(Summary, FocusAndStates) {
 }
 
 TEST_F(Summary, LabelsAndRefreshTimes) {
-    EXPECT_EQ(info(2, 1200, 3, 9600).getInfoForGraphicalComplication(), (std::array<std::string, 2>{"Duhr", "Started"}));
-    EXPECT_EQ(info(1, 600, 2, 10801).getInfoForGraphicalComplication(), (std::array<std::string, 2>{"Duhr", "Next"}));
+    using Texts = std::array<std::string, 2>;
+    EXPECT_EQ(info(2, 1200, 3, 9600).getInfoForGraphicalComplication(), (Texts{"Duhr", "Started"}));
+    EXPECT_EQ(info(1, 600, 2, 10801).getInfoForGraphicalComplication(), (Texts{"Duhr", "Next"}));
     const std::pair<Moment, const char*> labels[] = {
         {{3, 600, 5, 3600}, "Soon"},
         {{2, 0.8 * 21600, 3, 0.2 * 21600}, "Ending"},
