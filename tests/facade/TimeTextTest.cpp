@@ -38,7 +38,6 @@ protected:
 }  // namespace
 
 TEST_F(TimeText, ClockTimesByTheTableUnderBothClocks) {
-    ASSERT_EQ(local(day_[Prayer::Maghrib]), "2016-01-05 17:52");
     const auto& maghrib = day_[Prayer::Maghrib];
     struct Row {
         bool isArabic, useSpaces;
@@ -85,7 +84,6 @@ TEST_F(TimeText, ReadableDurationsAtTheirEdges) {
     const Case cases[] = {
         {0, "0 seconds", "0 seconds", "0s"},
         {1, "1 second", "1 second", "1s"},
-        {60, "1 minute", "1 minute", "1m"},
         {90, "1 minute", "1m 30s", "1m"},
         {150, "2 minutes", "2m 30s", "2m"},
         {3630, "1 hour", "1 hour", "1h"},  // seconds only ever follow minutes

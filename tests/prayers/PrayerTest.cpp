@@ -1,13 +1,133 @@
 // The prayer record: names in English and Arabic, the Friday rule through the clock,
-// adjustments across midnight, equality.
+// adjustments across midnight, equality; and the per-prayer alert settings against a fresh
+// shared store: the enable rules, the global switch, the text write of the default sound,
+// the knock-knock rule and the sound files.
 #include "support/FacadeFixture.h"
+#include "tarvo/platform/Bundle.h"
 
 using namespace tarvo;
 using tarvo::test::FacadeTest;
 
 namespace {
+
+class PrayerAlerts : public FacadeTest {
+protected:
+    void TearDown() override {
+        Bundle::main().setResourceDirectory({});
+        FacadeTest::TearDown();
+    }
+    static std::shared_ptr<UserDefaults> store() { return UserDefaults::sharedUserDefaultsObj(); }
+};
+
 class PrayerRecord : public FacadeTest {};
+
 }  // namespace
+
+TEST_F(PrayerAlerts, EnabledVibrateAndNamesFollowTheKeys) {
+    const Prayer fajr(Prayer::Fajr);
+    EXPECT_FALSE(fajr.isSoundAlertEnabledCheckGlobalSetting(false));  // nothing stored
+    EXPECT_EQ(fajr.getNameForCurrentPrayerSelection(), "No Alert");
+
+    store()->setString("FajrSoundAlert", "4");  // numeric text reads as its number
+    store()->setBool("FajrSoundOff", false);
+    EXPECT_TRUE(fajr.isSoundAlertEnabledCheckGlobalSetting(true));
+    EXPECT_EQ(fajr.builtInAlertType(), 4);
+    EXPECT_EQ(fajr.getNameForCurrentPrayerSelection(), "Telmari Azan");
+    EXPECT_EQ(Prayer(Prayer::TomorrowFajr).getNameForCurrentPrayerSelection(), "Telmari Azan");  // shares the keys
+
+    // The global switch counts only when asked to.
+    Prayer::setSoundAlertsDisabled(true);
+    EXPECT_EQ(*store()->objectForKey("SoundAlertsDisabled"), 1);  // the number the configuration saves
+    EXPECT_FALSE(fajr.isSoundAlertEnabledCheckGlobalSetting(true));
+    EXPECT_TRUE(fajr.isSoundAlertEnabledCheckGlobalSetting(false));
+    Prayer::setSoundAlertsDisabled(false);
+
+    // Off keeps the selection; on restores it; vibrate is off with sound.
+    fajr.turnVibrateAlertON();
+    EXPECT_FALSE(fajr.isSoundAlertEnabledCheckGlobalSetting(false));
+    EXPECT_TRUE(fajr.isVibrateAlertEnabled());
+    EXPECT_EQ(fajr.getNameForCurrentPrayerSelection(), "Vibrate only");
+    fajr.turnSoundAlertOFF();
+    EXPECT_FALSE(fajr.isVibrateAlertEnabled());
+    EXPECT_EQ(fajr.getNameForCurrentPrayerSelection(), "No Alert");
+    EXPECT_EQ(store()->integerForKey("FajrSoundAlert"), 4);
+    fajr.turnSoundAlertON();
+    EXPECT_TRUE(fajr.isSoundAlertEnabledCheckGlobalSetting(true));
+    EXPECT_EQ(*store()->objectForKey("FajrSoundAlert"), "4");  // an existing choice is not rewritten
+
+    // Names go through the host's strings; the user-picked file has no name.
+    ASSERT_TRUE(Bundle::main().registerStringTable(R"({"Telmari Azan": "Azan Telmari", "No Alert": "Aucune"})"));
+    EXPECT_EQ(fajr.getNameForCurrentPrayerSelection(), "Azan Telmari");
+    EXPECT_EQ(Prayer(Prayer::Asr).getNameForCurrentPrayerSelection(), "Aucune");
+    Bundle::main().removeAllStringTables();
+    fajr.setBuiltInAlertType(Prayer::kUserPickedSound);
+    EXPECT_EQ(*store()->objectForKey("FajrSoundAlert"), 100);
+    EXPECT_EQ(fajr.getNameForCurrentPrayerSelection(), "");
+
+    Prayer(Prayer::Isha).setCanPlayPrealert(true);
+    EXPECT_TRUE(store()->boolForKey("IshaPreAlertEnabled"));
+}
+
+TEST_F(PrayerAlerts, SwitchingOnStoresTheTypesDefaultAsText) {
+    const std::vector<std::pair<int64_t, std::string>> cases = {
+        {Prayer::Fajr, "7"}, {Prayer::Sunrise, "8"}, {Prayer::Sunset, "4"}, {Prayer::Isha, "4"}, {Prayer::Qiyam, "8"}};
+    for (const auto& [type, sound] : cases) {
+        const Prayer prayer(type);
+        prayer.turnSoundAlertON();
+        const std::string key = std::string(Prayer::alertKeyPrefix(type)) + "SoundAlert";
+        EXPECT_EQ(store()->objectForKey(key), UserDefaults::Value(sound)) << key;  // a string, not a number
+        EXPECT_FALSE(store()->boolForKey(std::string(Prayer::alertKeyPrefix(type)) + "SoundOff"));
+    }
+    // Types without keys of their own use the bare suffixes.
+    Prayer(12).turnSoundAlertON();
+    EXPECT_EQ(*store()->objectForKey("SoundAlert"), "8");
+}
+
+TEST_F(PrayerAlerts, SoundFilesAndTheKnockKnockRule) {
+    tarvo::test::TempFolder sounds;
+    for (const char* name : {"1.mp3", "4.mp3", "8.mp3"}) tarvo::test::writeBytes(sounds / name, "x");
+    Bundle::main().setResourceDirectory(sounds.path());
+
+    store()->setString("FajrSoundAlert", "4");
+    bool builtIn = false;
+    EXPECT_EQ(Prayer(Prayer::Fajr).pathToAlertFile(&builtIn), (sounds / "4.mp3").string());
+    EXPECT_TRUE(builtIn);
+
+    // An azan at sunrise or Qiyam plays the knock; a beep stays; tomorrow's sunrise keeps it.
+    store()->setInteger("SunriseSoundAlert", 1);
+    store()->setInteger("QiyamSoundAlert", 10);
+    EXPECT_EQ(Prayer(Prayer::Sunrise).pathToAlertFile(nullptr), (sounds / "8.mp3").string());
+    EXPECT_EQ(Prayer(Prayer::Qiyam).builtInAlertResource(), 8);
+    EXPECT_EQ(Prayer(Prayer::TomorrowSunrise).pathToAlertFile(nullptr), (sounds / "1.mp3").string());
+    store()->setInteger("QiyamSoundAlert", 6);
+    EXPECT_EQ(Prayer(Prayer::Qiyam).builtInAlertResource(), 6);
+
+    // A built-in sound whose file is not there: no path, but it is still a built-in choice.
+    builtIn = false;
+    EXPECT_EQ(Prayer(Prayer::Qiyam).pathToAlertFile(&builtIn), std::nullopt);
+    EXPECT_TRUE(builtIn);
+
+    // The user-picked file: the stored path (or nothing), the flag untouched.
+    const Prayer asr(Prayer::Asr);
+    store()->setInteger("AsrSoundAlert", 100);
+    builtIn = false;
+    EXPECT_EQ(asr.pathToAlertFile(&builtIn), std::nullopt);
+    asr.setPathToCustomAlert("/music/adhan.m4a");
+    EXPECT_EQ(asr.pathToAlertFile(&builtIn), "/music/adhan.m4a");
+    EXPECT_FALSE(builtIn);
+    EXPECT_EQ(asr.builtInAlertType(), 100);  // storing a path does not select it
+    asr.setPathToCustomAlert(std::nullopt);
+    EXPECT_FALSE(store()->objectForKey("AsrSoundAlertUserPicked"));
+
+    // A value outside the table: nothing.
+    store()->setInteger("IshaSoundAlert", 11);
+    EXPECT_EQ(Prayer(Prayer::Isha).pathToAlertFile(&builtIn), std::nullopt);
+    EXPECT_FALSE(builtIn);
+
+    // Without a resource folder no built-in sound has a file.
+    Bundle::main().setResourceDirectory({});
+    EXPECT_EQ(Prayer(Prayer::Fajr).pathToAlertFile(nullptr), std::nullopt);
+}
 
 TEST_F(PrayerRecord, NamesOnFridayAndOtherDays) {
     setPreferences({{"UseSunrise", true}});
