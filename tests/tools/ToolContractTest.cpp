@@ -73,6 +73,8 @@ TEST_F(ToolContract, BadInputIsOneLineStatusTwoAndChangesNothing) {
         {{"times", "--lat", "1", "--lon", "0", "--tz", "UTC", "--date", "2023-02-29"},
          "tarvo: --date: 2023-02-29 does not exist (2023-02 has 28 days)\n"},
         {{"times", "--metod", "3"}, "tarvo: unknown option --metod; did you mean '--method'?\n"},
+        {{"config", "set", "FajrAdj", "--", "-45", "--type", "int"},
+         "tarvo: unexpected argument '--type': every word after '--' is a value; give --type before '--'\n"},
         {{"times", "--format", "13"}, "tarvo: --format: '13' is not one of 24,12,12ns\n"},
     };
     for (const auto& [args, start] : said) EXPECT_EQ(runTarvo(args).err.rfind(start, 0), 0u) << runTarvo(args).err;

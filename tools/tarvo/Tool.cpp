@@ -7,6 +7,7 @@
 #include <iostream>
 #include <iterator>
 #include <sstream>
+#include <string_view>
 #include <regex>
 #include <string>
 #include <vector>
@@ -112,10 +113,18 @@ std::string plainMessage(const CLI::ParseError& error, const CLI::App& app, int 
         // The parser lists the words it could not place; an unknown option explains the rest.
         std::istringstream words(what.substr(at + 10));
         std::vector<std::string> extras{std::istream_iterator<std::string>(words), {}};
+        // After "--" every word is a value, so a real option there is one word too many, not an
+        // unknown option.
+        const bool afterSeparator = std::find(argv + 1, argv + argc, std::string_view("--")) != argv + argc;
         for (const std::string& word : extras) {
             if (word.rfind("-", 0) == 0) {
                 const std::string option = word.substr(0, word.find('='));
-                return "unknown option " + option + nearest(option, optionNames(app, argc, argv));
+                const std::vector<std::string> options = optionNames(app, argc, argv);
+                if (afterSeparator && std::find(options.begin(), options.end(), option) != options.end()) {
+                    return "unexpected argument '" + word + "': every word after '--' is a value; give " + option +
+                           " before '--'";
+                }
+                return "unknown option " + option + nearest(option, options);
             }
         }
         return "unexpected argument '" + (extras.empty() ? std::string() : extras.front()) + "'";
