@@ -180,8 +180,12 @@ std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double long
     if (!database) return nullptr;
     const auto position = DirectoryGeometry::at(latitude, longitude);
     const double minimumScore = DirectoryGeometry::minimumScore(thresholdKm);
-    std::string trace = fmt::format("[DB] Get Time Zone For City, {:f}, {:f}, {:f}, {:f}, {:f}", position.sinLat,
-                                    position.sinLon, position.cosLat, position.cosLon, minimumScore);
+    // The trace line is only written out at debug level: formatted only then, as the logging
+    // macros do, so that an ordinary look-up does not pay for it.
+    std::string trace = Log::isEnabled(Log::Level::debug)
+                            ? fmt::format("[DB] Get Time Zone For City, {:f}, {:f}, {:f}, {:f}, {:f}", position.sinLat,
+                                          position.sinLon, position.cosLat, position.cosLon, minimumScore)
+                            : std::string();
     const auto nearest = [](Slot& slot) {
         std::shared_ptr<TarvoCity> city;
         if (slot.step() == SQLITE_ROW) {
