@@ -66,6 +66,7 @@ set(TARVO_SOURCES_cities
   src/cities/CityStatementSlot.cpp
   src/cities/CurlLibrary.cpp
   src/cities/OfflineGeocoder.cpp
+  src/cities/PlaceResolver.cpp
   src/cities/TarvoCity.cpp
   src/cities/TarvoCityDirectory.cpp
   src/cities/TarvoCityStore.cpp
