@@ -81,6 +81,7 @@ set(TARVO_SOURCES_facade
   src/facade/TarvoDAOLocation.cpp
   src/prayers/Prayer.cpp
   src/prayers/PrayerAlerts.cpp
+  src/prayers/PrayerCalendarBuilder.cpp
   src/prayers/PrayerMonth.cpp
   src/summary/SmartPrayerInfo.cpp
   src/summary/SwiftClass.cpp
