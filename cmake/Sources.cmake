@@ -66,6 +66,7 @@ set(TARVO_SOURCES_cities
   src/cities/CityStatementSlot.cpp
   src/cities/CurlLibrary.cpp
   src/cities/OfflineGeocoder.cpp
+  src/cities/PlaceResolver.cpp
   src/cities/TarvoCity.cpp
   src/cities/TarvoCityDirectory.cpp
   src/cities/TarvoCityStore.cpp
@@ -80,6 +81,7 @@ set(TARVO_SOURCES_facade
   src/facade/TarvoDAOLocation.cpp
   src/prayers/Prayer.cpp
   src/prayers/PrayerAlerts.cpp
+  src/prayers/PrayerCalendarBuilder.cpp
   src/prayers/PrayerMonth.cpp
   src/summary/SmartPrayerInfo.cpp
   src/summary/SwiftClass.cpp

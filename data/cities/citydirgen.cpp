@@ -403,12 +403,11 @@ size_t write(const std::vector<City>& input, const std::filesystem::path& file,
         Output out(partial);
         out.exec(
             "CREATE TABLE cities (name VARCHAR(200), country VARCHAR(100), lat double, lon double, timezone "
-            "VARCHAR(80), sinlat double, coslat double, sinlng double, coslng double)");
+            "VARCHAR(80), sinlat double, coslat double, sinlng double, coslng double, population INTEGER)");
         out.exec("CREATE TABLE countries (id INTEGER PRIMARY KEY, code VARCHAR(2), name VARCHAR(100))");
         sqlite3_stmt* insertCity = out.prepare(
-            "INSERT INTO cities (name, country, lat, lon, timezone, sinlat, coslat, sinlng, coslng) VALUES (?, ?, ?, "
-            "?, "
-            "?, ?, ?, ?, ?)");
+            "INSERT INTO cities (name, country, lat, lon, timezone, sinlat, coslat, sinlng, coslng, population) "
+            "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
         SelfScore selfScore(out);
         std::vector<std::pair<int64_t, const City*>> rows;
         for (const City* city : cities) {
@@ -422,6 +421,8 @@ size_t write(const std::vector<City>& input, const std::filesystem::path& file,
             sqlite3_bind_double(insertCity, 7, g.cosLat);
             sqlite3_bind_double(insertCity, 8, g.sinLon);
             sqlite3_bind_double(insertCity, 9, g.cosLon);
+            // The number of people, for telling apart cities of the same name.
+            sqlite3_bind_int64(insertCity, 10, city->population);
             out.run(insertCity);
             rows.emplace_back(sqlite3_last_insert_rowid(out.db()), city);
         }

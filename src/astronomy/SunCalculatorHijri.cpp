@@ -1,5 +1,6 @@
-// Hijri and Gregorian dates: the arithmetical Islamic calendar moved by the user's Hijri
-// correction, as dates, texts and date parts.
+// Hijri and Gregorian dates: the Islamic calendar the user chose (the arithmetical one unless
+// they chose Umm al-Qura or the astronomical one), moved by the user's Hijri correction, as
+// dates, texts and date parts.
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -28,6 +29,7 @@ struct Shared {
     std::unique_ptr<IslamicCalendar> islamic;
     std::string islamicZone;
     SunCalculator::HijriCorrectionSource correction;
+    SunCalculator::HijriCalendarSource calendarKind;
 
     static Shared& instance() {
         static Shared* shared = new Shared();  // lives as long as the process
@@ -55,11 +57,11 @@ struct Shared {
         return *formatter;
     }
 
-    // Call with the mutex held.
-    const IslamicCalendar& islamicCalendar() {
+    // Call with the mutex held; `kind` asked for outside it.
+    const IslamicCalendar& islamicCalendar(IslamicCalendar::Kind kind) {
         const TimeZone zone = TimeZone::systemDefault();
-        if (!islamic || islamicZone != zone.name()) {
-            islamic = std::make_unique<IslamicCalendar>(zone);
+        if (!islamic || islamicZone != zone.name() || islamic->kind() != kind) {
+            islamic = std::make_unique<IslamicCalendar>(zone, kind);
             islamicZone = zone.name();
         }
         return *islamic;
@@ -67,12 +69,12 @@ struct Shared {
 };
 
 // The start of the Hijri day in the device's zone, before any correction.
-Date startOfHijriDay(Shared& shared, int64_t day, int64_t month, int64_t year) {
+Date startOfHijriDay(Shared& shared, IslamicCalendar::Kind kind, int64_t day, int64_t month, int64_t year) {
     DateComponents c;
     c.year = year;
     c.month = month;
     c.day = day;
-    return shared.islamicCalendar().dateFromComponents(c);
+    return shared.islamicCalendar(kind).dateFromComponents(c);
 }
 
 std::vector<int32_t> parts(const DateComponents& c) {
@@ -99,6 +101,23 @@ int64_t SunCalculator::hijriCorrection() {
     return source ? source() : 0;
 }
 
+void SunCalculator::setHijriCalendarSource(HijriCalendarSource source) {
+    Shared& shared = Shared::instance();
+    std::lock_guard lock(shared.mutex);
+    shared.calendarKind = std::move(source);
+}
+
+IslamicCalendar::Kind SunCalculator::hijriCalendarKind() {
+    HijriCalendarSource source;
+    {
+        Shared& shared = Shared::instance();
+        std::lock_guard lock(shared.mutex);
+        source = shared.calendarKind;
+    }
+    // Asked outside the lock: the source may take locks of its own.
+    return source ? source() : IslamicCalendar::Kind::civil;
+}
+
 Date SunCalculator::getDateForDay(int64_t day, int64_t month, int64_t year) {
     DateComponents c;
     c.year = year;
@@ -109,11 +128,12 @@ Date SunCalculator::getDateForDay(int64_t day, int64_t month, int64_t year) {
 
 Date SunCalculator::getDateFromHijriDay(int64_t day, int64_t month, int64_t year) {
     const int64_t correction = hijriCorrection();
+    const IslamicCalendar::Kind kind = hijriCalendarKind();
     Shared& shared = Shared::instance();
     std::lock_guard lock(shared.mutex);
     // The shared formatter gets its pattern here too, as it always has; nothing uses it.
     shared.dateFormatter().setDateFormat(kGregorianTextFormat);
-    return Calendar().dateByAddingDays(-correction, startOfHijriDay(shared, day, month, year));
+    return Calendar().dateByAddingDays(-correction, startOfHijriDay(shared, kind, day, month, year));
 }
 
 std::string SunCalculator::convertToGregorianFromHijriDay(int64_t day, int64_t month, int64_t year) {
@@ -127,20 +147,22 @@ std::string SunCalculator::convertToGregorianFromHijriDay(int64_t day, int64_t m
 
 std::vector<int32_t> SunCalculator::getCompsForGregorianFromHijriDay(int64_t day, int64_t month, int64_t year) {
     const int64_t correction = hijriCorrection();
+    const IslamicCalendar::Kind kind = hijriCalendarKind();
     Shared& shared = Shared::instance();
     std::lock_guard lock(shared.mutex);
     const Calendar gregorian;
     DateComponents offset;
     offset.day = -correction;
-    const Date date = gregorian.dateByAddingComponents(offset, startOfHijriDay(shared, day, month, year));
+    const Date date = gregorian.dateByAddingComponents(offset, startOfHijriDay(shared, kind, day, month, year));
     return parts(gregorian.components(date));
 }
 
 std::vector<int32_t> SunCalculator::getCompsForHijriFromDate(Date date) {
     const int64_t correction = hijriCorrection();
+    const IslamicCalendar::Kind kind = hijriCalendarKind();
     Shared& shared = Shared::instance();
     std::lock_guard lock(shared.mutex);
-    DateComponents hijri = shared.islamicCalendar().components(date, correction);
+    DateComponents hijri = shared.islamicCalendar(kind).components(date, correction);
     // The weekday is the moment's own: the correction moves the Hijri date, not the day.
     hijri.weekday = Calendar().components(date).weekday;
     return parts(hijri);
@@ -148,10 +170,11 @@ std::vector<int32_t> SunCalculator::getCompsForHijriFromDate(Date date) {
 
 std::string SunCalculator::convertToHijriFromDate(Date date) {
     const int64_t correction = hijriCorrection();
+    const IslamicCalendar::Kind kind = hijriCalendarKind();
     Shared& shared = Shared::instance();
     std::lock_guard lock(shared.mutex);
     DateFormatter hijri(shared.dateFormatter());
-    hijri.setCalendarIdentifier("islamic-civil");
+    hijri.setCalendarIdentifier(IslamicCalendar::identifierOfKind(kind));
     hijri.setDateFormat(kHijriTextFormat);
     return hijri.stringFromDate(Calendar().dateByAddingDays(correction, date));
 }

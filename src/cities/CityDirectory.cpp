@@ -155,7 +155,7 @@ int CityDirectory::tooMuchWork(void* self) {
     return 1;
 }
 
-std::vector<CityDirectory::Country> CityDirectory::countries() {
+std::vector<CityDirectory::Country> CityDirectory::countries() const {
     std::vector<Country> all;
     std::lock_guard lock(TarvoCity::syncObj());
     SqliteStatement query;
@@ -167,7 +167,7 @@ std::vector<CityDirectory::Country> CityDirectory::countries() {
     return all;
 }
 
-std::optional<CityDirectory::Country> CityDirectory::country(std::string_view identifierCodeOrName) {
+std::optional<CityDirectory::Country> CityDirectory::country(std::string_view identifierCodeOrName) const {
     const std::string wanted = folded(identifierCodeOrName);
     for (Country& each : countries()) {
         if (std::to_string(each.identifier) == wanted || folded(each.code) == wanted || folded(each.name) == wanted) {
@@ -200,6 +200,26 @@ std::string CityDirectory::stateName(SqliteDatabase& directory, const TarvoCity&
         if (state.step() == SQLITE_ROW) return state.columnText(0);
     }
     return {};
+}
+
+std::vector<std::shared_ptr<TarvoCity>> CityDirectory::search(std::string_view text) const {
+    return TarvoCity::SearchCities(database_, text);
+}
+
+std::optional<int64_t> CityDirectory::population(const TarvoCity& city) const {
+    std::lock_guard lock(TarvoCity::syncObj());
+    SqliteStatement query;
+    // An older directory has no population column: the statement does not prepare, and the
+    // answer is "not known".
+    if (query.prepare(database_, "SELECT population FROM cities WHERE name = ? AND lat = ? AND lon = ? LIMIT 1") !=
+        SQLITE_OK) {
+        return std::nullopt;
+    }
+    query.bindText(1, city.cityName().value_or(""));
+    query.bindDouble(2, city.latitude());
+    query.bindDouble(3, city.longitude());
+    if (query.step() != SQLITE_ROW || query.columnIsNull(0)) return std::nullopt;
+    return query.columnInt64(0);
 }
 
 }  // namespace tarvo

@@ -67,6 +67,10 @@ const PrayerConfiguration::Field PrayerConfiguration::kFields[] = {
     {"QiyamAdj", Field::Kind::number, "Minutes added to Qiyam", nullptr, &C::QiyamAdj_, -kMaxAdjustment, kMaxAdjustment},
     {"HijriCorrection", Field::Kind::number, "Days of correction for Hijri dates (+1: each Hijri day starts a day earlier)",
      nullptr, &C::HijriCorrection_, -3, 3},
+    // Absent in older stores and archives: 0, the civil calendar they were made with.
+    {"HijriCalendar", Field::Kind::number,
+     "Calendar of Hijri dates: 0 civil (arithmetical), 1 Umm al-Qura (Saudi official), 2 astronomical", nullptr,
+     &C::HijriCalendar_, 0, 2},
     {"ShouldPlayDuaAfterAthan", Field::Kind::flag, "Play the supplication after the call to prayer",
      &C::ShouldPlayDuaAfterAthan_},
     {"15HourBeforeSunrise", Field::Kind::flag, "Fajr one and a half hours before sunrise", &C::OneHalfHourBeforeSunrise_},

@@ -31,6 +31,10 @@ constexpr const char* kDatabaseQueueLabel = "org.tarvo.core.TarvoDAO.dbaccess";
         const auto configuration = PrayerConfiguration::shared();
         return configuration ? configuration->HijriCorrection() : int64_t{0};
     });
+    SunCalculator::setHijriCalendarSource([] {
+        const auto configuration = PrayerConfiguration::shared();
+        return IslamicCalendar::kindOfNumber(configuration ? configuration->HijriCalendar() : int64_t{0});
+    });
     return true;
 }();
 }  // namespace

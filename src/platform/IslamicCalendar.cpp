@@ -9,6 +9,7 @@
 #include <unicode/unistr.h>
 
 #include "LogMacros.h"
+#include "Text.h"
 
 namespace tarvo {
 
@@ -22,11 +23,15 @@ struct IslamicCalendar::Impl {
 
 namespace {
 
-std::unique_ptr<icu::Calendar> makeCalendar() {
+constexpr std::string_view kNames[] = {"civil", "umalqura", "astronomical"};
+constexpr std::string_view kIdentifiers[] = {"islamic-civil", "islamic-umalqura", "islamic"};
+
+std::unique_ptr<icu::Calendar> makeCalendar(IslamicCalendar::Kind kind) {
     UErrorCode status = U_ZERO_ERROR;
+    const std::string locale = "en@calendar=" + std::string(IslamicCalendar::identifierOfKind(kind));
     // The calendar adopts the zone.
-    std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(
-        icu::TimeZone::getGMT()->clone(), icu::Locale("en@calendar=islamic-civil"), status));
+    std::unique_ptr<icu::Calendar> calendar(
+        icu::Calendar::createInstance(icu::TimeZone::getGMT()->clone(), icu::Locale(locale.c_str()), status));
     if (U_FAILURE(status)) {
         TARVO_LOG_ERROR("Islamic calendar unavailable: {}", u_errorName(status));
         return nullptr;
@@ -37,10 +42,26 @@ std::unique_ptr<icu::Calendar> makeCalendar() {
 
 }  // namespace
 
+IslamicCalendar::Kind IslamicCalendar::kindOfNumber(int64_t number) {
+    return number == 1 ? Kind::ummAlQura : number == 2 ? Kind::astronomical : Kind::civil;
+}
+
+std::string_view IslamicCalendar::nameOfKind(Kind kind) { return kNames[static_cast<size_t>(kind)]; }
+
+std::string_view IslamicCalendar::identifierOfKind(Kind kind) { return kIdentifiers[static_cast<size_t>(kind)]; }
+
+std::optional<IslamicCalendar::Kind> IslamicCalendar::kindNamed(std::string_view name) {
+    const std::string lower = text::lowercased(text::trimmed(name));
+    for (const Kind kind : {Kind::civil, Kind::ummAlQura, Kind::astronomical}) {
+        if (lower == nameOfKind(kind)) return kind;
+    }
+    return std::nullopt;
+}
+
 IslamicCalendar::IslamicCalendar() : IslamicCalendar(TimeZone::systemDefault()) {}
 
-IslamicCalendar::IslamicCalendar(const TimeZone& zone) : impl_(std::make_unique<Impl>()) {
-    impl_->calendar = makeCalendar();
+IslamicCalendar::IslamicCalendar(const TimeZone& zone, Kind kind) : impl_(std::make_unique<Impl>()), kind_(kind) {
+    impl_->calendar = makeCalendar(kind);
     impl_->zone = zone;
 }
 
@@ -86,9 +107,9 @@ Date IslamicCalendar::dateFromComponents(const DateComponents& c) const {
     return Date(local - static_cast<double>(impl_->zone.secondsFromGMTForLocalTime(local)));
 }
 
-int64_t IslamicCalendar::daysInMonth(int64_t month, int64_t year) {
+int64_t IslamicCalendar::daysInMonth(int64_t month, int64_t year, Kind kind) {
     if (month < 1 || month > 12 || year < -100000 || year > 100000) return 0;
-    std::unique_ptr<icu::Calendar> cal = makeCalendar();
+    std::unique_ptr<icu::Calendar> cal = makeCalendar(kind);
     if (!cal) return 0;
     UErrorCode status = U_ZERO_ERROR;
     cal->clear();

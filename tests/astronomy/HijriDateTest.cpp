@@ -66,3 +66,26 @@ TEST_F(HijriDates, GregorianToHijriIsTheInverse) {
     EXPECT_EQ(SunCalculator::getCompsForGregorianFromHijriDay(1, 1, 1446), parts(7, 7, 2024, 1));
     EXPECT_EQ(SunCalculator::convertToHijriFromDate(at(2024, 3, 10, 9, 0)), "1 Ramadan 1445");
 }
+
+TEST_F(HijriDates, UmmAlQuraPreferenceGivesTheSaudiOfficialDatesWithTheCorrectionOnTop) {
+    // The first days of months of Saudi Arabia's published Umm al-Qura calendar.
+    setPreferences({{"HijriCalendar", 1}});
+    EXPECT_EQ(SunCalculator::getCompsForGregorianFromHijriDay(1, 9, 1445), parts(11, 3, 2024, 2));  // Ramadan
+    EXPECT_EQ(SunCalculator::getCompsForGregorianFromHijriDay(1, 10, 1445), parts(10, 4, 2024, 4));  // Shawwal
+    EXPECT_EQ(SunCalculator::getCompsForGregorianFromHijriDay(1, 12, 1445), parts(7, 6, 2024, 6));  // Dhu al-Hijjah
+    EXPECT_EQ(SunCalculator::getCompsForGregorianFromHijriDay(1, 1, 1446), parts(7, 7, 2024, 1));  // Muharram
+    EXPECT_EQ(SunCalculator::getCompsForGregorianFromHijriDay(1, 9, 1446), parts(1, 3, 2025, 7));  // Ramadan
+    // The other way, and the text, follow the same calendar: 7 July 2024 is already 1446.
+    EXPECT_EQ(SunCalculator::getCompsForHijriFromDate(at(2024, 7, 7, 12, 0)), parts(1, 1, 1446, 1));
+    EXPECT_EQ(SunCalculator::convertToHijriFromDate(at(2024, 7, 7, 12, 0)), "1 Muharram 1446");
+
+    setPreferences({{"HijriCalendar", 1}, {"HijriCorrection", 1}});
+    EXPECT_EQ(SunCalculator::getCompsForGregorianFromHijriDay(1, 1, 1446), parts(6, 7, 2024, 7));
+    // A number that names no calendar reads as the arithmetical one.
+    setPreferences({{"HijriCalendar", 7}, {"HijriCorrection", 0}});
+    EXPECT_EQ(SunCalculator::getCompsForGregorianFromHijriDay(1, 1, 1446), parts(8, 7, 2024, 2));
+
+    EXPECT_EQ(IslamicCalendar::kindNamed(" UmAlQura"), IslamicCalendar::Kind::ummAlQura);
+    EXPECT_EQ(IslamicCalendar::kindNamed("islamic"), std::nullopt);
+    EXPECT_EQ(IslamicCalendar::identifierOfKind(IslamicCalendar::Kind::astronomical), "islamic");
+}

@@ -35,7 +35,7 @@ TEST_F(ToolContract, BadInputIsOneLineStatusTwoAndChangesNothing) {
     };
     const auto day = [](const char* command, std::vector<std::string> extra) { return with(with({command}, kMakkah), extra); };
     const std::vector<std::vector<std::string>> bad = {
-        {}, {"frobnicate"}, {"times", "--lon", "0", "--tz", "UTC"}, times({"--date", "5 Jan"}), times({"--method", "99"}),
+        {"frobnicate"}, {"times", "--lon", "0", "--tz", "UTC"}, times({"--date", "5 Jan"}), times({"--method", "99"}),
         times({"--bogus"}), times({"--lat", "91"}), times({"--lon", "-181"}), times({"--lat", "ten"}),
         {"qibla", "--lat", "x", "--lon", "0"}, {"alerts", "set", "Zuhr", "--on"},
         {"alerts", "set", "Asr", "--on", "--file", "/no/such/file.mp3"}, {"alerts", "set", "10", "--on"},

@@ -15,6 +15,7 @@
 #include "Output.h"
 #include "Place.h"
 #include "tarvo/calculation/PrayerCalculator.h"
+#include "tarvo/cities/PlaceResolver.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
 #include "tarvo/platform/TimeZone.h"
@@ -26,6 +27,9 @@ namespace {
 using ordered_json = nlohmann::ordered_json;
 
 struct CitiesOptions {
+    std::optional<std::string> place;
+    std::optional<std::string> placeOption;
+    std::string key;  ///< a saved city's primary key or name
     std::string name;
     std::string country;
     std::optional<std::string> state;
@@ -103,33 +107,65 @@ SavedCities list() {
     return {savedCities(*user)};
 }
 
-CityChange add(const CitiesOptions& o) {
-    if (o.name.empty()) throw UsageError("--name must not be empty");
-    if (o.country.empty()) throw UsageError("--country must not be empty");
-    if (!TimeZone::withName(o.timeZone)) throw UsageError("--tz: unknown time zone '" + o.timeZone + "'");
+CityChange add(const CLI::App& cmd, const CitiesOptions& o) {
+    const auto given = [&](const char* option) { return cmd.get_option(option)->count() > 0; };
+    CityFields fields{o.name, o.country, o.state.value_or(""), o.latitude, o.longitude, o.timeZone, o.calculation};
+    if (const auto name = placeName(o.place, o.placeOption)) {
+        // The directory's city, with what the options say instead.
+        const ResolvedPlace found = namedPlace(*name, given("--country") ? std::optional(o.country) : std::nullopt);
+        if (!given("--name")) fields.name = found.city.name;
+        if (!given("--country")) fields.country = found.city.country;
+        if (!given("--state")) fields.state = found.city.state;
+        if (!given("--lat")) fields.latitude = found.city.latitude;
+        if (!given("--lon")) fields.longitude = found.city.longitude;
+        if (!given("--tz")) fields.timeZone = found.city.timeZone;
+    } else {
+        for (const char* option : {"--name", "--country", "--lat", "--lon", "--tz"}) {
+            if (!given(option)) {
+                throw UsageError(std::string(option) + " is required without a PLACE (e.g. tarvo cities add Makkah)");
+            }
+        }
+    }
+    if (fields.name.empty()) throw UsageError("--name must not be empty");
+    if (fields.country.empty()) throw UsageError("--country must not be empty");
+    if (!TimeZone::withName(fields.timeZone)) throw UsageError("--tz: unknown time zone '" + fields.timeZone + "'");
     checkCalculationOptions(o.calculation);
     auto user = openUserDatabase();
 
-    const auto city = cityFromFields({o.name, o.country, o.state.value_or(""), o.latitude, o.longitude, o.timeZone,
-                                      o.calculation});
+    const auto city = cityFromFields(fields);
     // Saved and selected together, or not at all.
     auto saved = user->addCity(city);
     if (!saved) throw std::runtime_error(saved.error().message);
     return {"Saved and selected", *saved, ""};
 }
 
-// The saved city with this key, or a usage error; nothing is changed either way.
-std::shared_ptr<TarvoCity> existingCity(UserDatabase& user, int64_t primaryKey) {
-    for (const auto& city : savedCities(user)) {
-        if (city->primaryKey() == primaryKey) return city;
+// The saved city with this primary key or name, or a usage error; nothing is changed
+// either way.
+std::shared_ptr<TarvoCity> existingCity(UserDatabase& user, const std::string& key) {
+    const auto cities = savedCities(user);
+    if (!key.empty() && key.find_first_not_of("0123456789") == std::string::npos && key.size() < 19) {
+        const int64_t primaryKey = std::stoll(key);
+        for (const auto& city : cities) {
+            if (city->primaryKey() == primaryKey) return city;
+        }
+        throw UsageError(fmt::format("no saved city has the primary key {} (see tarvo cities saved)", primaryKey));
     }
-    throw UsageError(fmt::format("no saved city has the primary key {} (see tarvo cities saved)", primaryKey));
+    const auto named = PlaceResolver::named(cities, key);
+    if (named.size() == 1) return named.front();
+    if (named.empty()) throw UsageError("no saved city is named '" + key + "' (see tarvo cities saved)");
+    std::string keys;
+    for (const auto& city : named) {
+        keys += fmt::format("{}{} ({})", keys.empty() ? "" : ", ", city->primaryKey(), printable(city->description()));
+    }
+    throw UsageError("several saved cities are named '" + key + "'; give the primary key: " + keys);
 }
 
 CityChange select(const CitiesOptions& o) {
     auto user = openUserDatabase();
-    auto city = existingCity(*user, o.primaryKey);
-    if (auto selected = user->selectCity(o.primaryKey); !selected) throw std::runtime_error(selected.error().message);
+    auto city = existingCity(*user, o.key);
+    if (auto selected = user->selectCity(city->primaryKey()); !selected) {
+        throw std::runtime_error(selected.error().message);
+    }
     city->setIsLoadingFromDB(true);
     city->setIsSelectedCity(true);
     city->setIsLoadingFromDB(false);
@@ -138,7 +174,7 @@ CityChange select(const CitiesOptions& o) {
 
 CityChange remove(const CitiesOptions& o) {
     auto user = openUserDatabase();
-    auto city = existingCity(*user, o.primaryKey);
+    auto city = existingCity(*user, std::to_string(o.primaryKey));
     if (auto deleted = user->deleteCity(o.primaryKey); !deleted) throw std::runtime_error(deleted.error().message);
     return {"Deleted", city,
             city->isSelectedCity() ? "No city is selected now; tarvo times --saved uses London.\n" : ""};
@@ -163,20 +199,23 @@ void registerCitiesCommand(CLI::App& app) {
     saved->callback([options] { render(list(), options->json); });
 
     CLI::App* addCommand = cities->add_subcommand("add", "Save a city and make it the selected one");
-    addCommand->add_option("--name", options->name, "City name")->required();
-    addCommand->add_option("--country", options->country, "Country name (chooses the automatic Asr school)")
-        ->required();
+    addPlaceNameOptions(*addCommand, options->place, options->placeOption);
+    addCommand->add_option("--name", options->name, "City name (default: the directory's, with a PLACE)");
+    addCommand->add_option("--country", options->country,
+                           "Country name (chooses the automatic Asr school); with a PLACE it also narrows the search");
     addCommand->add_option("--state", options->state, "State or province");
-    addLatitudeOption(*addCommand, options->latitude, true);
-    addLongitudeOption(*addCommand, options->longitude, true);
-    addCommand->add_option("--tz", options->timeZone, "Time zone of the city, e.g. Europe/London")->required();
+    addLatitudeOption(*addCommand, options->latitude, false);
+    addLongitudeOption(*addCommand, options->longitude, false);
+    addCommand->add_option("--tz", options->timeZone, "Time zone of the city, e.g. Europe/London");
+    addCommand->footer("Name a directory city (PLACE or --place), whose name, state, country, position and zone the "
+                       "options given replace; or give --name, --country, --lat, --lon and --tz.");
     addCalculationOptions(*addCommand, options->calculation,
                           "Fixed offset from GMT in hours (default: the time zone's offset, stored as 50)");
     addCommand->add_flag("--json", options->json, "Print the saved city as a JSON object");
-    addCommand->callback([options] { render(add(*options), options->json); });
+    addCommand->callback([options, addCommand] { render(add(*addCommand, *options), options->json); });
 
     CLI::App* selectCommand = cities->add_subcommand("select", "Make a saved city the selected one");
-    selectCommand->add_option("pk", options->primaryKey, "Primary key of the city (see tarvo cities saved)")
+    selectCommand->add_option("city", options->key, "Primary key or name of the city (see tarvo cities saved)")
         ->required();
     selectCommand->add_flag("--json", options->json, "Print the selected city as a JSON object");
     selectCommand->callback([options] { render(select(*options), options->json); });

@@ -17,6 +17,7 @@
 #include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Clock.h"
+#include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/platform/IslamicCalendar.h"
 #include "tarvo/prayers/Prayer.h"
 
@@ -49,6 +50,8 @@ struct DayEntry {
     std::string date;      ///< YYYY-MM-DD
     std::string dateText;  ///< the same in the locale's digits
     std::vector<PrayerEntry> prayers;
+    std::string hijri;  ///< the Hijri date in the user's calendar, "1 Ramadan 1445"
+    std::vector<int32_t> hijriParts;
 };
 
 // The countdown from now to the first of the listed prayers still to come.
@@ -123,7 +126,8 @@ DayTable tableFrom(const CLI::App& cmd, const DayOptions& o) {
         const Date noon = gregorian.dateByAddingDays(k, first);
         const TarvoDAO::DayList day = TarvoDAO::getPrayerTimesForDate(noon, place.city, gregorian, islamic);
         lists.push_back(day);
-        DayEntry entry{place.day(noon), place.dayText(noon), {}};
+        DayEntry entry{place.day(noon), place.dayText(noon), {}, SunCalculator::convertToHijriFromDate(noon),
+                       SunCalculator::getCompsForHijriFromDate(noon)};
         for (const auto& prayer : day) entry.prayers.push_back(entryFrom(prayer, place, noon));
         table.days.push_back(std::move(entry));
     }
@@ -149,7 +153,9 @@ std::string jsonText(const DayTable& t) {
     for (const DayEntry& day : t.days) {
         ordered_json prayers = ordered_json::array();
         for (const PrayerEntry& prayer : day.prayers) prayers.push_back(prayerJson(prayer));
-        days.push_back({{"date", day.date}, {"prayers", prayers}});
+        days.push_back({{"date", day.date},
+                        {"hijri", {{"text", day.hijri}, {"parts", day.hijriParts}}},
+                        {"prayers", prayers}});
     }
     ordered_json next = nullptr;
     if (t.next) {
@@ -163,7 +169,7 @@ void writeText(std::ostream& out, const DayTable& t) {
     out << "Prayer times for " << printable(t.description) << " " << t.position << " (time zone " << t.timeZone
         << ")\n";
     for (const DayEntry& day : t.days) {
-        out << "\n" << day.dateText << "\n";
+        out << "\n" << day.dateText << " (" << day.hijri << ")\n";
         for (const PrayerEntry& prayer : day.prayers) {
             std::string note;
             if (prayer.otherDay) note = "  (" + *prayer.otherDay + ")";
@@ -187,7 +193,8 @@ void registerDayCommand(CLI::App& app) {
     cmd->add_option("--days", options->days, "Number of days from the date (1 to 366)")->check(numberBetween(1, 366));
     addClockOption(*cmd, options->clock);
     cmd->add_flag("--json", options->json, "Print one JSON object instead of text");
-    cmd->footer("Give either --lat, --lon and --tz (all three), or --saved. The settings in the shared preferences "
+    cmd->footer("Name a place (PLACE or --place), or give --lat, --lon and --tz (all three); with neither, the selected "
+                "saved city is used, as with --saved. The settings in the shared preferences "
                 "(tarvo config) apply: adjustments, UseSunrise, ShowQiyam, the Isha intervals. When one of the listed "
                 "prayers is still to come, the countdown to it is shown.");
     cmd->callback([options, cmd] { render(tableFrom(*cmd, *options), options->json); });

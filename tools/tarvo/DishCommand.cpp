@@ -11,6 +11,7 @@
 #include "Commands.h"
 #include "Options.h"
 #include "Output.h"
+#include "Place.h"
 #include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/platform/TimeZone.h"
 
@@ -21,7 +22,8 @@ namespace {
 using ordered_json = nlohmann::ordered_json;
 
 struct DishOptions {
-    double latitude = 0;
+    PositionOptions position;
+    double latitude = 0;  ///< the position's, once resolved
     double longitude = 0;
     std::optional<double> satelliteLongitude;
     std::optional<std::string> along;
@@ -134,8 +136,7 @@ void registerDishCommand(CLI::App& app) {
     auto options = std::make_shared<DishOptions>();
     CLI::App* cmd = app.add_subcommand("dish", "Point a dish at a geostationary satellite, or find the satellite "
                                                "along the sun's or the moon's azimuth");
-    addLatitudeOption(*cmd, options->latitude, true);
-    addLongitudeOption(*cmd, options->longitude, true);
+    addPositionOptions(*cmd, options->position);
     auto* sat = cmd->add_option("--sat-lon", options->satelliteLongitude,
                                 "Longitude of the satellite in degrees, east positive")
                     ->check(numberBetween(-180, 180));
@@ -148,7 +149,10 @@ void registerDishCommand(CLI::App& app) {
     cmd->add_flag("--json", options->json, "Print one JSON object instead of text");
     cmd->footer("Give exactly one of --sat-lon and --along. A spherical Earth (6378.137 km) and the "
                 "geostationary radius 42164.17 km; refraction by Saemundsson's formula.");
-    cmd->callback([options] {
+    cmd->callback([options, cmd] {
+        if (!resolvePosition(*cmd, options->position)) throw UsageError("name a place, or give --lat and --lon");
+        options->latitude = options->position.latitude;
+        options->longitude = options->position.longitude;
         if (!options->satelliteLongitude && !options->along) throw UsageError("give --sat-lon or --along");
         if (options->satelliteLongitude) {
             render(pointingAt(*options, *options->satelliteLongitude), options->json);

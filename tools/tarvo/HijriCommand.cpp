@@ -1,6 +1,7 @@
 // tarvo hijri: the Gregorian date of a Hijri date, or the Hijri date of a day, with the
 // user's Hijri correction.
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -27,6 +28,7 @@ constexpr const char* kWeekdays[] = {"Sunday", "Monday", "Tuesday", "Wednesday",
 struct HijriOptions {
     std::vector<int64_t> hijri;
     std::string date;
+    std::optional<std::string> calendar;
     bool json = false;
 };
 
@@ -58,7 +60,8 @@ Conversion toGregorian(const HijriOptions& o) {
     if (day < 1 || day > 30) throw UsageError(fmt::format("Hijri day {} is outside 1 to 30", day));
     if (year < 1 || year > 9999) throw UsageError(fmt::format("Hijri year {} is outside 1 to 9999", year));
     // The calendar would roll 30 Safar over into Rabi I; a date that does not exist is refused.
-    if (const int64_t length = IslamicCalendar::daysInMonth(month, year); day > length) {
+    if (const int64_t length = IslamicCalendar::daysInMonth(month, year, SunCalculator::hijriCalendarKind());
+        day > length) {
         throw UsageError(fmt::format("Hijri month {} of {} has {} days: day {} does not exist", month, year,
                                      length, day));
     }
@@ -85,6 +88,11 @@ Conversion toHijri(const HijriOptions& o) {
 }
 
 Conversion conversionFrom(const HijriOptions& o) {
+    if (o.calendar) {
+        // This run's calendar instead of the HijriCalendar preference; the correction stays.
+        const IslamicCalendar::Kind kind = *IslamicCalendar::kindNamed(*o.calendar);
+        SunCalculator::setHijriCalendarSource([kind] { return kind; });
+    }
     if (!o.hijri.empty() && o.hijri.size() != 3) throw UsageError("give the Hijri date as DAY MONTH YEAR");
     if (!o.hijri.empty() && !o.date.empty()) throw UsageError("give either a Hijri date or --date, not both");
     return o.hijri.empty() ? toHijri(o) : toGregorian(o);
@@ -98,11 +106,16 @@ void registerHijriCommand(CLI::App& app) {
     cmd->add_option("DATE", options->hijri, "Hijri DAY MONTH YEAR (day 1-30, month 1-12, year 1-9999)")
         ->expected(0, 3);
     cmd->add_option("--date", options->date, "Without a Hijri date: the Gregorian day YYYY-MM-DD (default: today)");
+    cmd->add_option("--calendar", options->calendar,
+                    "umalqura (Saudi Arabia's official calendar), civil (arithmetical) or astronomical; default: the "
+                    "HijriCalendar setting (civil unless set)")
+        ->check(CLI::IsMember({"umalqura", "civil", "astronomical"}, CLI::ignore_case));
     cmd->add_flag("--json", options->json, "Print one JSON object: text, date (YYYY-MM-DD) and parts "
                                            "[day, month, year, weekday (1 Sunday)]");
-    cmd->footer("The arithmetical Islamic calendar, moved by HijriCorrection from the shared preferences "
-                "(tarvo config set HijriCorrection 1 --type int: each Hijri day starts a day earlier). The "
-                "Gregorian text writes the week-based year, as the apps do.");
+    cmd->footer("The Islamic calendar of --calendar or of the HijriCalendar setting (0 civil, 1 umalqura, 2 "
+                "astronomical), moved by HijriCorrection from the shared preferences (tarvo config set "
+                "HijriCorrection 1 --type int: each Hijri day starts a day earlier). The Gregorian text writes the "
+                "week-based year, as the apps do.");
     cmd->callback([options] { render(conversionFrom(*options), options->json); });
 }
 

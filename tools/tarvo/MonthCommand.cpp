@@ -3,6 +3,7 @@
 #include <memory>
 #include <ostream>
 #include <regex>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,7 @@
 #include "tarvo/platform/DateFormatter.h"
 #include "tarvo/platform/IslamicCalendar.h"
 #include "tarvo/prayers/Prayer.h"
+#include "tarvo/prayers/PrayerCalendarBuilder.h"
 #include "tarvo/prayers/PrayerMonth.h"
 
 namespace tarvo::cli {
@@ -38,9 +40,13 @@ constexpr const char* kColumnKeys[] = {"fajr", "sunrise", "dhuhr", "asr", "maghr
 struct MonthOptions {
     PlaceOptions place;
     std::string month;
+    std::string date;
+    std::optional<int64_t> days;
     std::optional<int64_t> clock;
+    std::optional<int64_t> alarm;
     bool json = false;
     bool csv = false;
+    bool ics = false;
 };
 
 struct Row {
@@ -53,6 +59,7 @@ struct Row {
 };
 
 struct MonthTable {
+    std::string calendar;  ///< the iCalendar text, with --ics
     ordered_json city;
     std::string description;
     std::string position;
@@ -104,35 +111,69 @@ std::vector<Row> rowsOf(const PrayerMonth& month, const std::vector<Date>& noons
     return rows;
 }
 
-MonthTable tableFrom(const CLI::App& cmd, const MonthOptions& o) {
-    applyClockOption(o.clock, o.json || o.csv);
-    if (o.json && o.csv) throw UsageError("give either --json or --csv");
-    const Place place = resolvePlace(cmd, o.place);
+// Noon of each day asked for: the days of --month, or --days days from --date.
+std::vector<Date> noonsOf(const MonthOptions& o, const Place& place) {
+    std::vector<Date> noons;
+    if (o.days) {
+        const Date first = place.noonOf(o.date, "--date");
+        const Calendar calendar(place.zone);
+        for (int64_t k = 0; k < *o.days; ++k) noons.push_back(calendar.dateByAddingDays(k, first));
+        return noons;
+    }
     const auto [year, monthNumber] = parseMonth(o.month, place);
+    const int64_t days = TarvoDAO::getDaysInMonth(year, monthNumber);
+    for (int64_t day = 1; day <= days; ++day) {
+        noons.push_back(place.noonOf(fmt::format("{:04}-{:02}-{:02}", year, monthNumber, day), "--month"));
+    }
+    return noons;
+}
+
+void checkOptions(const MonthOptions& o) {
+    if (int(o.json) + int(o.csv) + int(o.ics) > 1) throw UsageError("give one of --json, --csv and --ics");
+    if (o.days && !o.month.empty()) throw UsageError("give either --month or --days (from --date), not both");
+    if (!o.date.empty() && !o.days) throw UsageError("--date starts the --days range; give --days too");
+    if (o.alarm && !o.ics) throw UsageError("--alarm sets the alarms of the --ics calendar; give --ics too");
+}
+
+MonthTable tableFrom(const CLI::App& cmd, const MonthOptions& o) {
+    checkOptions(o);
+    applyClockOption(o.clock, o.json || o.csv || o.ics);
+    const Place place = resolvePlace(cmd, o.place);
+    const std::vector<Date> noons = noonsOf(o, place);
+    const DateComponents start = Calendar(place.zone).components(noons.front());
 
     const auto facade = TarvoDAO::getSharedInstance();
     const bool arabic = facade->globalPrayerConfiguration()->ShowPrayerNamesInArabic();
     const Calendar gregorian;
     const IslamicCalendar islamic;
     PrayerMonth month;
-    month.setMonthNumber(monthNumber);
-    const int64_t days = TarvoDAO::getDaysInMonth(year, monthNumber);
-    std::vector<Date> noons;
-    for (int64_t day = 1; day <= days; ++day) {
-        const Date noon = place.noonOf(fmt::format("{:04}-{:02}-{:02}", year, monthNumber, day), "--month");
-        noons.push_back(noon);
-        if (day == 1) month.setIslamicMonthNumber(SunCalculator::getCompsForHijriFromDate(noon)[1]);
+    month.setMonthNumber(start.month);
+    month.setIslamicMonthNumber(SunCalculator::getCompsForHijriFromDate(noons.front())[1]);
+    PrayerCalendarBuilder calendar(place.city->description(), place.city->latitude(), place.city->longitude(),
+                                   place.zone);
+    calendar.setAlarmMinutes(o.alarm);
+    for (const Date noon : noons) {
         const TarvoDAO::DayList list = TarvoDAO::getPrayerTimesForDate(noon, place.city, gregorian, islamic);
         month.Prayers().insert(month.Prayers().end(), list.begin(), list.end());
+        calendar.addDay(Calendar(place.zone).components(noon), list);
     }
 
     MonthTable table;
+    if (o.ics) {
+        auto text = calendar.text();
+        if (!text) throw std::runtime_error(text.error().message);
+        table.calendar = std::move(*text);
+        if (o.alarm && calendar.alarmCount() == 0) {
+            warn("no prayer has its alert on, so the calendar has no alarms (see tarvo alerts)");
+        }
+        return table;
+    }
     table.rows = rowsOf(month, noons, place, arabic);
     table.city = cityJson(*place.city);
     table.description = place.city->description();
     table.position = place.city->getLatLongString();
     table.timeZone = place.zone.name();
-    table.month = fmt::format("{:04}-{:02}", year, monthNumber);
+    table.month = fmt::format("{:04}-{:02}", start.year, start.month);
     table.monthNumber = month.MonthNumber();
     table.islamicMonthNumber = month.IslamicMonthNumber();
     // Column titles do not change on Fridays: Dhuhr's is fixed, the others are the names.
@@ -206,12 +247,24 @@ void registerMonthCommand(CLI::App& app) {
     addClockOption(*cmd, options->clock);
     cmd->add_flag("--json", options->json, "Print one JSON object instead of the table");
     cmd->add_flag("--csv", options->csv, "Print CSV with a header row instead of the table");
-    cmd->footer("Give either --lat, --lon and --tz (all three), or --saved. The settings in the shared preferences "
+    cmd->add_flag("--ics", options->ics,
+                  "Print an iCalendar (RFC 5545) calendar to import or subscribe to: one event per prayer; importing "
+                  "the same place and days again replaces the events");
+    cmd->add_option("--days", options->days, "Instead of a month: this many days from --date (1 to 366)")
+        ->check(numberBetween(1, 366));
+    cmd->add_option("--date", options->date, "The first of the --days days as YYYY-MM-DD (default: today)");
+    cmd->add_option("--alarm", options->alarm,
+                    "With --ics: an alarm this many minutes before each prayer whose alert is on (tarvo alerts)")
+        ->check(numberBetween(0, 24 * 60));
+    cmd->footer("Name a place (PLACE or --place), or give --lat, --lon and --tz (all three); with neither, the selected "
+                "saved city is used, as with --saved. The settings in the shared preferences "
                 "(tarvo config) apply: adjustments, UseSunrise, HijriCorrection; with ShowPrayerNamesInArabic the "
                 "weekdays and prayer names are Arabic.");
     cmd->callback([options, cmd] {
         const MonthTable table = tableFrom(*cmd, *options);
-        if (options->csv) {
+        if (options->ics) {
+            std::cout << table.calendar;
+        } else if (options->csv) {
             writeCsv(std::cout, table);
         } else {
             render(table, options->json);

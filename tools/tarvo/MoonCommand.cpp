@@ -10,6 +10,7 @@
 #include "Commands.h"
 #include "Options.h"
 #include "Output.h"
+#include "Place.h"
 #include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/TimeZone.h"
@@ -21,9 +22,7 @@ namespace {
 using ordered_json = nlohmann::ordered_json;
 
 struct MoonOptions {
-    double latitude = 0;
-    double longitude = 0;
-    std::string timeZone;
+    PositionOptions position;
     std::string date;
     bool json = false;
 };
@@ -39,16 +38,18 @@ struct MoonReport {
     double distanceKm = 0;
 };
 
-MoonReport reportFrom(const MoonOptions& o) {
+MoonReport reportFrom(const CLI::App& cmd, MoonOptions& options) {
+    if (!resolvePosition(cmd, options.position)) throw UsageError("name a place, or give --lat, --lon and --tz");
+    const PositionOptions& o = options.position;
     std::optional<TimeZone> found = TimeZone::withName(o.timeZone);
     if (!found) warn("unknown time zone '" + o.timeZone + "'; using GMT");
     const TimeZone zone = found.value_or(TimeZone::gmt());
 
     DateComponents day;
-    if (o.date.empty()) {
+    if (options.date.empty()) {
         day = Calendar(zone).components(Date::now());
     } else {
-        day = parseDate(o.date, "--date");
+        day = parseDate(options.date, "--date");
     }
 
     MoonReport r;
@@ -114,16 +115,14 @@ void writeText(std::ostream& out, const MoonReport& r) {
 void registerMoonCommand(CLI::App& app) {
     auto options = std::make_shared<MoonOptions>();
     CLI::App* cmd = app.add_subcommand("moon", "Show moonrise, moonset, phase and distance of the moon for a day");
-    addLatitudeOption(*cmd, options->latitude, true);
-    addLongitudeOption(*cmd, options->longitude, true);
-    cmd->add_option("--tz", options->timeZone, "Time zone of the place, e.g. America/New_York")->required();
+    addPositionOptions(*cmd, options->position, "Time zone of the place, e.g. America/New_York");
     cmd->add_option("--date", options->date, "Date as YYYY-MM-DD (default: today in the zone)");
     cmd->add_flag("--json", options->json, "Print one JSON object instead of text");
     cmd->footer("Rise and set are the moments the moon's upper limb meets the horizon (34' refraction), to the "
                 "minute; illumination, age and distance are those at local noon, and a day in which a principal "
                 "phase falls carries its name. The compatible texts are the "
                 "application's historical moonrise/moonset display (hours times 100).");
-    cmd->callback([options] { render(reportFrom(*options), options->json); });
+    cmd->callback([options, cmd] { render(reportFrom(*cmd, *options), options->json); });
 }
 
 }  // namespace tarvo::cli

@@ -12,6 +12,7 @@
 #include "Options.h"
 #include "Output.h"
 #include "Place.h"
+#include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/facade/TarvoDAODelegate.h"
@@ -33,6 +34,7 @@ struct NowOptions {
     std::string at;
     std::optional<int64_t> clock;
     bool countdown = false;
+    bool verbose = false;
     bool json = false;
 };
 
@@ -78,6 +80,8 @@ struct Summary {
 
 struct NowReport {
     std::string now;
+    std::string hijri;  ///< today's Hijri date in the user's calendar
+    std::vector<int32_t> hijriParts;
     std::string description;
     std::string timeZone;
     std::optional<PrayerMoment> current;
@@ -85,6 +89,7 @@ struct NowReport {
     std::optional<Countdown> countdown;
     std::vector<std::string> delegateCalls;
     std::optional<Summary> summary;
+    bool verbose = false;  ///< the library's inner workings in the text too
 };
 
 std::optional<PrayerMoment> momentOf(const std::shared_ptr<Prayer>& prayer, const Place& place) {
@@ -141,12 +146,15 @@ NowReport reportFrom(const CLI::App& cmd, const NowOptions& o) {
         r.summary = summaryOf(*info, place);
     }
     r.now = place.iso(now);
+    r.hijri = SunCalculator::convertToHijriFromDate(now);
+    r.hijriParts = SunCalculator::getCompsForHijriFromDate(now);
     r.description = place.city->description();
     r.timeZone = place.zone.name();
     r.current = momentOf(facade->CurrentPrayer(), place);
     r.next = momentOf(facade->NextPrayer(), place);
     r.countdown = countdownTo(facade->NextPrayer(), now);
     r.delegateCalls = delegate->calls;
+    r.verbose = o.verbose;
     return r;
 }
 
@@ -179,6 +187,7 @@ std::string jsonText(const NowReport& r) {
         countdown = {{"seconds", r.countdown->seconds}, {"words", r.countdown->words}, {"timer", r.countdown->timer}};
     }
     return dumpJson(ordered_json{{"now", r.now},
+                                 {"hijri", {{"text", r.hijri}, {"parts", r.hijriParts}}},
                                  {"timeZone", r.timeZone},
                                  {"current", momentJson(r.current)},
                                  {"next", momentJson(r.next)},
@@ -194,11 +203,15 @@ std::string prayerText(const std::optional<PrayerMoment>& m) {
 
 void writeText(std::ostream& out, const NowReport& r) {
     out << "Now:      " << r.now << " (" << printable(r.description) << ", time zone " << r.timeZone << ")\n";
+    out << "Hijri:    " << r.hijri << "\n";
     out << "Current:  " << prayerText(r.current) << "\n";
     out << "Next:     " << prayerText(r.next) << "\n";
     if (r.countdown) out << "In:       " << r.countdown->words << " (" << r.countdown->timer << ")\n";
-    out << "Delegate: " << (r.delegateCalls.empty() ? "no calls" : fmt::format("{}", fmt::join(r.delegateCalls, ", ")))
-        << "\n";
+    // The delegate's calls are names inside the library, for a developer who asks for them.
+    if (r.verbose) {
+        out << "Delegate: "
+            << (r.delegateCalls.empty() ? "no calls" : fmt::format("{}", fmt::join(r.delegateCalls, ", "))) << "\n";
+    }
     if (!r.summary) {
         out << "Summary:  none\n";
         return;
@@ -222,8 +235,10 @@ void registerNowCommand(CLI::App& app) {
     addClockOption(*cmd, options->clock);
     cmd->add_flag("--countdown", options->countdown,
                   "Summary for a countdown: the focus moves to the next prayer 40 minutes after the current one");
+    cmd->add_flag("--verbose", options->verbose, "Also show the calls the library made to its delegate");
     cmd->add_flag("--json", options->json, "Print one JSON object instead of text");
-    cmd->footer("Give either --lat, --lon and --tz (all three), or --saved. ShowQiyam and the other settings in the "
+    cmd->footer("Name a place (PLACE or --place), or give --lat, --lon and --tz (all three); with neither, the selected "
+                "saved city is used, as with --saved. ShowQiyam and the other settings in the "
                 "shared preferences (tarvo config) apply.");
     cmd->callback([options, cmd] { render(reportFrom(*cmd, *options), options->json); });
 }

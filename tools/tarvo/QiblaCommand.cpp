@@ -1,13 +1,19 @@
 // tarvo qibla: direction of and distance to the Kaaba.
 #include <memory>
+#include <optional>
 #include <ostream>
+#include <string>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
 #include "Options.h"
+#include "OpenUserDatabase.h"
 #include "Output.h"
+#include "Place.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/cities/UserDatabase.h"
 #include "tarvo/astronomy/QiblaCalculator.h"
 
 namespace tarvo::cli {
@@ -15,8 +21,7 @@ namespace tarvo::cli {
 namespace {
 
 struct QiblaOptions {
-    double latitude = 0;
-    double longitude = 0;
+    PositionOptions position;
     bool json = false;
 };
 
@@ -26,10 +31,18 @@ struct Qibla {
     double statuteMiles = 0;
 };
 
-Qibla qiblaFrom(const QiblaOptions& o) {
-    return {QiblaCalculator::getQiblaDirection(o.latitude, o.longitude),
-            QiblaCalculator::CalcKabaDistance(o.latitude, o.longitude, false),
-            QiblaCalculator::CalcKabaDistance(o.latitude, o.longitude, true)};
+Qibla qiblaFrom(const CLI::App& cmd, QiblaOptions& o) {
+    PositionOptions& p = o.position;
+    if (!resolvePosition(cmd, p)) {
+        // No place: the selected saved city's.
+        auto user = openUserDatabase();
+        const auto city = TarvoCity::initWithCurrentSelectionUsingDB(user->database());
+        p.latitude = city->latitude();
+        p.longitude = city->longitude();
+    }
+    return {QiblaCalculator::getQiblaDirection(p.latitude, p.longitude),
+            QiblaCalculator::CalcKabaDistance(p.latitude, p.longitude, false),
+            QiblaCalculator::CalcKabaDistance(p.latitude, p.longitude, true)};
 }
 
 std::string jsonText(const Qibla& q) {
@@ -51,10 +64,10 @@ void writeText(std::ostream& out, const Qibla& q) {
 void registerQiblaCommand(CLI::App& app) {
     auto options = std::make_shared<QiblaOptions>();
     CLI::App* cmd = app.add_subcommand("qibla", "Show the direction of and distance to the Kaaba");
-    addLatitudeOption(*cmd, options->latitude, true);
-    addLongitudeOption(*cmd, options->longitude, true);
+    addPositionOptions(*cmd, options->position);
     cmd->add_flag("--json", options->json, "Print one JSON object instead of text");
-    cmd->callback([options] { render(qiblaFrom(*options), options->json); });
+    cmd->footer("Name a place (PLACE or --place) or give --lat and --lon; with neither, the selected saved city.");
+    cmd->callback([options, cmd] { render(qiblaFrom(*cmd, *options), options->json); });
 }
 
 }  // namespace tarvo::cli

@@ -9,6 +9,7 @@
 #include "Commands.h"
 #include "Options.h"
 #include "Output.h"
+#include "Place.h"
 #include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/platform/TimeZone.h"
 
@@ -19,8 +20,7 @@ namespace {
 using ordered_json = nlohmann::ordered_json;
 
 struct SkyOptions {
-    double latitude = 0;
-    double longitude = 0;
+    PositionOptions position;
     std::string at;
     bool json = false;
 };
@@ -33,8 +33,10 @@ struct Sky {
     SunCalculator::Position moon;
 };
 
-Sky skyFrom(const SkyOptions& o) {
-    const Date moment = momentOrNow(o.at, "--at");
+Sky skyFrom(const CLI::App& cmd, SkyOptions& options) {
+    if (!resolvePosition(cmd, options.position)) throw UsageError("name a place, or give --lat and --lon");
+    const PositionOptions& o = options.position;
+    const Date moment = momentOrNow(options.at, "--at");
     return {o.latitude, o.longitude, clockTime(moment, TimeZone::gmt()).iso,
             SunCalculator::sunPosition(moment, o.latitude, o.longitude),
             SunCalculator::moonPosition(moment, o.latitude, o.longitude)};
@@ -84,11 +86,10 @@ void writeText(std::ostream& out, const Sky& sky) {
 void registerSkyCommand(CLI::App& app) {
     auto options = std::make_shared<SkyOptions>();
     CLI::App* cmd = app.add_subcommand("sky", "Show the sun's and the moon's position at a moment");
-    addLatitudeOption(*cmd, options->latitude, true);
-    addLongitudeOption(*cmd, options->longitude, true);
+    addPositionOptions(*cmd, options->position);
     cmd->add_option("--at", options->at, "Moment as YYYY-MM-DDTHH:MM in the device's zone (TZ) (default: now)");
     cmd->add_flag("--json", options->json, "Print one JSON object instead of text");
-    cmd->callback([options] { render(skyFrom(*options), options->json); });
+    cmd->callback([options, cmd] { render(skyFrom(*cmd, *options), options->json); });
 }
 
 }  // namespace tarvo::cli

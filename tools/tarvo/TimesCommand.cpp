@@ -79,7 +79,7 @@ DayTimes timesFrom(const CLI::App& cmd, const TimesOptions& o) {
     t.method = calculator.calcMethod();
     t.asr = calculator.asrJuristic();
     t.highLatitude = calculator.adjustHighLats();
-    if (o.place.saved) t.savedCity = cityJson(*city);
+    if (usesSavedCity(cmd, o.place)) t.savedCity = cityJson(*city);
     return t;
 }
 
@@ -126,7 +126,8 @@ void registerTimesCommand(CLI::App& app) {
         ->check(CLI::IsMember({"24", "12", "12ns"}))
         ->excludes("--clock");
     cmd->add_flag("--json", options->json, "Print one JSON object instead of text");
-    cmd->footer("Give either --lat, --lon and --tz (all three), or --saved.");
+    cmd->footer("Name a place (PLACE or --place), or give --lat, --lon and --tz (all three); with neither, the selected "
+                "saved city is used, as with --saved.");
     cmd->callback([options, cmd] { render(timesFrom(*cmd, *options), options->json); });
 }
 

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <iostream>
 #include <iterator>
+#include <optional>
 #include <sstream>
 #include <string_view>
 #include <regex>
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
 
 #include "Commands.h"
 #include "UsageError.h"
@@ -102,12 +104,58 @@ std::vector<std::string> optionNames(const CLI::App& app, int argc, const char* 
     return out;
 }
 
-// The parser's messages in the user's words.
+// The first word before any "--" that looks like an option the command does not have
+// ("--calendar" of "--calendar=umalqura"), if any.
+std::optional<std::string> unknownOption(const CLI::App& app, int argc, const char* const* argv) {
+    const std::vector<std::string> options = optionNames(app, argc, argv);
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        if (word == "--") break;
+        if (word.rfind("--", 0) != 0 || word == "--help" || word == "--help-all" || word == "--version") continue;
+        const std::string option = word.substr(0, word.find('='));
+        if (std::find(options.begin(), options.end(), option) == options.end()) return option;
+    }
+    return std::nullopt;
+}
+
+// The parser's messages in the user's words. An unknown option explains most of them (the
+// parser then takes its value for an extra argument), so it is named first.
 std::string plainMessage(const CLI::ParseError& error, const CLI::App& app, int argc, const char* const* argv) {
     const std::string what = error.what();
+    if (const auto option = unknownOption(app, argc, argv)) {
+        return "unknown option " + *option + nearest(*option, optionNames(app, argc, argv));
+    }
     std::smatch m;
-    if (std::regex_search(what, m, std::regex(R"(^(\S+): At Most 1 required but received (\d+))"))) {
+    if (std::regex_search(what, m, std::regex(R"(^(-\S+): At Most 1 required but received (\d+))"))) {
         return m[1].str() + " was given " + m[2].str() + " times; give it once";
+    }
+    if (std::regex_search(what, m, std::regex(R"(^(\S+): At Most (\d+) required but received (\d+))"))) {
+        return fmt::format("too many values: {} takes at most {}, and {} were given", m[1].str(),
+                           m[2].str(), m[3].str());
+    }
+    if (std::regex_search(what, m, std::regex(R"(^(\S+): At least (\d+) required but received (\d+))")) ||
+        std::regex_search(what, m, std::regex(R"(^Expected at least (\d+) arguments to (\S+), got (\d+))"))) {
+        return "too few values for " + m[1].str() + " (see --help)";
+    }
+    if (std::regex_search(what, m, std::regex(R"(^(\S+): \d+ required \S+ missing)")) ||
+        std::regex_search(what, m, std::regex(R"(^Expected exactly \d+ arguments to (\S+))"))) {
+        return m[1].str() + " needs a value";
+    }
+    if (std::regex_search(what, m, std::regex(R"(^Could not convert: (\S+) = (.*))"))) {
+        return m[1].str() + ": '" + m[2].str() + "' is not a valid value";
+    }
+    if (std::regex_search(what, m, std::regex(R"(^The value (.*) is not an allowed value for (\S+))"))) {
+        return m[2].str() + ": '" + m[1].str() + "' is not an allowed value";
+    }
+    if (std::regex_search(what, m, std::regex(R"(^(\S+): Should be true/false or a number)")) ||
+        std::regex_search(what, m, std::regex(R"(^(\S+): too many inputs for a flag)"))) {
+        return m[1].str() + " is a switch and takes no value";
+    }
+    if (std::regex_search(what, m, std::regex(R"(^(\S+) excludes (\S+))"))) {
+        return "give either " + m[1].str() + " or " + m[2].str() + ", not both";
+    }
+    if (std::regex_search(what, m, std::regex(R"(^(\S+) requires (\S+))"))) {
+        return m[1].str() + " needs " + m[2].str() + " too";
     }
     if (const size_t at = what.find("expected: "); at != std::string::npos) {
         // The parser lists the words it could not place; an unknown option explains the rest.
@@ -127,11 +175,15 @@ std::string plainMessage(const CLI::ParseError& error, const CLI::App& app, int 
                 return "unknown option " + option + nearest(option, options);
             }
         }
-        return "unexpected argument '" + (extras.empty() ? std::string() : extras.front()) + "'";
+        return "unexpected argument '" + (extras.empty() ? std::string() : extras.front()) +
+               "' (see --help; a name of several words goes in quotes)";
     }
     if (std::regex_search(what, m, std::regex(R"(^(\S+): (\S+) not in \{(.*)\})"))) {
         return m[1].str() + ": '" + m[2].str() + "' is not one of " + m[3].str();
     }
+    if (std::regex_search(what, m, std::regex(R"(^(\S+) is required)"))) return what;
+    // A validator's own message after the option's name is already in plain words.
+    if (error.get_name() == "ValidationError") return what;
     return what + " (see --help)";
 }
 
@@ -178,6 +230,13 @@ int tarvo::cli::run(int argc, const char* const* argv) {
     tarvo::cli::registerMethodsCommand(app);
 
     int status = 0;
+    if (argc <= 1) {
+        // Nothing asked: what can be asked.
+        app.name("tarvo");
+        std::cout << app.help();
+        std::cout.flush();
+        return 0;
+    }
     try {
         checkCommandWords(app, argc, argv);
         app.parse(argc, argv);

@@ -8,6 +8,7 @@
 
 #include "tarvo/Export.h"
 #include "tarvo/platform/Date.h"
+#include "tarvo/platform/IslamicCalendar.h"
 #include "tarvo/platform/TimeZone.h"
 
 namespace tarvo {
@@ -167,9 +168,10 @@ public:
     static double satelliteAzimuth(double satLon, double siteLat, double siteLon);
 
     // ==== Hijri and Gregorian dates (SunCalculatorHijri.cpp) ==============================
-    // The arithmetical Islamic calendar (ICU's "islamic-civil") in the device's zone, moved by
+    // The Islamic calendar the user chose (the arithmetical "islamic-civil" unless the
+    // HijriCalendar preference says Umm al-Qura or astronomical) in the device's zone, moved by
     // the user's Hijri correction: a correction of +1 makes every Hijri day start one
-    // Gregorian day earlier. The correction is asked for afresh at each call.
+    // Gregorian day earlier. The kind and the correction are asked for afresh at each call.
 
     /// Answers the user's Hijri correction in whole days.
     using HijriCorrectionSource = std::function<int64_t()>;
@@ -179,6 +181,13 @@ public:
     static void setHijriCorrectionSource(HijriCorrectionSource source);
     /// The correction the installed source answers now.
     static int64_t hijriCorrection();
+    /// Answers the kind of Islamic calendar the user chose.
+    using HijriCalendarSource = std::function<IslamicCalendar::Kind()>;
+    /// Installs where the calendar kind comes from (an empty function: the civil calendar).
+    /// The facade installs its configuration's HijriCalendar when the library is loaded.
+    static void setHijriCalendarSource(HijriCalendarSource source);
+    /// The calendar kind the installed source answers now.
+    static IslamicCalendar::Kind hijriCalendarKind();
 
     /// The start of a Gregorian day in the device's zone.
     static Date getDateForDay(int64_t day, int64_t month, int64_t year);

@@ -61,13 +61,19 @@ public:
     const std::filesystem::path& path() const { return database_.path(); }
 
     /// Every country in name order.
-    std::vector<Country> countries();
+    std::vector<Country> countries() const;
     /// The country with this numeric code, two-letter code or name (letter case ignored by
     /// the root locale's folding); nothing when none matches.
-    std::optional<Country> country(std::string_view identifierCodeOrName);
+    std::optional<Country> country(std::string_view identifierCodeOrName) const;
     /// The state of the directory city at exactly this place in this country ("" when the
     /// directory has none or does not hold the city).
-    std::string stateName(const TarvoCity& city) { return stateName(database_, city); }
+    std::string stateName(const TarvoCity& city) const { return stateName(database_, city); }
+    /// The ranked city search of TarvoCity::SearchCities on this directory.
+    std::vector<std::shared_ptr<TarvoCity>> search(std::string_view text) const;
+    /// The number of people of the directory city with exactly this name and position;
+    /// nothing when the directory does not know it (a directory built without populations,
+    /// or no such city).
+    std::optional<int64_t> population(const TarvoCity& city) const;
     /// The same, read through a directory connection the caller holds.
     static std::string stateName(SqliteDatabase& directory, const TarvoCity& city);
 
@@ -97,7 +103,9 @@ private:
     Work work_;
     unsigned faultsAtOpen_ = 0;
 
-    SqliteDatabase database_;
+    // Look-ups only read the file (opened immutable); the connection's statements change
+    // state while they run, so const look-ups use it as mutable.
+    mutable SqliteDatabase database_;
 };
 
 }  // namespace tarvo

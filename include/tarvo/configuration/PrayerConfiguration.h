@@ -71,6 +71,9 @@ public:
     int64_t IshaAdj() const { return IshaAdj_; }
     int64_t QiyamAdj() const { return QiyamAdj_; }
     int64_t HijriCorrection() const { return HijriCorrection_; }
+    /// The Islamic calendar of Hijri dates: 0 civil (arithmetical), 1 Umm al-Qura, 2
+    /// astronomical (the numbers of IslamicCalendar::Kind).
+    int64_t HijriCalendar() const { return HijriCalendar_; }
     bool ShouldPlayDuaAfterAthan() const { return ShouldPlayDuaAfterAthan_; }
     bool OneHalfHourBeforeSunrise() const { return OneHalfHourBeforeSunrise_; }
     bool OneHalfHourAfterMaghrib() const { return OneHalfHourAfterMaghrib_; }
@@ -107,6 +110,7 @@ private:
     int64_t IshaAdj_ = 0;
     int64_t QiyamAdj_ = 0;
     int64_t HijriCorrection_ = 0;
+    int64_t HijriCalendar_ = 0;
     bool ShouldPlayDuaAfterAthan_ = false;
     bool OneHalfHourBeforeSunrise_ = false;
     bool OneHalfHourAfterMaghrib_ = false;

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string_view>
 
 #include "tarvo/Export.h"
 #include "tarvo/platform/Date.h"
@@ -10,18 +12,32 @@
 
 namespace tarvo {
 
-/// The arithmetical (civil) Islamic calendar in one time zone (ICU's "islamic-civil"):
-/// splits moments into Hijri year, month (1 Muharram to 12 Dhu al-Hijjah) and day, and back.
+/// An Islamic calendar in one time zone: splits moments into Hijri year, month (1 Muharram
+/// to 12 Dhu al-Hijjah) and day, and back.
 ///
-/// ICU's plain "islamic" calendar is astronomical and differs from this one by a day on some
-/// dates; the civil calendar is the one stored corrections were made against.
+/// The arithmetical (civil) calendar, ICU's "islamic-civil", is the default: it is the one
+/// stored corrections were made against. Saudi Arabia's official calendar is Umm al-Qura
+/// (ICU's "islamic-umalqura", tabulated for 1300 to 1600 AH and civil outside them); ICU's
+/// plain "islamic" is astronomical. Each differs from the civil one by a day on some dates.
 ///
 /// One calendar may be shared by several threads: each call holds the calendar's own lock.
 class TARVO_EXPORT IslamicCalendar {
 public:
-    /// A calendar in the device's zone.
+    /// The kinds of Islamic calendar; the numbers are the stored "HijriCalendar" preference.
+    enum class Kind : int64_t { civil = 0, ummAlQura = 1, astronomical = 2 };
+    /// The kind of a stored number; civil for any number that names none.
+    static Kind kindOfNumber(int64_t number);
+    /// "civil", "umalqura", "astronomical".
+    static std::string_view nameOfKind(Kind kind);
+    /// The kind with that name (letter case ignored), or nothing.
+    static std::optional<Kind> kindNamed(std::string_view name);
+    /// ICU's identifier of the kind: "islamic-civil", "islamic-umalqura", "islamic".
+    static std::string_view identifierOfKind(Kind kind);
+
+    /// A civil calendar in the device's zone.
     IslamicCalendar();
-    explicit IslamicCalendar(const TimeZone& zone);
+    explicit IslamicCalendar(const TimeZone& zone, Kind kind = Kind::civil);
+    Kind kind() const { return kind_; }
     ~IslamicCalendar();
     IslamicCalendar(const IslamicCalendar&) = delete;
     IslamicCalendar& operator=(const IslamicCalendar&) = delete;
@@ -34,12 +50,13 @@ public:
 
     /// The number of days (29 or 30) of Hijri month `month` (1-12) of `year`; 0 when the month
     /// is outside 1-12 or the year outside -100000..100000.
-    static int64_t daysInMonth(int64_t month, int64_t year);
+    static int64_t daysInMonth(int64_t month, int64_t year, Kind kind = Kind::civil);
 
     struct Impl;
 
 private:
     std::unique_ptr<Impl> impl_;
+    Kind kind_ = Kind::civil;
 };
 
 /// Whether the date falls in Ramadan (Hijri month 9) once moved by `correction` days.

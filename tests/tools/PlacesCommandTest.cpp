@@ -1,0 +1,149 @@
+// The tarvo tool with places by name, in a fresh data folder and the shipped directory: a
+// named place is the directory city's position, zone and country; an ambiguous name says
+// which city was chosen, an unknown one fails with the closest names; no place is the
+// selected saved city; cities add and select by name; the Hijri calendar choice; and errors
+// and text in people's words.
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "support/DataFolder.h"
+#include "support/RunProcess.h"
+
+namespace tarvo {
+namespace {
+
+using json = nlohmann::json;
+using test::runTarvo;
+using Args = std::vector<std::string>;
+
+class PlacesToolTest : public ::testing::Test {
+protected:
+    static json jsonOf(const Args& args, const Args& env = {}) {
+        const auto run = runTarvo(args, env);
+        EXPECT_EQ(run.status, 0) << run.err;
+        return json::parse(run.out, nullptr, false);
+    }
+    // The directory's first answer for a name, as `cities search` gives it.
+    static json directoryCity(const std::string& name) { return jsonOf({"cities", "search", name, "--json"})[0]; }
+    static Args at(const json& city) {
+        return {"--lat", fmt::format("{:.17g}", city["latitude"].get<double>()), "--lon",
+                fmt::format("{:.17g}", city["longitude"].get<double>()), "--tz", city["TimeZone"].get<std::string>(),
+                "--country", city["countryName"].get<std::string>()};
+    }
+    static Args plus(Args a, const Args& b) {
+        a.insert(a.end(), b.begin(), b.end());
+        return a;
+    }
+
+    test::ScopedDataFolder folder_;
+    test::ScopedEnvironment environment_;
+};
+
+TEST_F(PlacesToolTest, ANamedPlaceIsTheDirectoryCitysPositionZoneAndCountry) {
+    const Args day = {"--date", "2025-03-01", "--json"};
+    const json istanbul = directoryCity("Istanbul");
+    ASSERT_EQ(istanbul["TimeZone"], "Europe/Istanbul");
+    const auto named = runTarvo(plus({"times", "Istanbul"}, day));
+    ASSERT_EQ(named.status, 0) << named.err;
+    EXPECT_EQ(named.err, "") << "one Istanbul: nothing to choose";
+    EXPECT_EQ(json::parse(named.out), jsonOf(plus(plus({"times"}, at(istanbul)), day)));
+    EXPECT_EQ(jsonOf(plus({"times", "--place", "istanbul", "--method", "3"}, day)),
+              jsonOf(plus(plus({"times", "--method", "3"}, at(istanbul)), day)));
+    // --lat given with the place wins over the directory's.
+    EXPECT_NE(jsonOf(plus({"times", "Istanbul", "--lat", "50"}, day))["hours"], json::parse(named.out)["hours"]);
+    // Kuala Lumpur by name takes its official timetable where it covers the date.
+    EXPECT_EQ(jsonOf({"times", "Kuala Lumpur", "--date", "2020-01-01", "--json"})["fixedTimings"], true);
+    const json jakarta = directoryCity("Jakarta");
+    EXPECT_EQ(jsonOf({"qibla", "Jakarta", "--json"}),
+              jsonOf({"qibla", "--lat", fmt::format("{:.17g}", jakarta["latitude"].get<double>()), "--lon",
+                      fmt::format("{:.17g}", jakarta["longitude"].get<double>()), "--json"}));
+    // Machine output is the same in a Turkish or Saudi locale, and "Izmir" keeps its I.
+    for (const char* locale : {"LC_ALL=tr_TR.UTF-8", "LC_ALL=ar_SA.UTF-8"}) {
+        EXPECT_EQ(jsonOf(plus({"times", "ISTANBUL"}, day), {locale}), json::parse(named.out)) << locale;
+        EXPECT_EQ(jsonOf(plus({"times", "Izmir"}, day), {locale}), jsonOf(plus({"times", "izmir"}, day))) << locale;
+    }
+}
+
+TEST_F(PlacesToolTest, AmbiguousNamesSayWhichAndUnknownNamesFailWithSuggestions) {
+    const auto paris = runTarvo({"times", "Paris", "--date", "2026-03-01", "--json"});
+    ASSERT_EQ(paris.status, 0) << paris.err;
+    EXPECT_TRUE(paris.err.starts_with("tarvo: Paris, ")) << paris.err;
+    for (const char* part : {"France (", " people); also: Paris", "United States"}) {
+        EXPECT_NE(paris.err.find(part), std::string::npos) << paris.err;
+    }
+    EXPECT_EQ(json::parse(paris.out)["utcOffset"], "+01:00");
+    EXPECT_EQ(jsonOf({"times", "Paris, US", "--date", "2026-03-01", "--json"})["utcOffset"].get<std::string>()[0], '-');
+    EXPECT_EQ(jsonOf({"times", "Paris", "--country", "US", "--date", "2026-03-01", "--json"})["utcOffset"],
+              jsonOf({"times", "Paris, US", "--date", "2026-03-01", "--json"})["utcOffset"]);
+
+    const auto unknown = runTarvo({"times", "Istanbull"});
+    EXPECT_TRUE(test::failedWith(1, unknown));
+    EXPECT_NE(unknown.err.find("closest names: Istanbul ("), std::string::npos) << unknown.err;
+    EXPECT_TRUE(test::failedWith(1, runTarvo({"qibla", "Xqzxqz"})));
+    EXPECT_TRUE(test::failedWith(2, runTarvo({"times", "Paris", "--place", "Lyon"})));
+    EXPECT_TRUE(test::failedWith(2, runTarvo({"times", "Paris", "--saved"})));
+    EXPECT_TRUE(test::failedWith(2, runTarvo({"times", "--lat", "10"})));
+}
+
+TEST_F(PlacesToolTest, NoPlaceIsTheSelectedCityAndCitiesAreAddedAndSelectedByName) {
+    EXPECT_EQ(jsonOf({"times", "--json"})["city"]["cityName"], "London");
+    const auto now = runTarvo({"now"});
+    ASSERT_EQ(now.status, 0) << now.err;
+    EXPECT_NE(now.out.find("London"), std::string::npos) << now.out;
+    EXPECT_EQ(now.out.find("Delegate"), std::string::npos) << "internal names only with --verbose";
+    EXPECT_NE(runTarvo({"now", "--verbose"}).out.find("Delegate: "), std::string::npos);
+    const auto usage = runTarvo({});
+    EXPECT_EQ(usage.status, 0);
+    EXPECT_NE(usage.out.find("times"), std::string::npos) << usage.out;
+
+    const json makkah = jsonOf({"cities", "add", "Makkah", "--json"});
+    const json directory = directoryCity("Makkah");
+    EXPECT_EQ(makkah["cityName"], directory["cityName"]);
+    EXPECT_EQ(makkah["countryName"], "Saudi Arabia");
+    EXPECT_EQ(makkah["TimeZone"], "Asia/Riyadh");
+    EXPECT_EQ(makkah["latitude"], directory["latitude"]);
+    const json renamed = jsonOf({"cities", "add", "Paris, France", "--name", "Paris centre", "--method", "3", "--json"});
+    EXPECT_EQ(renamed["cityName"], "Paris centre");
+    EXPECT_EQ(renamed["prayerMethod"], 3);
+    EXPECT_EQ(jsonOf({"times", "--json", "--date", "2026-03-01"})["city"]["cityName"], "Paris centre");
+
+    const json selected = jsonOf({"cities", "select", makkah["cityName"].get<std::string>() + ", saudi arabia", "--json"});
+    EXPECT_EQ(selected["primaryKey"], makkah["primaryKey"]);
+    EXPECT_EQ(jsonOf({"qibla", "--json"}), jsonOf({"qibla", "Makkah", "--json"})) << "the selected city";
+    jsonOf({"cities", "add", "--name", "Paris centre", "--country", "Canada", "--lat", "45", "--lon", "-75", "--tz",
+            "America/Toronto", "--json"});
+    const auto twice = runTarvo({"cities", "select", "PARIS CENTRE"});
+    EXPECT_TRUE(test::failedWith(2, twice));
+    EXPECT_NE(twice.err.find("give the primary key"), std::string::npos) << twice.err;
+    EXPECT_TRUE(test::failedWith(2, runTarvo({"cities", "select", "Atlantis"})));
+    EXPECT_TRUE(test::failedWith(2, runTarvo({"cities", "add", "--name", "X"})));
+}
+
+TEST_F(PlacesToolTest, HijriCalendarChoiceAndParserErrorsInPlainWords) {
+    EXPECT_EQ(jsonOf({"hijri", "1", "1", "1446", "--calendar", "umalqura", "--json"})["date"], "2024-07-07");
+    EXPECT_EQ(jsonOf({"hijri", "1", "10", "1445", "--calendar", "umalqura", "--json"})["date"], "2024-04-10");
+    EXPECT_EQ(jsonOf({"hijri", "1", "1", "1446", "--json"})["date"], "2024-07-08") << "the default stays civil";
+    ASSERT_EQ(runTarvo({"config", "set", "HijriCalendar", "1", "--type", "int"}).status, 0);
+    EXPECT_NE(runTarvo({"config", "keys"}).out.find("HijriCalendar"), std::string::npos);
+    EXPECT_EQ(jsonOf({"hijri", "1", "9", "1446", "--json"})["date"], "2025-03-01");
+    EXPECT_EQ(jsonOf({"hijri", "--date", "2024-07-07", "--json"})["parts"][1], 1);
+    EXPECT_EQ(jsonOf({"hijri", "1", "1", "1446", "--calendar", "civil", "--json"})["date"], "2024-07-08");
+
+    const auto misspelt = runTarvo({"hijri", "1", "9", "1445", "--calender", "umalqura"});
+    EXPECT_TRUE(test::failedWith(2, misspelt));
+    EXPECT_NE(misspelt.err.find("unknown option --calender; did you mean '--calendar'?"), std::string::npos)
+        << misspelt.err;
+    const auto extra = runTarvo({"hijri", "1", "9", "1445", "8"});
+    EXPECT_TRUE(test::failedWith(2, extra));
+    EXPECT_NE(extra.err.find("too many values"), std::string::npos) << extra.err;
+    const auto both = runTarvo({"times", "Istanbul", "--format", "12", "--clock", "24"});
+    EXPECT_TRUE(test::failedWith(2, both));
+    EXPECT_NE(both.err.find("give either --format or --clock"), std::string::npos) << both.err;
+    for (const auto& run : {misspelt, extra, both}) {
+        EXPECT_EQ(run.err.find("required but received"), std::string::npos) << run.err;
+        EXPECT_EQ(run.err.find("excludes"), std::string::npos) << run.err;
+    }
+}
+
+}  // namespace
+}  // namespace tarvo
