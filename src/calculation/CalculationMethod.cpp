@@ -3,9 +3,9 @@
 //
 //   Given:    a method number, or a name as a user types it.
 //   Returned: the method's row (parameters, fixed minutes, midnight rule, sources).
-//   Notes:    rows 1-7 are the product's original methods and must keep their six numbers
-//             exactly (stored settings and published results depend on them); every other
-//             row cites the authority's published description it was built from.
+//   Notes:    rows 1-7 are the library's base methods and keep their six numbers exactly
+//             (stored settings rely on them); every other row cites the authority's
+//             published description it was built from.
 #include "tarvo/calculation/CalculationMethod.h"
 
 #include <algorithm>
@@ -21,41 +21,51 @@ namespace tarvo {
 namespace {
 
 using Midnight = CalculationMethod::Midnight;
+using Rounding = CalculationMethod::Rounding;
 
 constexpr std::array<double, 6> kNoOffsets{};
 
 std::vector<CalculationMethod> buildCatalogue() {
-    const char* original = "the product's original method table";
+    const char* base = "the library's base methods; stored settings rely on these six numbers";
     // Fajr sel, Fajr, Maghrib sel, Maghrib, Isha sel, Isha; offsets Fajr, sunrise, Dhuhr,
     // Asr, Maghrib, Isha (minutes).
     return {
-        {1, "Muslim League", "mwl", {0, 18, 1, 0, 0, 17}, kNoOffsets, Midnight::Standard, original, ""},
-        {2, "Egyptian General Authority", "egypt", {0, 19.5, 1, 0, 0, 17.5}, kNoOffsets, Midnight::Standard, original,
+        {1, "Muslim League", "mwl", {0, 18, 1, 0, 0, 17}, kNoOffsets, Midnight::Standard, base, ""},
+        {2, "Egyptian General Authority", "egypt", {0, 19.5, 1, 0, 0, 17.5}, kNoOffsets, Midnight::Standard, base,
          ""},
-        {3, "Islamic University, Karachi", "karachi", {0, 18, 1, 0, 0, 18}, kNoOffsets, Midnight::Standard, original,
+        {3, "Islamic University, Karachi", "karachi", {0, 18, 1, 0, 0, 18}, kNoOffsets, Midnight::Standard, base,
          ""},
-        {4, "Umm Al-Qura", "ummalqura", {0, 18.5, 1, 0, 1, 90}, kNoOffsets, Midnight::Standard, original, ""},
-        {5, "ISNA (North America)", "isna", {0, 15, 1, 0, 0, 15}, kNoOffsets, Midnight::Standard, original, ""},
-        {6, "Custom Method", "custom", {0, 18, 1, 0, 0, 17}, kNoOffsets, Midnight::Standard, original, ""},
-        {7, "UAE", "uae", {0, 18.5, 1, 2, 1, 90}, kNoOffsets, Midnight::Standard, original, ""},
+        {4, "Umm Al-Qura", "ummalqura", {0, 18.5, 1, 0, 1, 90}, kNoOffsets, Midnight::Standard, base, ""},
+        {5, "ISNA (North America)", "isna", {0, 15, 1, 0, 0, 15}, kNoOffsets, Midnight::Standard, base, ""},
+        {6, "Custom Method", "custom", {0, 18, 1, 0, 0, 17}, kNoOffsets, Midnight::Standard, base, ""},
+        {7, "UAE", "uae", {0, 18.5, 1, 2, 1, 90}, kNoOffsets, Midnight::Standard, base, ""},
 
         {8, "Diyanet (Turkey)", "diyanet", {0, 18, 1, 7, 0, 17}, {0, -7, 5, 4, 0, 0}, Midnight::Standard,
          "Diyanet Isleri Baskanligi: imsak 18 deg, yatsi 17 deg, temkin minutes sunrise -7, noon +5, afternoon "
          "+4, sunset +7, as generally published for Diyanet (no Diyanet page stating them was found); its "
          "published times agree with them to the minute",
          "Diyanet imsakiye: Istanbul 2025-2026, Ankara 2020, Erzurum 2024 (53 days)"},
-        {9, "JAKIM (Malaysia)", "jakim", {0, 18, 1, 0, 0, 18}, kNoOffsets, Midnight::Standard,
+        {9, "JAKIM (Malaysia)", "jakim", {0, 18, 1, 2, 0, 18}, {2, -1, 3, 2, 0, 2}, Midnight::Standard,
          "JAKIM: Subuh at 18 deg since the 116th MKI muzakarah (JAKIM director-general's statement, Feb 2020; "
-         "20 deg before; reprinted at binamasyarakat.com); Isyak 18 deg as generally published (no JAKIM page found)",
-         ""},
-        {10, "Kemenag (Indonesia)", "kemenag", {0, 20, 1, 2, 0, 18}, {2, -2, 2, 2, 0, 2}, Midnight::Standard,
+         "20 deg before; reprinted at binamasyarakat.com and kartelmedia.blogspot.com); Isyak 18 deg as generally "
+         "published. Safety minutes (Subuh +2, syuruk -1, Zohor +3, Asar +2, Maghrib 2 after sunset, Isyak +2) "
+         "fitted to the e-Solat WLY01 2024 table, no JAKIM statement of them found (see docs/methods.md)",
+         "e-Solat WLY01 2025 (60 days, January and July), held out from the fit"},
+        {10, "Kemenag (Indonesia)", "kemenag", {0, 20, 1, 2, 0, 18}, {2, -2, 3, 2, 0, 2}, Midnight::Standard,
          "Kementerian Agama RI, kriteria jadwal shalat: Subuh -20 deg, Isya -18 deg, ihtiyati +2 minutes on every "
-         "time (sunrise -2), as quoted from Kemenag on rizalsuhardieksakta.blogspot.com (2012)",
-         "Kemenag times for DKI Jakarta: Subuh of Ramadan 1447 (2026, 30 days), other times of 12 days 2022-2026"},
-        {11, "MUIS (Singapore)", "muis", {0, 20, 1, 0, 0, 18}, kNoOffsets, Midnight::Standard,
+         "time (sunrise -2), as quoted from Kemenag on rizalsuhardieksakta.blogspot.com (2012). Rounding (up; "
+         "sunrise down) and Dzuhur's third minute fitted to Kemenag's Surabaya times (see docs/methods.md)",
+         "Kemenag times for DKI Jakarta: Subuh of Ramadan 1447 (2026, 30 days), other times of 12 days 2022-2026, "
+         "held out from the fit",
+         false,
+         {Rounding::Up, Rounding::Down, Rounding::Up, Rounding::Up, Rounding::Up, Rounding::Up}},
+        {11, "MUIS (Singapore)", "muis", {0, 20, 1, 0, 0, 18}, {0, 0, 1, 0, 0, 0}, Midnight::Standard,
          "Majlis Ugama Islam Singapura: Subuh 20 deg, Isyak 18 deg, the angles recorded with the MUIS 2020 "
-         "reference timetable (no MUIS page found)",
-         "MUIS prayer timetable 2020, Singapore (53 days, weekly)"},
+         "reference timetable (no MUIS page found). Every time rounded up to the whole minute and Zohor 1 minute "
+         "after the transit, fitted to the MUIS 2024 timetable (see docs/methods.md)",
+         "MUIS prayer timetable 2020, Singapore (53 days, weekly), held out from the fit",
+         false,
+         {Rounding::Up, Rounding::Up, Rounding::Up, Rounding::Up, Rounding::Up, Rounding::Up}},
         {12, "Institute of Geophysics, Tehran", "tehran", {0, 17.7, 0, 4.5, 0, 14}, kNoOffsets, Midnight::Jafari,
          "Institute of Geophysics, University of Tehran: Fajr 17.7 deg, Maghrib 4.5 deg, Isha 14 deg, "
          "midnight halfway from sunset to Fajr (as tabulated by eahlulbayt.com; Fajr 17.7 deg also bahesab.ir)",
@@ -82,8 +92,11 @@ std::vector<CalculationMethod> buildCatalogue() {
          "", true},
         {20, "Jordan", "jordan", {0, 18, 1, 0, 0, 18}, kNoOffsets, Midnight::Standard,
          "Jordan Ministry of Awqaf: Fajr 18 deg, Isha 18 deg (generally published; no authority page found)", ""},
-        {21, "Morocco", "morocco", {0, 19, 1, 0, 0, 17}, kNoOffsets, Midnight::Standard,
-         "Morocco Ministry of Habous: Fajr 19 deg, Isha 17 deg (generally published; no authority page found)", ""},
+        {21, "Morocco", "morocco", {0, 19, 1, 4, 0, 17}, {0, -3, 5, 0, 0, 0}, Midnight::Standard,
+         "Morocco Ministry of Habous: Fajr 19 deg, Isha 17 deg (generally published; no authority page found). "
+         "Sunrise -3, Dhuhr +5 and Maghrib 4 minutes after sunset fitted to the Habous table for Rabat, "
+         "26 Sep - 12 Oct 2026 (see docs/methods.md); no other Habous table was found to check them",
+         ""},
         {22, "Tunisia", "tunisia", {0, 18, 1, 0, 0, 18}, kNoOffsets, Midnight::Standard,
          "Tunisia Ministry of Religious Affairs: Fajr 18 deg, Isha 18 deg (generally published; no authority page found)", ""},
         {23, "Algeria", "algeria", {0, 18, 1, 0, 0, 17}, kNoOffsets, Midnight::Standard,
@@ -97,6 +110,10 @@ std::vector<CalculationMethod> buildCatalogue() {
 
 bool CalculationMethod::hasMinuteOffsets() const {
     return std::any_of(minuteOffsets.begin(), minuteOffsets.end(), [](double m) { return m != 0; });
+}
+
+bool CalculationMethod::hasRoundingRules() const {
+    return std::any_of(rounding.begin(), rounding.end(), [](Rounding r) { return r != Rounding::Nearest; });
 }
 
 const std::vector<CalculationMethod>& CalculationMethod::all() {

@@ -1,7 +1,8 @@
 // PrayerCalculator, the day pipeline: for a date, place and time zone, the ten times of
 // the day (Fajr, sunrise, Dhuhr, Asr, sunset, Maghrib, Isha, Qiyam, tomorrow's Fajr and
-// sunrise), with the zone offset, the high-latitude repair, the method's minute rules, the
-// official Dubai and Kuala Lumpur timetables near those cities, and Qiyam.
+// sunrise), with the zone offset, the high-latitude repair, the method's minute rules, an
+// authority's own safety minutes and rounding, the official Dubai and Kuala Lumpur timetables
+// near those cities, and Qiyam.
 //
 //   Given:    a moment (its calendar date in the device's zone is the day), the place's
 //             latitude and longitude in degrees, its zone name, city and country names.
@@ -132,6 +133,7 @@ bool PrayerCalculator::computesLike(const PrayerCalculator& other) const {
     return calcMethod_ == other.calcMethod_ && asrJuristic_ == other.asrJuristic_ &&
            adjustHighLats_ == other.adjustHighLats_ && dhuhrMinutes_ == other.dhuhrMinutes_ &&
            overrideDST_ == other.overrideDST_ && sameBits(overrideTimeZoneOffset_, other.overrideTimeZoneOffset_) &&
+           overriddenNamedMethod_ == other.overriddenNamedMethod_ &&
            (methodParams_ == other.methodParams_ || sameTable(*methodParams_, *other.methodParams_)) &&
            globalGregCal_.timeZone() == other.globalGregCal_.timeZone();
 }
@@ -145,6 +147,7 @@ std::vector<double> PrayerCalculator::computeDayTimes() {
     std::copy(times.begin(), times.end(), t.begin());
     computeTimesInto(t, times);
     adjustTimes(times);
+    applyAuthorityRules(times);
     isUsingFixedTimings_ = false;
     if (isDubai_ || isKualaLumpur_) applyFixedTimetable(times);
     // Tomorrow's Fajr is written on tomorrow's clock; on the night the clocks change, the
@@ -241,15 +244,24 @@ std::vector<double>& PrayerCalculator::adjustTimes(std::vector<double>& times) {
     if (p[2] == 1) times[Maghrib] = times[Sunset] + p[3] / 60.0;
     if (p[4] == 1) times[Isha] = times[Maghrib] + p[5] / 60.0;
     if (p[0] == 1) times[TomorrowFajr] = times[TomorrowSunrise] - p[1] / 60.0;
-    // Only the authorities' methods from 8 carry seasonal twilight or fixed minutes; the
-    // catalogue is looked up once per day, and never for the original seven.
-    if (const int64_t method = calcMethod(); method >= 8) {
-        if (const CalculationMethod* named = CalculationMethod::withNumber(method)) {
-            applySeasonalTwilight(*named, times);
-            applyMinuteOffsets(*named, times);
-        }
-    }
     return times;
+}
+
+const CalculationMethod* PrayerCalculator::authorityRules() const {
+    const int64_t method = calcMethod();
+    if (method >= 8) return CalculationMethod::withNumber(method);
+    if (method == kCustomMethod && overriddenNamedMethod_ != 0) return CalculationMethod::withNumber(overriddenNamedMethod_);
+    return nullptr;
+}
+
+void PrayerCalculator::applyAuthorityRules(std::vector<double>& times) const {
+    // Only the authorities' methods from 8 carry these rules; methods 1-7 never reach the
+    // catalogue here, so their times stay exactly as computed.
+    const CalculationMethod* named = authorityRules();
+    if (!named) return;
+    if (calcMethod() == named->number) applySeasonalTwilight(*named, times);
+    applyMinuteOffsets(*named, times);
+    applyRounding(*named, times);
 }
 
 void PrayerCalculator::applySeasonalTwilight(const CalculationMethod& named, std::vector<double>& times) const {
@@ -286,6 +298,27 @@ void PrayerCalculator::applyMinuteOffsets(const CalculationMethod& named, std::v
     add(Isha, m[CalculationMethod::IshaOffset]);
     add(TomorrowFajr, m[CalculationMethod::FajrOffset]);
     add(TomorrowSunrise, m[CalculationMethod::SunriseOffset]);
+}
+
+void PrayerCalculator::applyRounding(const CalculationMethod& named, std::vector<double>& times) const {
+    // The authority prints whole minutes; a time rounded up or down here is a whole minute,
+    // which the formatter's half-minute rounding then leaves where it is. A missing time
+    // stays missing.
+    if (!named.hasRoundingRules()) return;
+    const auto round = [&](size_t entry, CalculationMethod::Rounding rule) {
+        const double minutes = times[entry] * 60.0;
+        if (rule == CalculationMethod::Rounding::Up) times[entry] = std::ceil(minutes - 1e-9) / 60.0;
+        if (rule == CalculationMethod::Rounding::Down) times[entry] = std::floor(minutes + 1e-9) / 60.0;
+    };
+    const auto& r = named.rounding;
+    round(Fajr, r[CalculationMethod::FajrOffset]);
+    round(Sunrise, r[CalculationMethod::SunriseOffset]);
+    round(Dhuhr, r[CalculationMethod::DhuhrOffset]);
+    round(Asr, r[CalculationMethod::AsrOffset]);
+    round(Maghrib, r[CalculationMethod::MaghribOffset]);
+    round(Isha, r[CalculationMethod::IshaOffset]);
+    round(TomorrowFajr, r[CalculationMethod::FajrOffset]);
+    round(TomorrowSunrise, r[CalculationMethod::SunriseOffset]);
 }
 
 std::vector<double>& PrayerCalculator::computeQiyamTime(std::vector<double>& times, double clockChange) {

@@ -6,7 +6,8 @@
 //
 //   Given:    method numbers 0-7 (0 automatic), Asr schools 0-2, high-latitude rules 0-4.
 //   Returned: the stored choice, or the automatic one when the stored value is 0.
-//   Notes:    the tables are the product's own; country names are compared after
+//   Notes:    the names, position boxes and country list are the library's own, which stored
+//             settings and translations are keyed on; country names are compared after
 //             locale-independent lower-casing.
 #include "calculation/BuiltInMethods.h"
 #include "tarvo/calculation/CalculationMethod.h"
@@ -23,7 +24,7 @@ using MethodTable = std::map<int64_t, PrayerCalculator::MethodParams>;
 
 std::string localized(const char* english) { return Bundle::main().localizedString(english, "", ""); }
 
-// The name of a method numbered from 8, else the original default text: numbers 0-7 and
+// The name of a method numbered from 8, else the base default text: numbers 0-7 and
 // unknown numbers keep the answers stored translations are keyed on.
 std::string namedMethodOr(int64_t method, const char* fallback) {
     const CalculationMethod* named = method >= 8 ? CalculationMethod::withNumber(method) : nullptr;
@@ -90,7 +91,7 @@ std::string PrayerCalculator::getAdjustHighLatNameFromNumber(int64_t rule) {
 
 int64_t PrayerCalculator::getAutoAsrMethodFromCountry(const std::optional<std::string>& country) {
     if (!country) return 1;
-    // The product's own list of Hanafi countries, spellings exact ("kirgizstan"); Egypt,
+    // The library's own list of Hanafi countries, spellings exact ("kirgizstan"); Egypt,
     // Syria and Jordan are in it on purpose.
     static constexpr std::string_view kHanafi[] = {
         "kazakhstan", "turkmenistan", "kirgizstan", "afghanistan", "pakistan",
@@ -119,7 +120,7 @@ int64_t PrayerCalculator::getAutoMethodFromLocation(double lat, double lng) {
 int64_t PrayerCalculator::getAutoHighLatMethodFromLocation(double lat) {
     // Signed latitude on purpose: every southern place falls below 48 and gets rule 3.
     if (lat < 48) return 3;
-    if (lat >= 65) return 1;  // the same answer as the next test; kept as the product has it
+    if (lat >= 65) return 1;  // the same answer as the next test; harmless, kept for clarity of the bands
     if (lat >= 55) return 1;
     if (lat >= 51.5) return 2;
     if (lat >= 48) return 3;
@@ -161,6 +162,9 @@ void PrayerCalculator::setCustomParams(MethodParams& p) {
         }
         p[i] = current->second[i];
     }
+    // An override of a named authority's method keeps that authority's safety minutes and
+    // rounding; one of a base method (1-7) or of the custom method changes nothing else.
+    if (const int64_t inForce = calcMethod(); inForce >= 8) overriddenNamedMethod_ = inForce;
     // Copy on write: the table may be the shared built-in one.
     auto table = std::make_shared<MethodTable>(*methodParams_);
     table->erase(kCustomMethod);

@@ -9,7 +9,7 @@ namespace tarvo {
 
 void configureCalculatorFromCity(PrayerCalculator& calculator, const TarvoCity& city) {
     // Position first: the automatic method and high-latitude rule depend on it, and the
-    // custom-angle test below reads the method as resolved.
+    // angles below start from the method as resolved.
     calculator.setLat(city.latitude());
     calculator.setLng(city.longitude());
     calculator.setTimeFormat(0);
@@ -27,13 +27,13 @@ void configureCalculatorFromCity(PrayerCalculator& calculator, const TarvoCity& 
                   "a city's marker passes to the calculator unchanged");
     const double gmt = city.GMT() == TarvoCity::kGMTFromTimeZoneLegacy ? PrayerCalculator::kOffsetFromZone : city.GMT();
     calculator.setOverrideTimeZoneOffset(gmt);
-    // A city on the custom method that never chose its angles (0, the record's default) keeps
-    // the method's own starting angles, the Muslim League's 18 and 17 degrees: an angle of 0
-    // would put Fajr at sunrise and Isha at sunset.
-    if (calculator.calcMethod() == PrayerCalculator::kCustomMethod) {
-        if (city.customFajrAngle() > 0) calculator.setFajrAngle(city.customFajrAngle());
-        if (city.customIshaAngle() > 0) calculator.setIshaAngle(city.customIshaAngle());
-    }
+    // A city's own angles replace its method's, whatever the method: the method's other
+    // numbers stay, and so do a named authority's safety minutes and rounding ("Karachi with
+    // a 19.5 degree Fajr"). A city that never chose its angles (0, the record's default)
+    // keeps the method's own; on the custom method those are the Muslim League's 18 and 17
+    // degrees: an angle of 0 would put Fajr at sunrise and Isha at sunset.
+    if (city.customFajrAngle() > 0) calculator.setFajrAngle(city.customFajrAngle());
+    if (city.customIshaAngle() > 0) calculator.setIshaAngle(city.customIshaAngle());
 }
 
 TimeZone clockOfCity(const TarvoCity& city, Date date) {

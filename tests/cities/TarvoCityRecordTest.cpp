@@ -140,7 +140,7 @@ TarvoCity cityAt(double latitude, double longitude, double gmt, int64_t dst, int
     return city;
 }
 
-TEST(CityCalculatorSetup, CopiesChoicesMapsMarkersAndAppliesCustomAnglesOnlyForMethodSix) {
+TEST(CityCalculatorSetup, CopiesChoicesMapsMarkersAndAppliesTheCitysAnglesOverItsMethod) {
     TarvoCity oslo = cityAt(59.91, 10.75, -100.0, 1, 0);
     oslo.setAsrMethod(2);
     oslo.setAdjustHighLatitude(4);
@@ -148,12 +148,13 @@ TEST(CityCalculatorSetup, CopiesChoicesMapsMarkersAndAppliesCustomAnglesOnlyForM
     PrayerCalculator c;
     c.setTimeFormat(2);
     configureCalculatorFromCity(c, oslo);
-    // Position, 24-hour format, method 5 (automatic: north of 58 degrees), Asr, high-latitude
-    // rule, DST, and the legacy marker read as "from the zone" (50).
-    EXPECT_EQ(fmt::format("{} {} {} {} {} {} {} {}", c.lat(), c.lng(), c.timeFormat(), c.calcMethod(), c.asrJuristic(),
-                          c.adjustHighLats(), c.overrideDST(), c.overrideTimeZoneOffset()),
-              "59.91 10.75 0 5 2 4 1 50");
-    EXPECT_EQ(c.methodParams().at(6), (PrayerCalculator::MethodParams{0, 18, 1, 0, 0, 17}));  // angles not applied
+    // Position, 24-hour format, Asr, high-latitude rule, DST, and the legacy marker read as
+    // "from the zone" (50); the method is 5 (automatic: north of 58 degrees) until the angle.
+    EXPECT_EQ(fmt::format("{} {} {} {} {} {} {}", c.lat(), c.lng(), c.timeFormat(), c.asrJuristic(), c.adjustHighLats(),
+                          c.overrideDST(), c.overrideTimeZoneOffset()),
+              "59.91 10.75 0 2 4 1 50");
+    // Its Fajr angle replaces ISNA's 15 degrees and keeps ISNA's Isha (the method reads 6 now).
+    EXPECT_EQ(c.methodParams().at(6), (PrayerCalculator::MethodParams{0, 12, 1, 0, 0, 15}));
 
     TarvoCity custom = cityAt(21.4225, 39.8262, 3.0, 2, 6);
     custom.setCustomFajrAngle(15.5);

@@ -4,6 +4,7 @@
 // selected saved city; cities add and select by name; the Hijri calendar choice; and errors
 // and text in people's words.
 #include <gtest/gtest.h>
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "support/DataFolder.h"
@@ -138,7 +139,7 @@ TEST_F(PlacesToolTest, HijriCalendarChoiceAndParserErrorsInPlainWords) {
     EXPECT_NE(extra.err.find("too many values"), std::string::npos) << extra.err;
     const auto both = runTarvo({"times", "Istanbul", "--format", "12", "--clock", "24"});
     EXPECT_TRUE(test::failedWith(2, both));
-    EXPECT_NE(both.err.find("give either --format or --clock"), std::string::npos) << both.err;
+    EXPECT_NE(both.err.find("give either --clock or --format, not both"), std::string::npos) << both.err;
     for (const auto& run : {misspelt, extra, both}) {
         EXPECT_EQ(run.err.find("required but received"), std::string::npos) << run.err;
         EXPECT_EQ(run.err.find("excludes"), std::string::npos) << run.err;

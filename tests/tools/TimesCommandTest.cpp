@@ -61,6 +61,9 @@ TEST(TarvoMethods, ListsThemAndTimesAcceptsNames) {
     EXPECT_EQ(methods[11]["maghrib"]["selector"], "angle");
     EXPECT_EQ(methods[16]["status"], "unchecked");
     EXPECT_NE(runTarvo({"methods"}).out.find("Status: unchecked"), std::string::npos);
+    EXPECT_EQ(methods[0]["status"], "base");
+    EXPECT_EQ(methods[0]["rounding"]["isha"], "nearest");
+    EXPECT_EQ(methods[8]["minuteOffsets"]["dhuhr"], 3);  // JAKIM's Zohor
 
     const std::vector<std::string> place = {"times", "--lat", "41.0082", "--lon", "28.9784", "--tz", "Europe/Istanbul",
                                             "--date", "2025-03-01", "--json"};
@@ -76,6 +79,19 @@ TEST(TarvoMethods, ListsThemAndTimesAcceptsNames) {
     const auto bad = with("diyanett");
     EXPECT_EQ(bad.status, 2);
     EXPECT_NE(bad.err.find("'diyanett' is not a calculation method"), std::string::npos) << bad.err;
+
+    // An angle overrides one number of any method and keeps the rest: Karachi with a 19.5
+    // degree Fajr is the custom method with Karachi's 18 degree Isha; Diyanet told its own 18
+    // degrees keeps its temkin minutes, so nothing changes.
+    const auto hours = [&](std::vector<std::string> extra) {
+        auto args = place;
+        args.insert(args.end(), extra.begin(), extra.end());
+        return json::parse(runTarvo(args).out)["hours"];
+    };
+    EXPECT_EQ(hours({"--method", "3", "--fajr-angle", "19.5"}),
+              hours({"--method", "6", "--fajr-angle", "19.5", "--isha-angle", "18"}));
+    EXPECT_NE(hours({"--method", "3", "--fajr-angle", "19.5"})[0], hours({"--method", "3"})[0]);
+    EXPECT_EQ(hours({"--method", "diyanet", "--fajr-angle", "18"}), hours({"--method", "diyanet"}));
 }
 
 TEST(TarvoAstronomy, MoonSkyAndDishOutput) {

@@ -48,7 +48,7 @@ TEST_F(ToolContract, BadInputIsOneLineStatusTwoAndChangesNothing) {
         {"day", "--lat", "21.4", "--lon", "39.8"},  // no zone
         with({"day", "--saved"}, kMakkah),         // both kinds of place
         day("day", {"--days", "0"}), day("day", {"--days", "367"}), day("day", {"--date", "2016-02-30"}),
-        day("day", {"--fajr-angle", "15"}),  // angles need the custom method
+        day("day", {"--fajr-angle", "0"}),  // 0 is a city's "not chosen", not an angle
         day("now", {"--at", "2016-01-05 16:00"}), day("now", {"--at", "2016-01-05T24:00"}),
         {"moon", "--lat", "29", "--lon", "-81"}, {"sky", "--lat", "29", "--lon", "-81", "--at", "2019-06-21 15:54"},
         {"sky", "--lat", "29"}, {"dish", "--lat", "29", "--lon", "-81"},

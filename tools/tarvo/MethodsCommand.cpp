@@ -1,6 +1,6 @@
 // tarvo methods: every calculation method the engine knows, with its number, name, the
-// name --method accepts, its parameters, fixed minutes, midnight rule, the source of its
-// parameters and whether it was checked against the authority's published timetable.
+// name --method accepts, its parameters, safety minutes, rounding, midnight rule, the source
+// of its parameters and whether it was checked against the authority's published timetable.
 #include <iostream>
 #include <memory>
 #include <string>
@@ -26,13 +26,26 @@ std::string describe(double selector, double value, const char* minutesAfter) {
 }
 
 std::string status(const CalculationMethod& m) {
-    if (m.number <= 7) return "original";
+    if (m.number <= 7) return "base";
     return m.checked() ? "checked" : "unchecked";
 }
+
+const char* roundingName(CalculationMethod::Rounding r) {
+    switch (r) {
+        case CalculationMethod::Rounding::Up: return "up";
+        case CalculationMethod::Rounding::Down: return "down";
+        default: return "nearest";
+    }
+}
+
+constexpr const char* kTimeKeys[] = {"fajr", "sunrise", "dhuhr", "asr", "maghrib", "isha"};
+constexpr const char* kTimeNames[] = {"Fajr", "sunrise", "Dhuhr", "Asr", "Maghrib", "Isha"};
 
 ordered_json methodJson(const CalculationMethod& m) {
     const auto& p = m.params;
     const auto& o = m.minuteOffsets;
+    ordered_json rounding = ordered_json::object();
+    for (size_t i = 0; i < m.rounding.size(); ++i) rounding[kTimeKeys[i]] = roundingName(m.rounding[i]);
     return ordered_json{
         {"number", m.number},
         {"name", m.name},
@@ -42,6 +55,7 @@ ordered_json methodJson(const CalculationMethod& m) {
         {"isha", {{"selector", p[4] == 0 ? "angle" : "minutesAfterMaghrib"}, {"value", p[5]}}},
         {"minuteOffsets",
          {{"fajr", o[0]}, {"sunrise", o[1]}, {"dhuhr", o[2]}, {"asr", o[3]}, {"maghrib", o[4]}, {"isha", o[5]}}},
+        {"rounding", rounding},
         {"midnight", m.midnight == CalculationMethod::Midnight::Jafari ? "jafari" : "standard"},
         {"seasonalTwilight", m.seasonalTwilight},
         {"source", m.parameterSource},
@@ -56,14 +70,18 @@ void writeMethod(std::ostream& out, const CalculationMethod& m) {
                                                                             : fmt::format("{} min before sunrise", p[1]),
                                    describe(p[2], p[3], "sunset"), describe(p[4], p[5], "Maghrib"));
     if (m.hasMinuteOffsets()) {
-        static constexpr const char* kNames[] = {"Fajr", "sunrise", "Dhuhr", "Asr", "Maghrib", "Isha"};
         std::string offsets;
         for (size_t i = 0; i < m.minuteOffsets.size(); ++i) {
             if (m.minuteOffsets[i] == 0) continue;
-            offsets += fmt::format("{}{} {:+}", offsets.empty() ? "" : ", ", kNames[i], m.minuteOffsets[i]);
+            offsets += fmt::format("{}{} {:+}", offsets.empty() ? "" : ", ", kTimeNames[i], m.minuteOffsets[i]);
         }
-        line += "; minutes added: " + offsets;
+        line += "; safety minutes: " + offsets;
     }
+    std::string rounding;
+    for (size_t i = 0; i < m.rounding.size(); ++i) {
+        rounding += fmt::format("{}{} {}", i ? ", " : "", kTimeNames[i], roundingName(m.rounding[i]));
+    }
+    line += m.hasRoundingRules() ? "; rounded " + rounding : "; rounded to the nearest minute";
     if (m.seasonalTwilight) line += "; Fajr and Isha by latitude and season up to 55°";
     if (m.midnight == CalculationMethod::Midnight::Jafari) line += "; midnight: sunset to Fajr";
     out << line << "\n    Source: " << m.parameterSource << "\n    Status: " << status(m);
@@ -93,10 +111,12 @@ void registerMethodsCommand(CLI::App& app) {
     auto json = std::make_shared<bool>(false);
     CLI::App* cmd = app.add_subcommand("methods", "List the calculation methods, their parameters and sources");
     cmd->add_flag("--json", *json, "Print one JSON array: number, name, key, fajr/maghrib/isha {selector, value}, "
-                                   "minuteOffsets, midnight, seasonalTwilight, source, status, checkedAgainst");
-    cmd->footer("Use a method with --method NUMBER or --method KEY (any letter case) in times, day, now and month. "
-                "Status: original (methods 1-7), checked (compared with the authority's published timetable; "
-                "see docs/methods.md), unchecked (built from the published parameters only).");
+                                   "minuteOffsets (safety minutes per time), rounding (nearest, up or down per "
+                                   "time), midnight, seasonalTwilight, source, status, checkedAgainst");
+    cmd->footer("Use a method with --method NUMBER or --method KEY (any letter case) in times, day, now and month; "
+                "--fajr-angle and --isha-angle replace its angles and keep the rest. "
+                "Status: base (methods 1-7, the library's base methods), checked (compared with the authority's "
+                "published timetable; see docs/methods.md), unchecked (built from the published parameters only).");
     cmd->callback([json] { render(MethodList{CalculationMethod::all()}, *json); });
 }
 

@@ -68,18 +68,17 @@ void addCalculationOptions(CLI::App& command, CalculationOptions& options, const
     command.add_option("--dst", options.dst, "Daylight saving: 0 follow the zone, 1 force on, 2 force off")
         ->check(numberBetween(0, 2));
     command.add_option("--gmt", options.gmt, gmtHelp)->check(numberBetween(-14, 14));
-    command.add_option("--fajr-angle", options.fajrAngle, "Custom Fajr sun depression in degrees, above 0 (with "
-                                                          "--method 6; default 18)")
+    command.add_option("--fajr-angle", options.fajrAngle,
+                       "Fajr sun depression in degrees, above 0, replacing the method's own; the method's other "
+                       "numbers, safety minutes and rounding stay (custom method 6 starts at 18)")
         ->check(numberBetween(0, 90));
-    command.add_option("--isha-angle", options.ishaAngle, "Custom Isha sun depression in degrees, above 0 (with "
-                                                          "--method 6; default 17)")
+    command.add_option("--isha-angle", options.ishaAngle,
+                       "Isha sun depression in degrees, above 0, replacing the method's own; the method's other "
+                       "numbers, safety minutes and rounding stay (custom method 6 starts at 17)")
         ->check(numberBetween(0, 90));
 }
 
 void checkCalculationOptions(const CalculationOptions& o) {
-    if ((o.fajrAngle || o.ishaAngle) && o.method != PrayerCalculator::kCustomMethod) {
-        throw UsageError("--fajr-angle and --isha-angle need --method 6 (the custom method)");
-    }
     // 0 is what a city stores for "not chosen"; as an angle it would put Fajr at sunrise.
     if (o.fajrAngle.value_or(1) <= 0) throw UsageError("--fajr-angle must be above 0 degrees");
     if (o.ishaAngle.value_or(1) <= 0) throw UsageError("--isha-angle must be above 0 degrees");

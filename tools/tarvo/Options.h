@@ -30,13 +30,13 @@ struct CalculationOptions {
     int64_t highLatitude = 0;  ///< 0 automatic
     std::optional<int64_t> dst;  ///< 0 follow the zone, 1 force on, 2 force off
     std::optional<double> gmt;   ///< fixed offset in hours
-    std::optional<double> fajrAngle;  ///< the custom method's angles (18 and 17 when not given)
+    std::optional<double> fajrAngle;  ///< replaces the method's Fajr angle (any method)
     std::optional<double> ishaAngle;
 };
 /// --method, --asr, --highlat, --dst, --gmt, --fajr-angle and --isha-angle with their value
 /// ranges; `gmtHelp` says what leaving out --gmt means for the command.
 void addCalculationOptions(CLI::App& command, CalculationOptions& options, const std::string& gmtHelp);
-/// Refuses custom angles without the custom method (any other method ignores them).
+/// Refuses angles of 0 or below (0 is a city's "not chosen").
 void checkCalculationOptions(const CalculationOptions& options);
 
 /// --clock 12|24 for the commands that print clock times.

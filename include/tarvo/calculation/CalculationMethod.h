@@ -12,13 +12,16 @@
 namespace tarvo {
 
 /// One named calculation method of the engine: its number, names, the six parameters the
-/// calculator reads (Fajr, Maghrib and Isha, each an angle or minutes), the fixed minutes an
-/// authority adds to its computed times, its rule for the middle of the night, and where its
-/// parameters and the check against its published timetable come from.
+/// calculator reads (Fajr, Maghrib and Isha, each an angle or minutes), the safety minutes an
+/// authority adds to its computed times, how it rounds each time to the minute, its rule for
+/// the middle of the night, and where its parameters and the check against its published
+/// timetable come from.
 ///
 /// The catalogue (`all`) is the one table behind the calculator's method table, the method
-/// names and the tool's listing. Numbers 1-7 are the product's original methods; named
-/// methods of other authorities follow from 8. Number 0 (automatic) is not a row.
+/// names and the tool's listing. Numbers 1-7 are the library's base methods: stored settings
+/// rely on their six numbers, and they carry no safety minutes or rounding rules. Named
+/// methods of authorities follow from 8. Number 0 (automatic) is not a row. The fields are
+/// plain data so that other languages' bindings can list them.
 class TARVO_EXPORT CalculationMethod {
 public:
     /// Which night the middle of the night is taken of.
@@ -26,7 +29,13 @@ public:
         Standard,  ///< sunset to tomorrow's sunrise
         Jafari,    ///< sunset to tomorrow's Fajr (the Shia rule)
     };
-    /// Indices into `minuteOffsets`.
+    /// How an authority takes a computed moment to its printed minute.
+    enum class Rounding {
+        Nearest,  ///< to the nearest minute (the formatter's own rule; the time is left as computed)
+        Up,       ///< to the next whole minute (a prayer is never announced before its moment)
+        Down,     ///< to the whole minute before (a moment that ends something, such as sunrise)
+    };
+    /// Indices into `minuteOffsets` and `rounding`.
     enum Offset : size_t { FajrOffset = 0, SunriseOffset, DhuhrOffset, AsrOffset, MaghribOffset, IshaOffset };
 
     int64_t number = 0;
@@ -38,8 +47,9 @@ public:
     /// 0 means the value is a sun depression angle, 1 minutes (before sunrise for Fajr, after
     /// sunset for Maghrib, after Maghrib for Isha).
     std::array<double, 6> params{};
-    /// Minutes the authority adds to each computed time (Fajr, sunrise, Dhuhr, Asr, Maghrib,
-    /// Isha); all zero for most methods. Maghrib's own minutes after sunset live in params.
+    /// Safety minutes (ihtiyati, temkin) the authority adds to each computed time (Fajr,
+    /// sunrise, Dhuhr, Asr, Maghrib, Isha); negative for sunrise, which ends Fajr. All zero for
+    /// most methods. Maghrib's own minutes after sunset live in params.
     std::array<double, 6> minuteOffsets{};
     Midnight midnight = Midnight::Standard;
     /// Where the parameters were taken from.
@@ -49,9 +59,13 @@ public:
     /// Fajr and Isha by the Moonsighting Committee's twilight minutes, which follow the
     /// latitude and the season (see seasonalTwilightMinutes), instead of by params.
     bool seasonalTwilight = false;
+    /// How each printed time (Fajr, sunrise, Dhuhr, Asr, Maghrib, Isha) is taken to the
+    /// minute, after the safety minutes.
+    std::array<Rounding, 6> rounding{};
 
     bool checked() const { return !checkedAgainst.empty(); }
     bool hasMinuteOffsets() const;
+    bool hasRoundingRules() const;
 
     /// Every method, by number (1 upwards).
     static const std::vector<CalculationMethod>& all();

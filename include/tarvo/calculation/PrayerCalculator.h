@@ -78,7 +78,10 @@ public:
     static int64_t getAutoHighLatMethodFromLocation(double latitude);
 
     /// Makes `params` the custom method (6) and switches to it. Each -1 in `params` is first
-    /// replaced, in place, by the value of the method in force.
+    /// replaced, in place, by the value of the method in force. When that method is a named
+    /// authority's (from 8), its safety minutes and rounding stay in force: an override changes
+    /// the numbers it names and nothing else. Seasonal twilight does not survive, since the
+    /// override is the user's own twilight.
     void setCustomParams(MethodParams& params);
     void setFajrAngle(double angle);
     void setFajrMinutes(double minutes);
@@ -89,7 +92,10 @@ public:
 
     /// The stored method, or when it is 0 (automatic) the method chosen for lat/lng.
     int64_t calcMethod() const;
-    void setCalcMethod(int64_t method) { calcMethod_ = method; }
+    void setCalcMethod(int64_t method) {
+        calcMethod_ = method;
+        overriddenNamedMethod_ = 0;
+    }
     /// The stored Asr school, or when it is 0 the school chosen for `country`.
     int64_t asrJuristic() const;
     void setAsrJuristic(int64_t asr) { asrJuristic_ = asr; }
@@ -186,8 +192,17 @@ private:
     double timetableKeyForToday() const;
     double timetableKeyForTomorrow() const;
     void applyFixedTimetable(std::vector<double>& times);
-    /// Adds the fixed minutes of a named method (from 8) that publishes its times with them.
+    /// The authority's own rules of a named method (from 8), after the minute rules and before
+    /// the official timetables and Qiyam: the seasonal twilight, the safety minutes, then the
+    /// rounding of each printed time. Methods 1-7 and the custom method built on them have none.
+    void applyAuthorityRules(std::vector<double>& times) const;
+    /// The named method whose safety minutes and rounding are in force: the method itself from
+    /// 8, or the one a custom override started from; nullptr for every other method.
+    const CalculationMethod* authorityRules() const;
+    /// Adds the safety minutes of a named method that publishes its times with them.
     void applyMinuteOffsets(const CalculationMethod& named, std::vector<double>& times) const;
+    /// Takes each printed time to the minute the way the authority does.
+    void applyRounding(const CalculationMethod& named, std::vector<double>& times) const;
     /// Fajr and Isha by the Moonsighting Committee's seasonal minutes, for the method that uses them.
     void applySeasonalTwilight(const CalculationMethod& named, std::vector<double>& times) const;
     /// The body of computeTimes: raw times from the ten day portions `t` into `times`.
@@ -215,6 +230,9 @@ private:
     /// The method table. Every calculator starts with the one built-in table, shared and
     /// never changed; setCustomParams gives this calculator its own copy.
     std::shared_ptr<const std::map<int64_t, MethodParams>> methodParams_;
+    /// The named method (from 8) a custom override started from, whose safety minutes and
+    /// rounding stay in force ("Diyanet, but Fajr at 16 degrees"); 0 when there is none.
+    int64_t overriddenNamedMethod_ = 0;
     bool isDubai_ = false;
     bool isKualaLumpur_ = false;
     bool isUsingFixedTimings_ = false;
