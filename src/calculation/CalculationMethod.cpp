@@ -63,7 +63,7 @@ std::vector<CalculationMethod> buildCatalogue() {
          "Majlis Ugama Islam Singapura: Subuh 20 deg, Isyak 18 deg, the angles recorded with the MUIS 2020 "
          "reference timetable (no MUIS page found). Every time rounded up to the whole minute and Zohor 1 minute "
          "after the transit, fitted to the MUIS 2024 timetable (see docs/methods.md)",
-         "MUIS prayer timetable 2020, Singapore (53 days, weekly), held out from the fit",
+         "MUIS prayer timetables 2020 (53 days, weekly) and January 2025, Singapore, held out from the fit",
          false,
          {Rounding::Up, Rounding::Up, Rounding::Up, Rounding::Up, Rounding::Up, Rounding::Up}},
         {12, "Institute of Geophysics, Tehran", "tehran", {0, 17.7, 0, 4.5, 0, 14}, kNoOffsets, Midnight::Jafari,

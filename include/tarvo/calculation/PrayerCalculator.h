@@ -127,7 +127,8 @@ public:
     const std::vector<std::string>& getTimeNames() const { return timeNames_; }
     /// True when this calculator and `other`, asked for the same day with the same
     /// arguments, answer the very same doubles: their stored method, Asr school,
-    /// high-latitude rule, Dhuhr minutes, offset and daylight-saving overrides, method
+    /// high-latitude rule, Dhuhr minutes, offset and daylight-saving overrides, the named
+    /// method whose safety minutes and rounding an override kept, method
     /// parameters (bit for bit) and device zone are equal. Names, the time format and the
     /// state a computation leaves behind play no part.
     bool computesLike(const PrayerCalculator& other) const;
