@@ -162,6 +162,8 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
     if (!city) return timelessDay();
     PrayerCalculator calculator;
     configureCalculatorFromCity(calculator, *city);
+    // The settings this facade computes with, which need not be the shared ones.
+    calculator.setPolarResolution(polarResolutionOfCity(*city, config.get()));
 
     const bool ramadan = config && config->TwoHourAfterMaghribAuto() && city->isCountrySaudiArabia() &&
                          isDateInRamdan(date, islamicCalendar, config->HijriCorrection());

@@ -73,8 +73,8 @@ TEST_F(PrayerConfigurationTest, SavesEverySettingSoThatALoadReadsItBack) {
     EXPECT_EQ(shared()->objectForKey("UsePrayerAdjustments"), Value(1));
     EXPECT_EQ(shared()->objectForKey("SoundAlertsDisabled"), Value(1));
     EXPECT_EQ(shared()->objectForKey("20HourAfterMaghrib"), Value(true));
-    // The 29 stored settings and nothing else: the locale flags are never stored.
-    EXPECT_EQ(shared()->persistentDomain().size(), 29u);
+    // The 30 stored settings and nothing else: the locale flags are never stored.
+    EXPECT_EQ(shared()->persistentDomain().size(), 30u);
     EXPECT_FALSE(shared()->objectForKey("ar").has_value());
     EXPECT_EQ(UserDefaults(shared()->path()).integerForKey("IshaAdj"), 12) << "durable";
 }

@@ -32,8 +32,9 @@ struct CalculationOptions {
     std::optional<double> gmt;   ///< fixed offset in hours
     std::optional<double> fajrAngle;  ///< the custom method's angles (18 and 17 when not given)
     std::optional<double> ishaAngle;
+    int64_t polar = 0;  ///< as stored: 0 not chosen (the preference decides), 1 none, 2 nearest day, 3 nearest latitude
 };
-/// --method, --asr, --highlat, --dst, --gmt, --fajr-angle and --isha-angle with their value
+/// --method, --asr, --highlat, --dst, --gmt, --fajr-angle, --isha-angle and --polar with their value
 /// ranges; `gmtHelp` says what leaving out --gmt means for the command.
 void addCalculationOptions(CLI::App& command, CalculationOptions& options, const std::string& gmtHelp);
 /// Refuses custom angles without the custom method (any other method ignores them).
