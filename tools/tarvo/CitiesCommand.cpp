@@ -108,6 +108,11 @@ CityChange add(const CitiesOptions& o) {
     if (o.country.empty()) throw UsageError("--country must not be empty");
     if (!TimeZone::withName(o.timeZone)) throw UsageError("--tz: unknown time zone '" + o.timeZone + "'");
     checkCalculationOptions(o.calculation);
+    // Refused rather than dropped: the saved-cities table has no column for it yet.
+    if (o.calculation.polar != 0) {
+        throw UsageError("--polar: saved cities do not keep a polar resolution yet; give --polar to day, now, month "
+                         "or times, or set it for every place with 'tarvo config set PolarResolution N'");
+    }
     auto user = openUserDatabase();
 
     const auto city = cityFromFields({o.name, o.country, o.state.value_or(""), o.latitude, o.longitude, o.timeZone,
