@@ -49,6 +49,8 @@ set(TARVO_SOURCES_calculation
   src/calculation/DubaiFixedTimes.cpp
   src/calculation/FixedTimetable.cpp
   src/calculation/KLFixedTimes.cpp
+  src/calculation/PolarResolution.cpp
+  src/calculation/PolarResolver.cpp
   src/calculation/PrayerCalculator.cpp
   src/calculation/PrayerCalculatorHighLatitude.cpp
   src/calculation/PrayerCalculatorMethods.cpp

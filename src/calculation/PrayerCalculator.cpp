@@ -18,6 +18,7 @@
 #include <cmath>
 
 #include "calculation/BuiltInMethods.h"
+#include "calculation/PolarResolver.h"
 #include "platform/LogMacros.h"
 #include "platform/PureResultCache.h"
 #include "tarvo/astronomy/QiblaCalculator.h"
@@ -74,8 +75,6 @@ std::vector<double> PrayerCalculator::getDatePrayerTimes(Date date, const std::o
                                                          const std::optional<std::string>& countryName,
                                                          double latitude, double longitude,
                                                          const std::optional<std::string>& timeZoneName) {
-    // The calendar date is the device's, not the place's.
-    const DateComponents today = globalGregCal_.components(date);
     country_ = countryName;
     lat_ = latitude;
     lng_ = longitude;
@@ -99,12 +98,18 @@ std::vector<double> PrayerCalculator::getDatePrayerTimes(Date date, const std::o
         isKualaLumpur_ = true;
     }
 
+    setDay(date);
+    return computeDayTimes();
+}
+
+void PrayerCalculator::setDay(Date date) {
+    // The calendar date is the device's, not the place's.
+    const DateComponents today = globalGregCal_.components(date);
     GregDate_ = date;
-    JDate_ = julianDate(today.year, today.month, today.day) - longitude / 360.0;
+    JDate_ = julianDate(today.year, today.month, today.day) - lng_ / 360.0;
     TomorrowGregDate_ = globalGregCal_.dateByAddingDays(1, today);  // today = components(date)
     const DateComponents tomorrow = globalGregCal_.components(*TomorrowGregDate_);
-    TomorrowJDate_ = julianDate(tomorrow.year, tomorrow.month, tomorrow.day) - longitude / 360.0;
-    return computeDayTimes();
+    TomorrowJDate_ = julianDate(tomorrow.year, tomorrow.month, tomorrow.day) - lng_ / 360.0;
 }
 
 std::vector<double> PrayerCalculator::getDatePrayerTimesAsDoubles(Date date, const std::optional<std::string>& cityName,
@@ -135,10 +140,11 @@ bool PrayerCalculator::computesLike(const PrayerCalculator& other) const {
            overrideDST_ == other.overrideDST_ && sameBits(overrideTimeZoneOffset_, other.overrideTimeZoneOffset_) &&
            overriddenNamedMethod_ == other.overriddenNamedMethod_ &&
            (methodParams_ == other.methodParams_ || sameTable(*methodParams_, *other.methodParams_)) &&
-           globalGregCal_.timeZone() == other.globalGregCal_.timeZone();
+           globalGregCal_.timeZone() == other.globalGregCal_.timeZone() &&
+           polarResolution_ == other.polarResolution_;
 }
 
-std::vector<double> PrayerCalculator::computeDayTimes() {
+std::vector<double> PrayerCalculator::rawDayTimes() const {
     // What computeTimes does, with the raw times written over the first guesses (once
     // their day portions are copied out), so that a day needs one vector instead of two.
     std::vector<double> times{5, 6, 12, 13, 18, 18, 19, 23, 5, 6};
@@ -146,6 +152,11 @@ std::vector<double> PrayerCalculator::computeDayTimes() {
     std::array<double, EntryCount> t;
     std::copy(times.begin(), times.end(), t.begin());
     computeTimesInto(t, times);
+    return times;
+}
+
+std::vector<double> PrayerCalculator::computeDayTimes() {
+    std::vector<double> times = rawDayTimes();
     adjustTimes(times);
     applyAuthorityRules(times);
     isUsingFixedTimings_ = false;
@@ -227,8 +238,7 @@ void PrayerCalculator::computeTimesInto(const std::array<double, EntryCount>& t,
     times[TomorrowSunrise] = computeTimeForTomorrow(179.167, t[TomorrowSunrise]);
 }
 
-std::vector<double>& PrayerCalculator::adjustTimes(std::vector<double>& times) {
-    if (times.size() < EntryCount) times.resize(EntryCount, std::nan(""));
+void PrayerCalculator::shiftToClock(std::vector<double>& times) const {
     // Tomorrow's entries take tomorrow's offset, so a change to or from summer time
     // overnight is honoured. The offset of a moment never changes, so each of the two is
     // asked once rather than once per entry; every entry gets the very same double.
@@ -237,7 +247,15 @@ std::vector<double>& PrayerCalculator::adjustTimes(std::vector<double>& times) {
     for (size_t i = 0; i < EntryCount; ++i) {
         times[i] = times[i] + (i >= TomorrowFajr ? tomorrowOffset : todayOffset) - lng_ / 15.0;
     }
+}
+
+std::vector<double>& PrayerCalculator::adjustTimes(std::vector<double>& times) {
+    if (times.size() < EntryCount) times.resize(EntryCount, std::nan(""));
+    shiftToClock(times);
     adjustHighLatTimes(times);
+    // What the high-latitude rules could not give (no sunrise, no sunset), the chosen polar
+    // resolution fills; the minute rules below then count from the filled times.
+    if (polarResolution_ != PolarResolution::None) PolarResolver(*this).fill(times);
     const auto p = params();
     if (p[0] == 1) times[Fajr] = times[Sunrise] - p[1] / 60.0;
     times[Dhuhr] = times[Dhuhr] + static_cast<double>(dhuhrMinutes_) / 60.0;

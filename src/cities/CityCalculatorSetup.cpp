@@ -4,6 +4,7 @@
 
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/cities/TarvoCity.h"
+#include "tarvo/configuration/PrayerConfiguration.h"
 
 namespace tarvo {
 
@@ -34,6 +35,14 @@ void configureCalculatorFromCity(PrayerCalculator& calculator, const TarvoCity& 
     // degrees: an angle of 0 would put Fajr at sunrise and Isha at sunset.
     if (city.customFajrAngle() > 0) calculator.setFajrAngle(city.customFajrAngle());
     if (city.customIshaAngle() > 0) calculator.setIshaAngle(city.customIshaAngle());
+    // Only the city's own choice: the engine by itself leaves polar times missing, and the
+    // facade's day timetable adds the user's preference and the default.
+    if (const auto chosen = polarResolutionFromStored(city.polarResolution())) calculator.setPolarResolution(*chosen);
+}
+
+PolarResolution polarResolutionOfCity(const TarvoCity& city, const PrayerConfiguration* preferences) {
+    return resolvePolarResolution(city.polarResolution(),
+                                  preferences ? preferences->PolarResolution() : kPolarResolutionAutomatic);
 }
 
 TimeZone clockOfCity(const TarvoCity& city, Date date) {

@@ -165,6 +165,10 @@ void TarvoCity::setAdjustHighLatitude(int64_t value) {
                kAutoCityHighLatMethod, value);
 }
 
+void TarvoCity::setPolarResolution(int64_t value) {
+    setTracked(polarResolution_, value, [&] { return fmt::format("DIRTY: SETTING POLAR RESOLUTION: {}", value); });
+}
+
 void TarvoCity::setIsSelectedCity(bool value) {
     setTracked(isSelectedCity_, value,
                [&] { return fmt::format("DIRTY: SETTING SELECTED CITY: {}", static_cast<int>(value)); });
@@ -226,6 +230,7 @@ void TarvoCity::copyPrayerPreferencesToCity(const std::shared_ptr<TarvoCity>& ci
     city->setPrayerMethod(prayerMethod_);
     city->setAsrMethod(asrMethod_);
     city->setAdjustHighLatitude(adjustHighLatitude_);
+    city->setPolarResolution(polarResolution_);
     city->setCustomFajrAngle(customFajrAngle_);
     city->setCustomIshaAngle(customIshaAngle_);
 }
@@ -247,6 +252,7 @@ std::shared_ptr<TarvoCity> TarvoCity::copyWithZone() const {
     copy->setPrayerMethod(prayerMethod_);
     copy->setAsrMethod(asrMethod_);
     copy->setAdjustHighLatitude(adjustHighLatitude_);
+    copy->setPolarResolution(polarResolution_);
     copy->setCustomFajrAngle(customFajrAngle_);
     copy->setCustomIshaAngle(customIshaAngle_);
     copy->setIsSelectedCity(isSelectedCity_);

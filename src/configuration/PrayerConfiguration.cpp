@@ -98,6 +98,10 @@ const PrayerConfiguration::Field PrayerConfiguration::kFields[] = {
     {"PreAlertType", Field::Kind::number, "Kind of pre-alert before a prayer", nullptr, &C::PreAlertType_},
     {"PreAlertInterval", Field::Kind::number, "Minutes of the pre-alert before a prayer", nullptr, &C::PreAlertInterval_, 0,
      24 * 60},
+    {"PolarResolution", Field::Kind::number,
+     "Times the sun gives none for beyond the polar circles: 0 default (nearest latitude), 1 none, 2 nearest day, "
+     "3 nearest latitude",
+     nullptr, &C::PolarResolution_, 0, 3},
 };
 
 std::vector<SettingDescription> PrayerConfiguration::settings() {

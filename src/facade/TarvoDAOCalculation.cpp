@@ -162,6 +162,8 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
     if (!city) return timelessDay();
     PrayerCalculator calculator;
     configureCalculatorFromCity(calculator, *city);
+    // The settings this facade computes with, which need not be the shared ones.
+    calculator.setPolarResolution(polarResolutionOfCity(*city, config.get()));
 
     const bool ramadan = config && config->TwoHourAfterMaghribAuto() && city->isCountrySaudiArabia() &&
                          isDateInRamdan(date, islamicCalendar, config->HijriCorrection());
@@ -215,6 +217,14 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
     for (size_t i = 0; i < kDaySize; ++i) {
         const auto type = static_cast<int64_t>(i);
         auto prayer = Prayer::CreatePrayerOfType(type);
+        prayer->setIsFixedTimings(fixed);
+        if (!std::isfinite(times[i])) {
+            // The sun does not reach the angle, rise or set: the record has no time at all.
+            // Written as hour 0, it would be a midnight that never was the prayer's.
+            prayer->setAdjustmentMinutes(adjustmentMinutes(config.get(), type, false));
+            day.push_back(std::move(prayer));
+            continue;
+        }
         const DateComponents& stamp = onNextDay[i] ? next : today;
         prayer->setPrayerYear(stamp.year, stamp.month, stamp.day, PrayerCalculator::floatToHour(times[i]),
                               PrayerCalculator::floatToMin(times[i]), adjustmentMinutes(config.get(), type, false),
@@ -224,7 +234,6 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
         if ((prayer->Type() == Prayer::Sunrise || prayer->Type() == Prayer::TomorrowSunrise) && !useSunrise) {
             prayer->addArbitraryMinutesToPrayerTime(kDohaDelayMinutes, gregorianCalendar, scratch);
         }
-        prayer->setIsFixedTimings(fixed);
         day.push_back(std::move(prayer));
     }
     return day;

@@ -73,9 +73,9 @@ TEST_F(PrayerConfigurationTest, SavesEverySettingSoThatALoadReadsItBack) {
     EXPECT_EQ(shared()->objectForKey("UsePrayerAdjustments"), Value(1));
     EXPECT_EQ(shared()->objectForKey("SoundAlertsDisabled"), Value(1));
     EXPECT_EQ(shared()->objectForKey("20HourAfterMaghrib"), Value(true));
-    // The 30 stored settings (HijriCalendar among them) and nothing else: the locale flags are
+    // The 31 stored settings (HijriCalendar and PolarResolution among them) and nothing else: the locale flags are
     // never stored.
-    EXPECT_EQ(shared()->persistentDomain().size(), 30u);
+    EXPECT_EQ(shared()->persistentDomain().size(), 31u);
     EXPECT_EQ(shared()->objectForKey("HijriCalendar"), Value(0));
     EXPECT_FALSE(shared()->objectForKey("ar").has_value());
     EXPECT_EQ(UserDefaults(shared()->path()).integerForKey("IshaAdj"), 12) << "durable";

@@ -130,6 +130,11 @@ CityChange add(const CLI::App& cmd, const CitiesOptions& o) {
     if (fields.country.empty()) throw UsageError("--country must not be empty");
     if (!TimeZone::withName(fields.timeZone)) throw UsageError("--tz: unknown time zone '" + fields.timeZone + "'");
     checkCalculationOptions(o.calculation);
+    // Refused rather than dropped: the saved-cities table has no column for it yet.
+    if (o.calculation.polar != 0) {
+        throw UsageError("--polar: saved cities do not keep a polar resolution yet; give --polar to day, now, month "
+                         "or times, or set it for every place with 'tarvo config set PolarResolution N'");
+    }
     auto user = openUserDatabase();
 
     const auto city = cityFromFields(fields);

@@ -40,7 +40,7 @@ struct PrayerEntry {
     std::string name;
     std::string englishName;
     std::optional<std::string> time;  ///< ISO 8601 on the place's clock
-    std::string clock;                ///< as the apps write it, "N/A" without a time
+    std::optional<std::string> clock;  ///< as the apps write it; nothing without a time
     int64_t adjustmentMinutes = 0;
     bool fixedTimings = false;
     std::optional<std::string> otherDay;  ///< the day it falls on in text tables, when not the listed day
@@ -73,9 +73,9 @@ struct DayTable {
     std::optional<Countdown> next;
 };
 
-// The clock time as the apps write it ("5:38 am" or "05:38"), "N/A" without a time.
-std::string clockText(const std::shared_ptr<Prayer>& prayer) {
-    return TarvoDAO::getFormattedPrayerTimeForPrayer(prayer, false, false).value_or("N/A");
+// The clock time as the apps write it ("5:38 am" or "05:38"); nothing without a time.
+std::optional<std::string> clockText(const std::shared_ptr<Prayer>& prayer) {
+    return TarvoDAO::getFormattedPrayerTimeForPrayer(prayer, false, false);
 }
 
 // Sunset is a moment of the day, not a prayer to count down to.
@@ -86,7 +86,7 @@ std::optional<Countdown> countdownFrom(const std::vector<TarvoDAO::DayList>& day
             const double seconds = prayer->PrayerTime()->timeIntervalSinceDate(now);
             return Countdown{prayer->Type(),
                              prayer->PrayerName(),
-                             clockText(prayer),
+                             clockText(prayer).value_or(""),
                              seconds,
                              TarvoDAO::getReadableTimeFromSeconds(seconds, false, false),
                              TarvoDAO::getTimerStyleTimeFromSeconds(seconds, true)};
@@ -142,7 +142,7 @@ ordered_json prayerJson(const PrayerEntry& e) {
     j["name"] = e.name;
     j["englishName"] = e.englishName;
     j["time"] = e.time ? ordered_json(*e.time) : ordered_json(nullptr);
-    j["clock"] = e.clock;
+    j["clock"] = e.clock ? ordered_json(*e.clock) : ordered_json(nullptr);
     j["adjustmentMinutes"] = e.adjustmentMinutes;
     j["fixedTimings"] = e.fixedTimings;
     return j;
@@ -174,7 +174,7 @@ void writeText(std::ostream& out, const DayTable& t) {
             std::string note;
             if (prayer.otherDay) note = "  (" + *prayer.otherDay + ")";
             if (prayer.adjustmentMinutes != 0) note += fmt::format("  {:+} min", prayer.adjustmentMinutes);
-            out << fmt::format("  {:<14} {}{}\n", prayer.name, prayer.clock, note);
+            out << fmt::format("  {:<14} {}{}\n", prayer.name, prayer.clock.value_or(missingTimeText()), note);
         }
     }
     if (t.next) {

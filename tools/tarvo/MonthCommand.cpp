@@ -55,7 +55,7 @@ struct Row {
     std::string weekday;
     std::string hijri;
     std::vector<int32_t> hijriParts;
-    std::vector<std::string> times;
+    std::vector<std::optional<std::string>> times;  ///< nothing where the day has no such time
 };
 
 struct MonthTable {
@@ -103,8 +103,7 @@ std::vector<Row> rowsOf(const PrayerMonth& month, const std::vector<Date>& noons
         row.hijriParts = SunCalculator::getCompsForHijriFromDate(noon);
         for (const int64_t type : kColumns) {
             row.times.push_back(
-                TarvoDAO::getFormattedPrayerTimeForPrayer(prayers[first + static_cast<size_t>(type)], arabic, false)
-                    .value_or("N/A"));
+                TarvoDAO::getFormattedPrayerTimeForPrayer(prayers[first + static_cast<size_t>(type)], arabic, false));
         }
         rows.push_back(std::move(row));
     }
@@ -187,7 +186,9 @@ std::string jsonText(const MonthTable& t) {
     ordered_json list = ordered_json::array();
     for (const Row& row : t.rows) {
         ordered_json times;
-        for (size_t i = 0; i < row.times.size(); ++i) times[kColumnKeys[i]] = row.times[i];
+        for (size_t i = 0; i < row.times.size(); ++i) {
+            times[kColumnKeys[i]] = row.times[i] ? ordered_json(*row.times[i]) : ordered_json(nullptr);
+        }
         list.push_back({{"date", row.date},
                         {"weekday", row.weekday},
                         {"hijri", {{"text", row.hijri}, {"parts", row.hijriParts}}},
@@ -214,7 +215,7 @@ void writeCsv(std::ostream& out, const MonthTable& t) {
     out << "\n";
     for (const Row& row : t.rows) {
         out << row.date << "," << csvField(row.weekday) << "," << csvField(row.hijri);
-        for (const auto& time : row.times) out << "," << csvField(time);
+        for (const auto& time : row.times) out << "," << csvField(time.value_or(""));
         out << "\n";
     }
 }
@@ -232,7 +233,7 @@ void writeText(std::ostream& out, const MonthTable& t) {
     out << trimmed(header) << "\n";
     for (const Row& row : t.rows) {
         std::string line = fmt::format("{:<10}  {:<9}  {:<22}", row.dateText, row.weekday, row.hijri);
-        for (const auto& time : row.times) line += fmt::format("  {:<8}", time);
+        for (const auto& time : row.times) line += fmt::format("  {:<8}", time.value_or(missingTimeText()));
         out << trimmed(line) << "\n";
     }
 }

@@ -198,7 +198,7 @@ std::string jsonText(const NowReport& r) {
 
 std::string prayerText(const std::optional<PrayerMoment>& m) {
     if (!m) return "none";
-    return m->name + " " + m->clock.value_or("(no time)");
+    return m->name + " " + m->clock.value_or(missingTimeText());
 }
 
 void writeText(std::ostream& out, const NowReport& r) {

@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include "tarvo/calculation/CalculationMethod.h"
+#include "tarvo/calculation/PolarResolution.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/DateFormatter.h"
@@ -39,6 +40,18 @@ CLI::Validator methodName() {
             return {};
         },
         "NAME|NUMBER");
+}
+
+CLI::Validator polarResolutionName() {
+    // The name becomes the stored number before CLI11 reads the value.
+    return CLI::Validator(
+        [](std::string& text) -> std::string {
+            const auto resolution = polarResolutionNamed(text);
+            if (!resolution) return "'" + text + "' is not a polar resolution: give none, nearest-day or nearest-latitude";
+            text = std::to_string(storedPolarResolution(*resolution));
+            return {};
+        },
+        "none|nearest-day|nearest-latitude");
 }
 
 void addLatitudeOption(CLI::App& command, double& latitude, bool required) {
@@ -76,6 +89,10 @@ void addCalculationOptions(CLI::App& command, CalculationOptions& options, const
                        "Isha sun depression in degrees, above 0, replacing the method's own; the method's other "
                        "numbers, safety minutes and rounding stay (custom method 6 starts at 17)")
         ->check(numberBetween(0, 90));
+    command.add_option("--polar", options.polar,
+                       "Times the sun gives none for beyond the polar circles: none (shown as missing), nearest-day or "
+                       "nearest-latitude (default: the PolarResolution setting, else nearest-latitude)")
+        ->transform(polarResolutionName());
 }
 
 void checkCalculationOptions(const CalculationOptions& o) {

@@ -32,8 +32,9 @@ struct CalculationOptions {
     std::optional<double> gmt;   ///< fixed offset in hours
     std::optional<double> fajrAngle;  ///< replaces the method's Fajr angle (any method)
     std::optional<double> ishaAngle;
+    int64_t polar = 0;  ///< as stored: 0 not chosen (the preference decides), 1 none, 2 nearest day, 3 nearest latitude
 };
-/// --method, --asr, --highlat, --dst, --gmt, --fajr-angle and --isha-angle with their value
+/// --method, --asr, --highlat, --dst, --gmt, --fajr-angle, --isha-angle and --polar with their value
 /// ranges; `gmtHelp` says what leaving out --gmt means for the command.
 void addCalculationOptions(CLI::App& command, CalculationOptions& options, const std::string& gmtHelp);
 /// Refuses angles of 0 or below (0 is a city's "not chosen").

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "tarvo/platform/Bundle.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/CleanText.h"
 #include "tarvo/platform/TimeZone.h"
@@ -43,5 +44,7 @@ std::string offsetText(int64_t seconds) {
 std::string printable(std::string_view stored) { return text::withoutControls(stored); }
 
 void warn(const std::string& message) { std::cerr << "tarvo: warning: " << message << "\n"; }
+
+std::string missingTimeText() { return Bundle::main().localizedString("\u2014"); }
 
 }  // namespace tarvo::cli

@@ -59,6 +59,11 @@ std::string isoText(Date moment, const TimeZone& zone, bool withSeconds);
 /// keeps the text as stored, escaped by the JSON rules.
 std::string printable(std::string_view stored);
 
+/// What text output shows for a time the day does not have (the sun does not rise, set or
+/// reach the angle): "—", or the host's translation of it. Machine output writes null or an
+/// empty field instead.
+std::string missingTimeText();
+
 /// A warning line on standard error ("tarvo: warning: ...").
 void warn(const std::string& message);
 

@@ -25,7 +25,8 @@ namespace tarvo::cli {
 namespace {
 
 constexpr const char* kPositionOptions[] = {"--lat",     "--lon", "--tz",  "--city", "--country",    "--method",
-                                            "--highlat", "--asr", "--dst", "--gmt",  "--fajr-angle", "--isha-angle"};
+                                            "--highlat", "--asr", "--dst", "--gmt",  "--fajr-angle", "--isha-angle",
+                                            "--polar"};
 constexpr const char* kWhereOptions[] = {"--lat", "--lon", "--tz", "--city", "--country"};
 
 bool given(const CLI::App& cmd, const char* name) { return cmd.get_option(name)->count() > 0; }
@@ -220,6 +221,7 @@ std::shared_ptr<TarvoCity> cityFromFields(const CityFields& f) {
     // 0: not chosen, so the custom method keeps its own angles.
     city->setCustomFajrAngle(f.calculation.fajrAngle.value_or(0));
     city->setCustomIshaAngle(f.calculation.ishaAngle.value_or(0));
+    city->setPolarResolution(f.calculation.polar);
     city->setIsLoadingFromDB(false);
     return city;
 }

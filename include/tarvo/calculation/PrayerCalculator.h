@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tarvo/Export.h"
+#include "tarvo/calculation/PolarResolution.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Date.h"
 #include "tarvo/platform/TimeZone.h"
@@ -134,6 +135,12 @@ public:
     bool computesLike(const PrayerCalculator& other) const;
     bool isUsingFixedTimings() const { return isUsingFixedTimings_; }
 
+    // ---- Polar days and nights --------------------------------------------------------
+    /// What the times the sun gives no moment for become, once the high-latitude rules have
+    /// done what they can. None (the default) leaves them NaN.
+    PolarResolution polarResolution() const { return polarResolution_; }
+    void setPolarResolution(PolarResolution resolution) { polarResolution_ = resolution; }
+
     // ---- High-latitude adjustment --------------------------------------------------
     std::vector<double>& adjustHighLatTimes(std::vector<double>& times);
     double nightPortion(double angle) const;
@@ -187,6 +194,15 @@ public:
     void setIsKualaLumpur(bool value) { isKualaLumpur_ = value; }
 
 private:
+    friend class PolarResolver;
+    /// Sets the day (and the next) from a moment: its date in the device's calendar, and the
+    /// Julian dates shifted by the longitude.
+    void setDay(Date date);
+    /// The raw times of the day set, from the first guesses.
+    std::vector<double> rawDayTimes() const;
+    /// Moves raw times onto the place's clock: today's offset for today's entries, tomorrow's
+    /// for tomorrow's, less the longitude's mean time.
+    void shiftToClock(std::vector<double>& times) const;
     /// Parameters of the resolved method; all zero when the method has no table entry.
     std::array<double, 6> params() const;
     void setSingleParam(size_t selectorIndex, double selector, double value);
@@ -237,6 +253,7 @@ private:
     bool isDubai_ = false;
     bool isKualaLumpur_ = false;
     bool isUsingFixedTimings_ = false;
+    PolarResolution polarResolution_ = PolarResolution::None;
 };
 
 }  // namespace tarvo

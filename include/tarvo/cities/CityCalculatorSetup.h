@@ -1,12 +1,14 @@
 #pragma once
 
 #include "tarvo/Export.h"
+#include "tarvo/calculation/PolarResolution.h"
 #include "tarvo/platform/Date.h"
 #include "tarvo/platform/TimeZone.h"
 
 namespace tarvo {
 
 class PrayerCalculator;
+class PrayerConfiguration;
 class TarvoCity;
 
 /// Configures `calculator` from `city` in the order the day timetable uses, so the
@@ -17,9 +19,16 @@ class TarvoCity;
 /// city's "from the time zone" markers (50 and -100) become the calculator's 50; and, when
 /// the method then in force is the custom one (6), the city's Fajr and Isha angles.
 ///
+/// The polar resolution is set only when the city chose one (the engine's own default leaves
+/// polar times missing); the facade's day timetable uses polarResolutionOfCity.
+///
 /// The place's time zone, name and country are not set here: they are arguments of the
 /// calculator's day computation.
 TARVO_EXPORT void configureCalculatorFromCity(PrayerCalculator& calculator, const TarvoCity& city);
+
+/// What the city's times the sun gives none for become: the city's choice when it made one,
+/// else `preferences`' (the settings a facade computes with; none when null), else the default.
+TARVO_EXPORT PolarResolution polarResolutionOfCity(const TarvoCity& city, const PrayerConfiguration* preferences);
 
 /// The clock the city's prayer times are written on at `date`: its zone (GMT when the zone
 /// is unknown) when the city follows it, else a fixed-offset zone at the offset the city's

@@ -129,6 +129,11 @@ public:
     void setCustomFajrAngle(double value);
     double customIshaAngle() const { return customIshaAngle_; }
     void setCustomIshaAngle(double value);
+    /// The city's choice for times the sun gives none for beyond the polar circles, as stored:
+    /// 0 not chosen (the preference "PolarResolution" decides), 1 none, 2 nearest day,
+    /// 3 nearest latitude (tarvo/calculation/PolarResolution.h).
+    int64_t polarResolution() const { return polarResolution_; }
+    void setPolarResolution(int64_t value);
 
     /// Whether a persisting setter changed the record outside loading. Only the primary-key
     /// reader clears it.
@@ -249,6 +254,7 @@ private:
     int64_t prayerMethod_ = 0;
     int64_t asrMethod_ = 0;
     int64_t adjustHighLatitude_ = 0;
+    int64_t polarResolution_ = 0;
     double customFajrAngle_ = 0.0;
     double customIshaAngle_ = 0.0;
 };

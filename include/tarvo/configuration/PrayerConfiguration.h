@@ -92,6 +92,10 @@ public:
     bool UseSystemArabicFont() const { return UseSystemArabicFont_; }
     int64_t PreAlertType() const { return PreAlertType_; }
     int64_t PreAlertInterval() const { return PreAlertInterval_; }
+    /// What times the sun gives no moment for become beyond the polar circles, as stored: 0
+    /// not chosen (the library's default), 1 none, 2 nearest day, 3 nearest latitude
+    /// (tarvo/calculation/PolarResolution.h reads it). A saved city's own choice wins.
+    int64_t PolarResolution() const { return PolarResolution_; }
 
 private:
     struct Field;
@@ -129,6 +133,7 @@ private:
     bool UseSystemArabicFont_ = false;
     int64_t PreAlertType_ = 0;
     int64_t PreAlertInterval_ = 0;
+    int64_t PolarResolution_ = 0;
 };
 
 }  // namespace tarvo
