@@ -106,7 +106,7 @@ void writeText(std::ostream& out, const MoonReport& r) {
     out << fmt::format("  {:<10} {:.0f} km\n", "Distance", r.distanceKm);
     std::string compatible;
     for (const auto& text : r.compatible) compatible += (compatible.empty() ? "" : ", ") + text;
-    out << "\nCompatible texts (as the application has always shown them): " << compatible << "\n";
+    out << "\nCompatible texts (hours times 100 : minutes): " << compatible << "\n";
 }
 
 }  // namespace
@@ -122,7 +122,7 @@ void registerMoonCommand(CLI::App& app) {
     cmd->footer("Rise and set are the moments the moon's upper limb meets the horizon (34' refraction), to the "
                 "minute; illumination, age and distance are those at local noon, and a day in which a principal "
                 "phase falls carries its name. The compatible texts are the "
-                "application's historical moonrise/moonset display (hours times 100).");
+                "hourly-search moonrise/moonset display texts hosts show (hours times 100).");
     cmd->callback([options] { render(reportFrom(*options), options->json); });
 }
 

@@ -17,8 +17,8 @@ namespace tarvo {
 /// parameters and the check against its published timetable come from.
 ///
 /// The catalogue (`all`) is the one table behind the calculator's method table, the method
-/// names and the tool's listing. Numbers 1-7 are the product's original methods; named
-/// methods of other authorities follow from 8. Number 0 (automatic) is not a row.
+/// names and the tool's listing. Numbers 1-7 are the built-in methods that stored settings
+/// refer to; named methods of other authorities follow from 8. Number 0 (automatic) is not a row.
 class TARVO_EXPORT CalculationMethod {
 public:
     /// Which night the middle of the night is taken of.
