@@ -36,6 +36,7 @@ set(TARVO_SOURCES_astronomy
   src/astronomy/MoonRiseSet.cpp
   src/astronomy/Nutation.cpp
   src/astronomy/Observer.cpp
+  src/astronomy/Parabola.cpp
   src/astronomy/QiblaCalculator.cpp
   src/astronomy/SolarKernel.cpp
   src/astronomy/SunCalculator.cpp
