@@ -111,7 +111,8 @@ Date SunCalculator::getDateFromHijriDay(int64_t day, int64_t month, int64_t year
     const int64_t correction = hijriCorrection();
     Shared& shared = Shared::instance();
     std::lock_guard lock(shared.mutex);
-    // The shared formatter gets its pattern here too, as it always has; nothing uses it.
+    // The shared formatter gets the text pattern here too, so its state is the same whichever
+    // of the two Hijri operations ran last.
     shared.dateFormatter().setDateFormat(kGregorianTextFormat);
     return Calendar().dateByAddingDays(-correction, startOfHijriDay(shared, day, month, year));
 }
@@ -151,7 +152,7 @@ std::string SunCalculator::convertToHijriFromDate(Date date) {
     Shared& shared = Shared::instance();
     std::lock_guard lock(shared.mutex);
     DateFormatter hijri(shared.dateFormatter());
-    hijri.setCalendarIdentifier("islamic-civil");
+    hijri.setCalendarIdentifier(shared.islamicCalendar().identifier());
     hijri.setDateFormat(kHijriTextFormat);
     return hijri.stringFromDate(Calendar().dateByAddingDays(correction, date));
 }

@@ -22,11 +22,14 @@ struct IslamicCalendar::Impl {
 
 namespace {
 
+constexpr const char* kIdentifier = "islamic-civil";
+
 std::unique_ptr<icu::Calendar> makeCalendar() {
     UErrorCode status = U_ZERO_ERROR;
+    const std::string locale = std::string("en@calendar=") + kIdentifier;
     // The calendar adopts the zone.
-    std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(
-        icu::TimeZone::getGMT()->clone(), icu::Locale("en@calendar=islamic-civil"), status));
+    std::unique_ptr<icu::Calendar> calendar(
+        icu::Calendar::createInstance(icu::TimeZone::getGMT()->clone(), icu::Locale(locale.c_str()), status));
     if (U_FAILURE(status)) {
         TARVO_LOG_ERROR("Islamic calendar unavailable: {}", u_errorName(status));
         return nullptr;
@@ -45,6 +48,8 @@ IslamicCalendar::IslamicCalendar(const TimeZone& zone) : impl_(std::make_unique<
 }
 
 IslamicCalendar::~IslamicCalendar() = default;
+
+const char* IslamicCalendar::identifier() const { return kIdentifier; }
 
 DateComponents IslamicCalendar::components(Date date, int64_t days) const {
     DateComponents c;
