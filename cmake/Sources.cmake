@@ -9,6 +9,7 @@ set(TARVO_SOURCES_platform
   src/platform/CborCodec.cpp
   src/platform/Clock.cpp
   src/platform/Date.cpp
+  src/platform/DateComponents.cpp
   src/platform/DateFormatter.cpp
   src/platform/DispatchQueue.cpp
   src/platform/GlobalStateLock.cpp

@@ -119,7 +119,8 @@ MonthTable tableFrom(const CLI::App& cmd, const MonthOptions& o) {
     const int64_t days = TarvoDAO::getDaysInMonth(year, monthNumber);
     std::vector<Date> noons;
     for (int64_t day = 1; day <= days; ++day) {
-        const Date noon = place.noonOf(fmt::format("{:04}-{:02}-{:02}", year, monthNumber, day), "--month");
+        const DateComponents date{.year = year, .month = monthNumber, .day = day};
+        const Date noon = place.noonOf(date.isoDay(), "--month");
         noons.push_back(noon);
         if (day == 1) month.setIslamicMonthNumber(SunCalculator::getCompsForHijriFromDate(noon)[1]);
         const TarvoDAO::DayList list = TarvoDAO::getPrayerTimesForDate(noon, place.city, gregorian, islamic);

@@ -55,7 +55,7 @@ MoonReport reportFrom(const MoonOptions& o) {
     r.latitude = o.latitude;
     r.longitude = o.longitude;
     r.zone = zone;
-    r.date = fmt::format("{:04}-{:02}-{:02}", day.year, day.month, day.day);
+    r.date = day.isoDay();
     r.day = SunCalculator::moonRiseSetForDay(day.day, day.month, day.year, zone, o.latitude, o.longitude);
     SunCalculator calculator;
     r.compatible = calculator.moonriseSetTextsForDay(day.day, day.month, day.year, zone, o.latitude, o.longitude);
