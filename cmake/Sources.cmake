@@ -25,6 +25,7 @@ set(TARVO_SOURCES_platform
   src/platform/SearchText.cpp
   src/platform/SqliteDatabase.cpp
   src/platform/SqliteStatement.cpp
+  src/platform/SqliteTransaction.cpp
   src/platform/Text.cpp
   src/platform/TimeZone.cpp
   src/platform/UserDefaults.cpp

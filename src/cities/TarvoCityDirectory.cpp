@@ -10,6 +10,7 @@
 #include "cities/DirectoryGeometry.h"
 #include "platform/LogMacros.h"
 #include "platform/SearchText.h"
+#include "platform/SqliteTransaction.h"
 #include "platform/Text.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/platform/SqliteDatabase.h"
@@ -233,8 +234,10 @@ void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const st
     // together with the insert or not at all. Otherwise every fix at the same spot would add
     // another identical row. Done here rather than by a unique key so that the stored layout,
     // which older hosts upgrade by their own record, stays as it is.
+    std::optional<SqliteTransaction> place;
     auto removeEarlierRows = [&](Slot& earlier) -> std::optional<int> {
-        if (database.exec("SAVEPOINT cache_place") != SQLITE_OK) {
+        place.emplace(database, "cache_place");
+        if (!place->began()) {
             TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
             return std::nullopt;
         }
@@ -262,13 +265,14 @@ void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const st
         row.bindDouble(9, position.sinLon);
         row.bindText(10, city->TimeZone().value_or(""));
         const int result = **removed == SQLITE_DONE ? slot.step() : **removed;
-        // Reset before the savepoint ends, as the statement always was.
+        // Reset before the savepoint ends, so no statement of it is still running then.
         slot.reset();
-        if (result != SQLITE_DONE) {
+        if (result == SQLITE_DONE) {
+            place->commit();
+        } else {
             TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
-            database.exec("ROLLBACK TO cache_place");
         }
-        database.exec("RELEASE cache_place");
+        place.reset();  // rolls back unless released, still under the store's lock
     };
     (void)Slot::run(SlotId::insertCachedCity, database, kCacheInsertSql, "[DB] [DB] Save New Cached City", kFailureLine,
                     insert);
