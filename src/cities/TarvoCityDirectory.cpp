@@ -25,10 +25,10 @@ using SlotId = CityStatementSlot::Id;
 
 constexpr const char* kCountryListSql =
     "SELECT city_name, state_name, latitude, longitude, gmt, timezone FROM cities{} ORDER BY city_name";
+// The term is bound as ?1, wrapped in '%' so that it matches anywhere in the name or country.
 constexpr const char* kSearchSql =
-    "SELECT name, country, lat, lon, timezone FROM cities WHERE lower(name) {} ORDER BY country ASC, name ASC LIMIT "
-    "75";
-constexpr const char* kSearchConditionSql = " LIKE '%{}%' OR country LIKE '%{}%'";
+    "SELECT name, country, lat, lon, timezone FROM cities WHERE lower(name) LIKE ?1 OR country LIKE ?1 ORDER BY "
+    "country ASC, name ASC LIMIT 75";
 // The ranked search over the directory's name index: names equal to the folded text (tier
 // 0), names beginning with it (1: the key range from the text up to the text followed by the
 // last code point), names containing it (2: the trigram index, for texts of three characters
@@ -128,12 +128,11 @@ std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetCities(SqliteDatabase& dir
 
     // The whole text is the term, blanks included: trimming only decides whether there is
     // anything to search for.
-    const std::string term = SearchText::escapeForSearch(SearchText::lowercased(*search));
-    const std::string condition = fmt::format(kSearchConditionSql, term, term);
-    // Prepared afresh each time: the statement text changes with every search.
+    const std::string pattern = "%" + SearchText::escapeForSearch(SearchText::lowercased(*search)) + "%";
     // A statement that cannot be prepared leaves the list empty.
-    (void)Slot::runFresh(directory, fmt::format(kSearchSql, condition), "",
+    (void)Slot::runFresh(directory, kSearchSql, "",
                          "Error: failed to get cities for country statement with message '{}'.", [&](Slot& slot) {
+                             slot.statement().bindText(1, pattern);
                              while (slot.step() == SQLITE_ROW) {
                                  auto city = placeFromRow(slot.statement(), 0, "Unknown", "");
                                  city->setIsLoadingFromDB(false);
