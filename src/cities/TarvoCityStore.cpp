@@ -138,7 +138,7 @@ void runSchemaSteps(SqliteDatabase& database, std::span<const SchemaStep> steps)
     TARVO_LOG_VERBOSE("[DB] UPDATE Schema");
     {
         std::lock_guard lock(TarvoCity::syncObj());
-        Slot& slot = Slot::slot(SlotId::schema);
+        Slot& slot = Slot::slot(SlotId::schema, database);
         for (const SchemaStep& step : steps) {
             // A statement that cannot be prepared (a column or table that is already there)
             // is not logged by itself: the empty slot then fails to step, and the step's
@@ -160,8 +160,9 @@ void runSchemaSteps(SqliteDatabase& database, std::span<const SchemaStep> steps)
 }  // namespace
 
 std::recursive_mutex& TarvoCity::syncObj() {
-    static std::recursive_mutex lock;
-    return lock;
+    // Lives as long as the process: a connection closed during exit still takes it.
+    static auto* lock = new std::recursive_mutex();
+    return *lock;
 }
 
 std::shared_ptr<TarvoCity> TarvoCity::initWithCurrentSelectionUsingDB(SqliteDatabase& database) {
