@@ -9,6 +9,7 @@ set(TARVO_SOURCES_platform
   src/platform/CborCodec.cpp
   src/platform/Clock.cpp
   src/platform/Date.cpp
+  src/platform/DateComponents.cpp
   src/platform/DateFormatter.cpp
   src/platform/DispatchQueue.cpp
   src/platform/GlobalStateLock.cpp
@@ -24,6 +25,7 @@ set(TARVO_SOURCES_platform
   src/platform/SearchText.cpp
   src/platform/SqliteDatabase.cpp
   src/platform/SqliteStatement.cpp
+  src/platform/SqliteTransaction.cpp
   src/platform/Text.cpp
   src/platform/TimeZone.cpp
   src/platform/UserDefaults.cpp
@@ -36,6 +38,7 @@ set(TARVO_SOURCES_astronomy
   src/astronomy/MoonRiseSet.cpp
   src/astronomy/Nutation.cpp
   src/astronomy/Observer.cpp
+  src/astronomy/Parabola.cpp
   src/astronomy/QiblaCalculator.cpp
   src/astronomy/SolarKernel.cpp
   src/astronomy/SunCalculator.cpp

@@ -5,6 +5,7 @@
 
 #include "astronomy/DegreeMath.h"
 #include "astronomy/MeeusMoon.h"
+#include "astronomy/Parabola.h"
 #include "astronomy/TimeScale.h"
 
 namespace tarvo {
@@ -53,19 +54,17 @@ SunCalculator::MoonDay MoonRiseSet::events(Date from, Date to) const {
     auto steps = static_cast<int>(std::ceil(span / kStep));
     if (steps % 2 != 0) ++steps;
     std::vector<double> y(static_cast<size_t>(steps) + 1);
-    for (int k = 0; k <= steps; ++k) y[k] = heightAboveHorizon(from.addingTimeInterval(k * kStep));
-    day.upAtStart = y[0] > 0;
+    for (int k = 0; k <= steps; ++k) {
+        y[k] = heightAboveHorizon(from.addingTimeInterval(k * kStep));
+        if (k == 0) day.upAtStart = y[k] > 0;
+    }
 
-    const SunCalculator parabola;
     for (int k = 1; k < steps; k += 2) {
-        const std::vector<double> q = parabola.quad(y[k - 1], y[k], y[k + 1]);
-        const int count = static_cast<int>(q[0]);
-        const double a = (y[k - 1] + y[k + 1]) / 2.0 - y[k];
-        const double b = (y[k + 1] - y[k - 1]) / 2.0;
-        for (int r = 0; r < count; ++r) {
+        const parabola::ThreePoint p = parabola::through(y[k - 1], y[k], y[k + 1]);
+        for (int r = 0; r < p.roots; ++r) {
             // With one root the parabola's answer is its first root; with two, both.
-            const double z = r == 0 ? q[1] : q[2];
-            const bool rising = 2.0 * a * z + b > 0;
+            const double z = r == 0 ? p.z1 : p.z2;
+            const bool rising = 2.0 * p.a * z + p.b > 0;
             const Date when = refine(from.addingTimeInterval((k + z) * kStep));
             if (when < from || !(when < to)) continue;
             const auto kind = rising ? SunCalculator::MoonEventKind::rise : SunCalculator::MoonEventKind::set;

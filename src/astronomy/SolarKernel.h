@@ -8,8 +8,17 @@
 // Bit-for-bit note: prayer times are compared to the last bit, so each expression keeps
 // its order of operations and the library is built without fused multiply-add.
 #include <cstdint>
+#include <numbers>
 
 namespace tarvo::solar {
+
+/// One radian in degrees and one degree in radians, as single factors (pi/180 = 0.017453292519943295
+/// and 180/pi = 57.29577951308232, each rounded once) for formulas that multiply by a factor;
+/// radiansFromDegrees and degreesFromRadians below multiply and divide instead, which can differ
+/// in the last bit, so each formula keeps the form it was written with.
+inline constexpr double kRadiansPerDegree = std::numbers::pi / 180.0;
+inline constexpr double kDegreesPerRadian = 180.0 / std::numbers::pi;
+static_assert(kRadiansPerDegree == 0.017453292519943295 && kDegreesPerRadian == 57.29577951308232);
 
 /// Reduces an hour value to the 24-hour clock.
 ///   Given:    hours   double   any number of hours

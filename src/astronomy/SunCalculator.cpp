@@ -77,7 +77,7 @@ double SunCalculator::daynumber(int64_t day, int64_t month, int64_t year, double
 double SunCalculator::range(double x) {
     // Not solar::fixAngle: the same reduction reached by other arithmetic (the fraction of a
     // turn, scaled back), which can differ from it in the last bit. The sidereal time and the
-    // phase names built on it have always had these results, so it keeps its own.
+    // phase names built on it are compared to the last bit, so it keeps its own.
     const double b = x / 360.0;
     const double a = 360.0 * (b - ipart(b));
     return a < 0 ? a + 360.0 : a;

@@ -131,7 +131,8 @@ Date SunCalculator::getDateFromHijriDay(int64_t day, int64_t month, int64_t year
     const IslamicCalendar::Kind kind = hijriCalendarKind();
     Shared& shared = Shared::instance();
     std::lock_guard lock(shared.mutex);
-    // The shared formatter gets its pattern here too, as it always has; nothing uses it.
+    // The shared formatter gets the text pattern here too, so its state is the same whichever
+    // of the two Hijri operations ran last.
     shared.dateFormatter().setDateFormat(kGregorianTextFormat);
     return Calendar().dateByAddingDays(-correction, startOfHijriDay(shared, kind, day, month, year));
 }

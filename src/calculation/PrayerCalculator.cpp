@@ -87,7 +87,7 @@ std::vector<double> PrayerCalculator::getDatePrayerTimes(Date date, const std::o
     isDubai_ = false;
     isKualaLumpur_ = false;
     // The name tests are case-sensitive and deliberately loose: any name containing "KL"
-    // counts as Kuala Lumpur, as the shipped app decided.
+    // counts as Kuala Lumpur: the name test errs towards the official timetable.
     if (dubai <= kFixedTimetableRadius) {
         isDubai_ = true;
     } else if (nameContains("\u062F\u0628\u064A") || nameContains("Dubai")) {
@@ -176,8 +176,8 @@ double PrayerCalculator::timetableKeyForToday() const {
 }
 
 double PrayerCalculator::timetableKeyForTomorrow() const {
-    // Tomorrow's date is taken in UTC, not in the device's zone as today's is. The shipped
-    // app keys tomorrow this way and its stored timetables agree, so the asymmetry stays.
+    // Tomorrow's date is taken in UTC, not in the device's zone as today's is: the stored
+    // timetables key tomorrow's row this way, so the asymmetry stays.
     const Date tomorrow = globalGregCal_.dateByAddingDays(1, GregDate_.value_or(Date()));
     DateComponents c = globalGregCalUTC_.components(tomorrow);
     c.hour = c.minute = c.second = c.nanosecond = 0;

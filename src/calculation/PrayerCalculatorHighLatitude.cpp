@@ -8,7 +8,7 @@
 //             4 half the night.
 //   Returned: the times, repaired in place.
 //   Notes:    the "night portion" rules long used by prayer-time programs; the one-seventh
-//             share is the constant 0.14286 that stored results were computed with.
+//             share is 0.14286, not 1/7, and stored settings and timetables rely on it.
 #include "tarvo/calculation/PrayerCalculator.h"
 
 #include <cmath>
@@ -20,7 +20,7 @@ double PrayerCalculator::nightPortion(double angle) const {
         case 3: return angle / 60.0;
         case 4: return 0.5;
         case 1:
-        case 2: return 0.14286;  // this constant, not 1/7: stored results were computed with it
+        case 2: return 0.14286;  // not 1/7: published timetables are computed with 0.14286
         default: return 0;
     }
 }

@@ -6,9 +6,8 @@
 //
 //   Given:    method numbers 0-7 (0 automatic), Asr schools 0-2, high-latitude rules 0-4.
 //   Returned: the stored choice, or the automatic one when the stored value is 0.
-//   Notes:    the names, position boxes and country list are the library's own, which stored
-//             settings and translations are keyed on; country names are compared after
-//             locale-independent lower-casing.
+//   Notes:    the automatic choices are this library's rules; country names are compared
+//             after locale-independent lower-casing.
 #include "calculation/BuiltInMethods.h"
 #include "tarvo/calculation/CalculationMethod.h"
 #include "platform/LogMacros.h"
@@ -24,7 +23,7 @@ using MethodTable = std::map<int64_t, PrayerCalculator::MethodParams>;
 
 std::string localized(const char* english) { return Bundle::main().localizedString(english, "", ""); }
 
-// The name of a method numbered from 8, else the base default text: numbers 0-7 and
+// The name of a method numbered from 8, else the built-in default text: numbers 0-7 and
 // unknown numbers keep the answers stored translations are keyed on.
 std::string namedMethodOr(int64_t method, const char* fallback) {
     const CalculationMethod* named = method >= 8 ? CalculationMethod::withNumber(method) : nullptr;
@@ -91,8 +90,8 @@ std::string PrayerCalculator::getAdjustHighLatNameFromNumber(int64_t rule) {
 
 int64_t PrayerCalculator::getAutoAsrMethodFromCountry(const std::optional<std::string>& country) {
     if (!country) return 1;
-    // The library's own list of Hanafi countries, spellings exact ("kirgizstan"); Egypt,
-    // Syria and Jordan are in it on purpose.
+    // The countries whose automatic Asr school is Hanafi, spellings exact ("kirgizstan":
+    // "Kyrgyzstan" gets Shafi); Egypt, Syria and Jordan are in it on purpose.
     static constexpr std::string_view kHanafi[] = {
         "kazakhstan", "turkmenistan", "kirgizstan", "afghanistan", "pakistan",
         "bangladesh", "azerbaijan",   "turkey",     "egypt",       "tajikistan",
@@ -120,7 +119,6 @@ int64_t PrayerCalculator::getAutoMethodFromLocation(double lat, double lng) {
 int64_t PrayerCalculator::getAutoHighLatMethodFromLocation(double lat) {
     // Signed latitude on purpose: every southern place falls below 48 and gets rule 3.
     if (lat < 48) return 3;
-    if (lat >= 65) return 1;  // the same answer as the next test; harmless, kept for clarity of the bands
     if (lat >= 55) return 1;
     if (lat >= 51.5) return 2;
     if (lat >= 48) return 3;

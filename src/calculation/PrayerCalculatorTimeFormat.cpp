@@ -84,8 +84,8 @@ std::string PrayerCalculator::floatToTime12(double hours, bool noSuffix) const {
     if (!std::isfinite(hours)) return InvalidTime_;
     const auto [hour, minute] = roundedToMinute(hours);
     const int64_t h12 = ((hour + 11) % 12) + 1;
-    // Single-digit hours keep their leading zero in 12-hour text too ("05:07 am"), as the
-    // app has always shown them.
+    // Single-digit hours keep their leading zero in 12-hour text too ("05:07 am"), so that
+    // both clocks give texts of one width.
     std::string text = twoDigits(h12, minute);
     if (!noSuffix) text += hour < 12 ? " am" : " pm";
     return text;

@@ -177,6 +177,28 @@ std::optional<CityDirectory::Country> CityDirectory::country(std::string_view id
     return std::nullopt;
 }
 
+template <typename T>
+Result<T> CityDirectory::unlessDamaged(T answer) {
+    if (auto why = damage()) return Error{*why};
+    return answer;
+}
+
+Result<CityDirectory::Cities> CityDirectory::search(std::string_view text) {
+    return unlessDamaged(TarvoCity::SearchCities(database_, text));
+}
+
+Result<CityDirectory::Cities> CityDirectory::listing(std::string_view text) {
+    return unlessDamaged(TarvoCity::GetCities(database_, std::string(text)));
+}
+
+Result<CityDirectory::Cities> CityDirectory::cities(const Country& country) {
+    return unlessDamaged(TarvoCity::GetAllCities(database_, country.identifier, country.name));
+}
+
+Result<std::shared_ptr<TarvoCity>> CityDirectory::nearest(double latitude, double longitude, double km) {
+    return unlessDamaged(TarvoCity::GetCityForLat(latitude, longitude, &database_, km, false));
+}
+
 std::string CityDirectory::stateName(SqliteDatabase& directory, const TarvoCity& city) {
     std::lock_guard lock(TarvoCity::syncObj());
     // A city record keeps any country name beginning with "United States" as exactly that,
@@ -202,7 +224,7 @@ std::string CityDirectory::stateName(SqliteDatabase& directory, const TarvoCity&
     return {};
 }
 
-std::vector<std::shared_ptr<TarvoCity>> CityDirectory::search(std::string_view text) const {
+std::vector<std::shared_ptr<TarvoCity>> CityDirectory::rankedSearch(std::string_view text) const {
     return TarvoCity::SearchCities(database_, text);
 }
 

@@ -15,12 +15,13 @@ namespace tarvo {
 
 class SqliteDatabase;
 
-/// A class-wide cache slot holding one prepared statement of the city store.
+/// A cache slot holding one prepared statement of the city store.
 ///
-/// The slots are process-wide and keyed by statement, not by database handle: whichever
-/// handle first prepares a statement, later calls reuse it. A slot may also hold a statement
-/// that TarvoCity::finalizeStatements finalised; it then counts as taken (nothing is prepared
-/// into it again) and stepping it fails with a logged error instead of touching freed memory.
+/// Every connection has its own set of slots, attached to the connection: a statement is
+/// prepared once per connection and used only on it, and the set is finalised when the
+/// connection closes. A slot may also hold a statement that TarvoCity::finalizeStatements
+/// finalised; it then counts as taken (nothing is prepared into it again) and stepping it
+/// fails with a logged error instead of touching freed memory.
 ///
 /// Slots are only touched while TarvoCity::syncObj() is held.
 class CityStatementSlot {
@@ -46,20 +47,21 @@ public:
         count
     };
 
-    static CityStatementSlot& slot(Id id);
+    /// The connection's slot (made with the connection's set on first use).
+    static CityStatementSlot& slot(Id id, const SqliteDatabase& database);
 
-    /// Finalises the statements of the slots that TarvoCity::finalizeStatements names. Only the
-    /// two cached-city delete slots are emptied; the others keep their finalised statements.
+    /// Finalises, on every connection, the statements of the slots that
+    /// TarvoCity::finalizeStatements names. Only the two cached-city delete slots are emptied;
+    /// the others keep their finalised statements.
     static void finalizeForClosing();
-    /// Finalises and empties every slot.
+    /// Finalises and empties every slot of every connection.
     static void emptyAll();
 
     /// Nothing prepared here (or the slot was emptied).
     bool isEmpty() const { return !statement_.isPrepared() && !finalised_; }
     /// Prepares `sql` into the slot (the statement stays empty on failure).
     Result<void> prepare(const SqliteDatabase& database, std::string_view sql);
-    /// Prepares `sql` only when the slot is empty; a taken slot is reused whatever handle
-    /// prepared it.
+    /// Prepares `sql` only when the slot is empty; a taken slot is reused.
     Result<void> prepareOnce(const SqliteDatabase& database, std::string_view sql);
     /// Binding and column reading; an empty or finalised slot answers SQLITE_MISUSE / 0 / "".
     SqliteStatement& statement() { return statement_; }
@@ -86,7 +88,7 @@ public:
                     int line = __builtin_LINE())
         -> Result<std::invoke_result_t<Use, CityStatementSlot&>> {
         std::lock_guard lock(TarvoCity::syncObj());
-        return runIn(slot(id), false, database, sql, traceLine, failureLine, std::forward<Use>(use),
+        return runIn(slot(id, database), false, database, sql, traceLine, failureLine, std::forward<Use>(use),
                      CallSite{file, function, line});
     }
 

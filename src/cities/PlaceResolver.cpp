@@ -85,14 +85,14 @@ std::vector<std::string> closestNames(const CityDirectory& directory, const std:
         }
     }
     for (const std::string& each : words) {
-        for (auto& city : directory.search(each)) pool.push_back(std::move(city));
+        for (auto& city : directory.rankedSearch(each)) pool.push_back(std::move(city));
     }
     // The longest beginning the directory knows ("Istanbull" finds Istanbul by "Istanbul").
     const icu::UnicodeString text = text::toUnicode(name);
     for (int32_t length = text.countChar32() - 1; length >= 2; --length) {
         icu::UnicodeString beginning;
         text.extract(0, text.moveIndex32(0, length), beginning);
-        Cities found = directory.search(text::toUtf8(beginning));
+        Cities found = directory.rankedSearch(text::toUtf8(beginning));
         if (found.empty()) continue;
         for (auto& city : found) pool.push_back(std::move(city));
         break;
@@ -154,7 +154,7 @@ Result<ResolvedPlace> PlaceResolver::resolve(std::string_view text, std::optiona
         }
     }
 
-    const Cities found = directory_.search(name);
+    const Cities found = directory_.rankedSearch(name);
     Cities candidates;
     for (const auto& city : found) {
         if (wantedCountry && !inCountry(*city, *wantedCountry)) continue;

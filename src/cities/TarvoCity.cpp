@@ -335,8 +335,8 @@ bool TarvoCity::isCountrySaudiArabia() const {
 
 std::string TarvoCity::getLatLongString() const {
     // The letter comes from the sign, and the number is still printed as stored, sign and
-    // all ("[ -33.87 S : 151.21 E ]"). Intended: the text has always read so and the hosts'
-    // displays are laid out around it; zero counts as north and east.
+    // all ("[ -33.87 S : 151.21 E ]"). Intended: the hosts' displays are laid out around this
+    // text; zero counts as north and east.
     if (latitude_ >= 0) {
         if (longitude_ >= 0) return fmt::format("[ {:1.2f} N : {:1.2f} E ]", latitude_, longitude_);
         return fmt::format("[ {:1.2f} N : {:1.2f} W ]", latitude_, longitude_);

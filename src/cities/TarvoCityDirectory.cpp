@@ -10,6 +10,7 @@
 #include "cities/DirectoryGeometry.h"
 #include "platform/LogMacros.h"
 #include "platform/SearchText.h"
+#include "platform/SqliteTransaction.h"
 #include "platform/Text.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/platform/SqliteDatabase.h"
@@ -24,10 +25,10 @@ using SlotId = CityStatementSlot::Id;
 
 constexpr const char* kCountryListSql =
     "SELECT city_name, state_name, latitude, longitude, gmt, timezone FROM cities{} ORDER BY city_name";
+// The term is bound as ?1, wrapped in '%' so that it matches anywhere in the name or country.
 constexpr const char* kSearchSql =
-    "SELECT name, country, lat, lon, timezone FROM cities WHERE lower(name) {} ORDER BY country ASC, name ASC LIMIT "
-    "75";
-constexpr const char* kSearchConditionSql = " LIKE '%{}%' OR country LIKE '%{}%'";
+    "SELECT name, country, lat, lon, timezone FROM cities WHERE lower(name) LIKE ?1 OR country LIKE ?1 ORDER BY "
+    "country ASC, name ASC LIMIT 75";
 // The ranked search over the directory's name index: names equal to the folded text (tier
 // 0), names beginning with it (1: the key range from the text up to the text followed by the
 // last code point), names containing it (2: the trigram index, for texts of three characters
@@ -96,8 +97,8 @@ std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetAllCities(SqliteDatabase& 
                           [&](Slot& slot) {
                               SqliteStatement& query = slot.statement();
                               // The statement has no parameter, so SQLite refuses this bind and
-                              // nothing changes. The operation has always made it; it must stay
-                              // harmless.
+                              // nothing changes. Callers that pass the identifier rely on this
+                              // bind being harmless, so it stays.
                               query.bindInt64(1, countryID);
                               Cities cities;
                               while (slot.step() == SQLITE_ROW) {
@@ -127,12 +128,11 @@ std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetCities(SqliteDatabase& dir
 
     // The whole text is the term, blanks included: trimming only decides whether there is
     // anything to search for.
-    const std::string term = SearchText::escapeForSearch(SearchText::lowercased(*search));
-    const std::string condition = fmt::format(kSearchConditionSql, term, term);
-    // Prepared afresh each time: the statement text changes with every search.
+    const std::string pattern = "%" + SearchText::escapeForSearch(SearchText::lowercased(*search)) + "%";
     // A statement that cannot be prepared leaves the list empty.
-    (void)Slot::runFresh(directory, fmt::format(kSearchSql, condition), "",
+    (void)Slot::runFresh(directory, kSearchSql, "",
                          "Error: failed to get cities for country statement with message '{}'.", [&](Slot& slot) {
+                             slot.statement().bindText(1, pattern);
                              while (slot.step() == SQLITE_ROW) {
                                  auto city = placeFromRow(slot.statement(), 0, "Unknown", "");
                                  city->setIsLoadingFromDB(false);
@@ -233,8 +233,10 @@ void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const st
     // together with the insert or not at all. Otherwise every fix at the same spot would add
     // another identical row. Done here rather than by a unique key so that the stored layout,
     // which older hosts upgrade by their own record, stays as it is.
+    std::optional<SqliteTransaction> place;
     auto removeEarlierRows = [&](Slot& earlier) -> std::optional<int> {
-        if (database.exec("SAVEPOINT cache_place") != SQLITE_OK) {
+        place.emplace(database, "cache_place");
+        if (!place->began()) {
             TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
             return std::nullopt;
         }
@@ -262,13 +264,14 @@ void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const st
         row.bindDouble(9, position.sinLon);
         row.bindText(10, city->TimeZone().value_or(""));
         const int result = **removed == SQLITE_DONE ? slot.step() : **removed;
-        // Reset before the savepoint ends, as the statement always was.
+        // Reset before the savepoint ends, so no statement of it is still running then.
         slot.reset();
-        if (result != SQLITE_DONE) {
+        if (result == SQLITE_DONE) {
+            place->commit();
+        } else {
             TARVO_LOG_ERROR("[DB] Error: failed to insert cached city '{}'.", database.errorMessage());
-            database.exec("ROLLBACK TO cache_place");
         }
-        database.exec("RELEASE cache_place");
+        place.reset();  // rolls back unless released, still under the store's lock
     };
     (void)Slot::run(SlotId::insertCachedCity, database, kCacheInsertSql, "[DB] [DB] Save New Cached City", kFailureLine,
                     insert);
@@ -276,7 +279,8 @@ void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const st
 
 void TarvoCity::RemoveFromReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
     if (!city) return;
-    // The insert's opening line: the two operations have always shared it.
+    // The insert's opening line: the two operations share it by design, and log readers
+    // match on it.
     (void)Slot::run(SlotId::deleteCachedCity, database, kCacheDeleteSql, "[DB] [DB] Save New Cached City",
                     "[DB] Error: failed to delete cached city statement with message '{}'.", [&](Slot& slot) {
                         slot.statement().bindDouble(1, city->latitude());
@@ -320,7 +324,7 @@ std::shared_ptr<TarvoCity> TarvoCity::GetLastUsedCity(SqliteDatabase& database) 
     return Slot::run(SlotId::readLastUsed, database, kLastUsedReadSql, "",
                      "[DB] Error: failed GetLastUsedCity with message '{}'.",
                      [](Slot& slot) -> std::shared_ptr<TarvoCity> {
-                         // Left loading, as it always was: the host edits the returned city
+                         // Left loading on purpose: the host edits the returned city
                          // untracked until it clears the flag itself.
                          if (slot.step() != SQLITE_ROW) return nullptr;
                          return placeFromRow(slot.statement(), 0, "Unknown City", "Unknown Country");

@@ -74,7 +74,7 @@ constexpr std::array<SchemaStep, 2> kSchemaV3_3 = {{
 }};
 
 // Method numbers outside their valid ranges are replaced on reading; which replacement
-// depends on the reader. A valid method is one the engine's catalogue holds (the original
+// depends on the reader. A valid method is one the engine's catalogue holds (the built-in
 // 1-7 and the authorities' methods after them), so a city saved with Diyanet keeps it.
 int64_t clampedMethod(int64_t method, int64_t replacement) {
     return CalculationMethod::withNumber(method) ? method : replacement;
@@ -100,7 +100,7 @@ constexpr RowLayout kListRow = {0, 10, 11, 12, 13, "", 14, 15, 16};
 // The primary-key statement selects no state_name, and its reader takes the columns from 13
 // on one place off: the state name gets the text of lastmoddate, LastModDate gets
 // lastsyncdate and LastSyncDate a column past the end, which reads as 0. Kept exactly so:
-// these are the values existing hosts have always received from this reader.
+// hosts read these fields from this reader and rely on the mapping.
 constexpr RowLayout kByKeyRow = {1, -1, 10, 11, 12, "", 13, 14, 15};
 
 // Sets the row's values on the city through its setters, in column order. Whether this is
@@ -138,7 +138,7 @@ void runSchemaSteps(SqliteDatabase& database, std::span<const SchemaStep> steps)
     TARVO_LOG_VERBOSE("[DB] UPDATE Schema");
     {
         std::lock_guard lock(TarvoCity::syncObj());
-        Slot& slot = Slot::slot(SlotId::schema);
+        Slot& slot = Slot::slot(SlotId::schema, database);
         for (const SchemaStep& step : steps) {
             // A statement that cannot be prepared (a column or table that is already there)
             // is not logged by itself: the empty slot then fails to step, and the step's
@@ -160,8 +160,9 @@ void runSchemaSteps(SqliteDatabase& database, std::span<const SchemaStep> steps)
 }  // namespace
 
 std::recursive_mutex& TarvoCity::syncObj() {
-    static std::recursive_mutex lock;
-    return lock;
+    // Lives as long as the process: a connection closed during exit still takes it.
+    static auto* lock = new std::recursive_mutex();
+    return *lock;
 }
 
 std::shared_ptr<TarvoCity> TarvoCity::initWithCurrentSelectionUsingDB(SqliteDatabase& database) {

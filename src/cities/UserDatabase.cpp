@@ -8,6 +8,7 @@
 #include <sqlite3.h>
 
 #include "platform/LogMacros.h"
+#include "platform/SqliteTransaction.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/platform/SqliteStatement.h"
 #include "tarvo/platform/UserDefaults.h"
@@ -123,12 +124,12 @@ Result<void> UserDatabase::upgrade() {
                         ? fmt::format("{}: {}: {}", database_.path().string(), what, database_.errorMessage())
                         : fmt::format("{}: {}", database_.path().string(), what),
                     sqlitePrimaryCode(code)};
-        database_.exec("ROLLBACK");
         return error;
     };
     // One write transaction for all of it: another process opening the same file waits,
-    // then finds the work done; a failure leaves the file as it was.
-    if (database_.exec("BEGIN IMMEDIATE") != SQLITE_OK) return fail("cannot lock the database for upgrading");
+    // then finds the work done; a failure leaves the file as it was (the guard rolls back).
+    SqliteTransaction transaction(database_, SqliteTransaction::Mode::immediate);
+    if (!transaction.began()) return fail("cannot lock the database for upgrading");
     int64_t version = currentVersion();
     if (!hasTable("savedcities")) {
         if (database_.exec(kCreateBaseTable) != SQLITE_OK) return fail("cannot create the saved-cities table");
@@ -141,7 +142,7 @@ Result<void> UserDatabase::upgrade() {
             return fail("cannot record the layout");
         }
     }
-    if (database_.exec("COMMIT") != SQLITE_OK) return fail("cannot commit the upgrade");
+    if (transaction.commit() != SQLITE_OK) return fail("cannot commit the upgrade");
     return {};
 }
 
@@ -167,29 +168,28 @@ template <typename Change>
 Result<void> UserDatabase::inTransaction(const std::string& what, Change&& change) {
     std::lock_guard lock(TarvoCity::syncObj());
     // Taking the write lock first: a locked file fails here, before anything is changed.
-    if (database_.exec("BEGIN IMMEDIATE") != SQLITE_OK) return fail("cannot " + what);
+    SqliteTransaction transaction(database_, SqliteTransaction::Mode::immediate);
+    if (!transaction.began()) return fail("cannot " + what);
     Result<void> changed = change();
-    if (changed && database_.exec("COMMIT") == SQLITE_OK) return {};
+    if (changed && transaction.commit() == SQLITE_OK) return {};
     if (changed) changed = fail("cannot " + what);
-    database_.exec("ROLLBACK");
-    return changed;
+    return changed;  // rolled back by the guard
 }
 
 Result<std::vector<std::shared_ptr<TarvoCity>>> UserDatabase::savedCities() {
     std::lock_guard lock(TarvoCity::syncObj());
     // The count and the list read one snapshot: a list cut short by a failing read (the
     // store answers what it got so far) is told from a short table by its length.
+    SqliteTransaction snapshot(database_);
     SqliteStatement count;
-    if (database_.exec("BEGIN") != SQLITE_OK ||
-        count.prepare(database_, "SELECT count(*) FROM savedcities") != SQLITE_OK || count.step() != SQLITE_ROW) {
-        Error error = fail("cannot read the saved cities");
-        database_.exec("ROLLBACK");
-        return error;
+    if (!snapshot.began() || count.prepare(database_, "SELECT count(*) FROM savedcities") != SQLITE_OK ||
+        count.step() != SQLITE_ROW) {
+        return fail("cannot read the saved cities");
     }
     const int64_t rows = count.columnInt64(0);
     count.finalize();
     auto cities = TarvoCity::GetSavedCities(database_);
-    database_.exec("COMMIT");
+    snapshot.commit();
     if (static_cast<int64_t>(cities.size()) != rows) {
         return fail(fmt::format("read {} of the {} saved cities", cities.size(), rows));
     }

@@ -144,7 +144,7 @@ int64_t TarvoDAO::getAdjustmentMinutesForPrayer(int64_t type, bool force) {
 int64_t TarvoDAO::getDaysInMonth(int64_t year, int64_t month) {
     if (month > 11) return 31;
     if (month == 4 || month == 6 || month == 9 || month == 11) return 30;
-    // Month 0 and negative months read as 31 days, as they always have.
+    // Month 0 and negative months read as 31 days (the fall-through of the month test).
     if (month != 2) return 31;
     const bool leap = year % 400 == 0 || (year % 4 == 0 && year % 100 != 0);
     return leap ? 29 : 28;

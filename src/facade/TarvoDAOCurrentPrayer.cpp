@@ -161,7 +161,7 @@ bool TarvoDAO::determineCurrentAndNextPrayerTimeForCity(const std::shared_ptr<Ta
         const int64_t qiyamOrIsha = qiyamShown ? Prayer::Qiyam : Prayer::Isha;
         int64_t corrected = -1;
         if (fajr < -3600 && qiyam < 0 && found == Prayer::Fajr) {
-            // The message speaks of sunrise, but the test has always looked at Qiyam.
+            // The message speaks of sunrise, but the test looks at Qiyam; log readers match the text.
             TARVO_LOG_VERBOSE("    [FIXING] Fajr is in Future, Current prayer is Fajr and Sunrise is also in Future, "
                               "we're at Isha!");
             corrected = Prayer::Isha;

@@ -185,8 +185,8 @@ void TarvoDAO::updateCityWithReverseGeocodedInformation(const std::shared_ptr<Ta
         }
         TARVO_LOG_VERBOSE("Using fallback geocoder");
         const Geocoder::Places places = fallback->reverseGeocode(lat, lon);
-        // Every place is published in turn, so the city ends with the last one's names, as
-        // hosts have always seen it.
+        // Every place is published in turn, so the city ends with the last one's names
+        // (hosts show the last place the geocoder gave).
         for (const auto& place : places.valueOr(std::vector<Geocoder::Place>{})) {
             takeNames(*city, place, place.formattedAddress);
             publish(LocationSource::fallback);

@@ -3,22 +3,13 @@
 #include <chrono>
 #include <cmath>
 
+#include "platform/CivilDays.h"
+
 namespace tarvo {
 
 namespace {
 
 constexpr int64_t kSecondsPerDay = 86400;
-
-// Days since 1970-01-01 of a civil date; months outside 1..12 roll into other years.
-int64_t daysFromCivil(int64_t year, int64_t month, int64_t day) {
-    using namespace std::chrono;
-    const int64_t monthIndex = month - 1;
-    const int64_t yearShift = monthIndex >= 0 ? monthIndex / 12 : -((11 - monthIndex) / 12);
-    const int64_t m = monthIndex - yearShift * 12 + 1;
-    const sys_days first = std::chrono::year(static_cast<int>(year + yearShift)) /
-                           std::chrono::month(static_cast<unsigned>(m)) / std::chrono::day(1);
-    return first.time_since_epoch().count() + (day - 1);
-}
 
 }  // namespace
 
@@ -48,7 +39,7 @@ DateComponents Calendar::components(Date date) const {
 }
 
 Date Calendar::dateFromComponents(const DateComponents& c) const {
-    const double local = static_cast<double>(daysFromCivil(c.year, c.month, c.day) * kSecondsPerDay +
+    const double local = static_cast<double>(civil::daysFromCivil(c.year, c.month, c.day) * kSecondsPerDay +
                                              c.hour * 3600 + c.minute * 60 + c.second) +
                          static_cast<double>(c.nanosecond) / 1e9;
     return Date(local - static_cast<double>(zone_.secondsFromGMTForLocalTime(local)));

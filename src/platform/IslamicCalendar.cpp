@@ -67,6 +67,8 @@ IslamicCalendar::IslamicCalendar(const TimeZone& zone, Kind kind) : impl_(std::m
 
 IslamicCalendar::~IslamicCalendar() = default;
 
+const char* IslamicCalendar::identifier() const { return identifierOfKind(kind_).data(); }
+
 DateComponents IslamicCalendar::components(Date date, int64_t days) const {
     DateComponents c;
     std::lock_guard lock(impl_->mutex);

@@ -4,6 +4,8 @@
 #include <cctype>
 #include <chrono>
 
+#include "platform/CivilDays.h"
+
 namespace tarvo {
 
 namespace {
@@ -70,11 +72,6 @@ private:
     size_t pos_ = 0;
 };
 
-int64_t daysFromCivil(int64_t year, unsigned month, unsigned day) {
-    using namespace std::chrono;
-    return sys_days{std::chrono::year(static_cast<int>(year)) / month / day}.time_since_epoch().count();
-}
-
 bool isLeapYear(int64_t year) { return std::chrono::year(static_cast<int>(year)).is_leap(); }
 
 }  // namespace
@@ -125,7 +122,7 @@ std::optional<PosixTimeZoneRule> PosixTimeZoneRule::parse(std::string_view text)
 }
 
 int64_t PosixTimeZoneRule::localSecondsOf(const YearlyDate& when, int64_t year) {
-    int64_t days = daysFromCivil(year, 1, 1);
+    int64_t days = civil::daysFromCivil(year, 1, 1);
     switch (when.kind) {
         case YearlyDate::Kind::JulianNoLeap:
             days += when.day - 1 + ((isLeapYear(year) && when.day >= 60) ? 1 : 0);
@@ -135,7 +132,7 @@ int64_t PosixTimeZoneRule::localSecondsOf(const YearlyDate& when, int64_t year) 
             break;
         case YearlyDate::Kind::MonthWeekDay: {
             using namespace std::chrono;
-            const int64_t first = daysFromCivil(year, static_cast<unsigned>(when.month), 1);
+            const int64_t first = civil::daysFromCivil(year, when.month, 1);
             const auto firstWeekday = static_cast<int64_t>(weekday{sys_days{std::chrono::days{first}}}.c_encoding());
             int64_t day = (when.weekday - firstWeekday + 7) % 7 + (when.week - 1) * 7;
             // Week 5 means the last such weekday of the month.

@@ -56,7 +56,6 @@ std::string SearchText::escapeForSearch(std::string_view text) {
     for (int32_t i = 0; i < u.length() && length < kMaxTermLength; i = u.moveIndex32(i, 1)) {
         const UChar32 c = u.char32At(i);
         if (u_charType(c) == U_CONTROL_CHAR) continue;
-        if (c == u'\'') term.append(u'\'');
         term.append(c);
         ++length;
     }

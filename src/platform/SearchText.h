@@ -21,11 +21,11 @@ public:
     /// Lower case by the root locale ("İSTANBUL" and "Istanbul" alike whatever the process
     /// locale is).
     static std::string lowercased(std::string_view text);
-    /// A term that is safe inside a single-quoted SQL literal whatever the user typed:
-    /// quotes doubled, NUL and other control characters dropped, malformed UTF-8 replaced,
-    /// cut to kMaxTermLength code points. The LIKE wildcards '%' and '_' keep their meaning
-    /// (the search statement has no ESCAPE clause), which can widen a search but never
-    /// changes the statement.
+    /// The term of a LIKE search, whatever the user typed: NUL and other control characters
+    /// dropped, malformed UTF-8 replaced, cut to kMaxTermLength code points. Quotes stay as
+    /// typed: the term is bound as a parameter, never written into the statement's text. The
+    /// LIKE wildcards '%' and '_' keep their meaning (the search statement has no ESCAPE
+    /// clause), which can widen a search but never changes the statement.
     static std::string escapeForSearch(std::string_view text);
     /// The 4-character American Soundex code of the name transliterated to Latin ASCII
     /// ("Tromsø" and "Tromso" both give T652); "" for a name without any Latin letter.

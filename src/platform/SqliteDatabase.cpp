@@ -91,6 +91,7 @@ unsigned SqliteDatabase::storageFaults() { return storageFaultCount.load(std::me
 
 SqliteDatabase::SqliteDatabase(SqliteDatabase&& other) noexcept
     : db_(std::exchange(other.db_, nullptr)),
+      attachments_(std::exchange(other.attachments_, {})),
       path_(std::move(other.path_)),
       openErrorCode_(other.openErrorCode_),
       openError_(std::move(other.openError_)) {}
@@ -99,6 +100,7 @@ SqliteDatabase& SqliteDatabase::operator=(SqliteDatabase&& other) noexcept {
     if (this != &other) {
         close();
         db_ = std::exchange(other.db_, nullptr);
+        attachments_ = std::exchange(other.attachments_, {});
         path_ = std::move(other.path_);
         openErrorCode_ = other.openErrorCode_;
         openError_ = std::move(other.openError_);
@@ -188,11 +190,22 @@ bool SqliteDatabase::open(const std::filesystem::path& path, int flags) {
 }
 
 void SqliteDatabase::close() {
+    // What higher layers kept for the connection goes first (taken out before it is
+    // destroyed, so a destructor that looks at this connection finds nothing half-gone):
+    // its statements are finalised, and the connection then closes at once.
+    std::exchange(attachments_, {}).clear();
     if (db_) {
         // close_v2 keeps the connection alive until statements prepared on it are finalised.
         sqlite3_close_v2(db_);
         db_ = nullptr;
     }
+}
+
+std::shared_ptr<void>& SqliteDatabase::attachment(const void* key) const {
+    for (auto& [owner, object] : attachments_) {
+        if (owner == key) return object;
+    }
+    return attachments_.emplace_back(key, nullptr).second;
 }
 
 bool SqliteDatabase::isReadOnly() const { return db_ && sqlite3_db_readonly(db_, "main") == 1; }

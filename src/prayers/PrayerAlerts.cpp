@@ -100,7 +100,7 @@ void Prayer::turnSoundAlertON() const {
     defaults->setBool(key(Type_, kSoundOffSuffix), false);
     const std::string soundKey = key(Type_, kSoundAlertSuffix);
     if (defaults->integerForKey(soundKey) == 0) {
-        // Written as decimal text, the form stored settings have always had; every reader
+        // Written as decimal text, the form stored settings use; every reader
         // takes the number from the text.
         defaults->setString(soundKey, fmt::format("{}", defaultAlertSoundForType(Type_)));
     }

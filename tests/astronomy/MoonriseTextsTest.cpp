@@ -1,4 +1,4 @@
-// The moonrise and moonset texts the application has always shown: the parabola, the time
+// The compatible moonrise and moonset texts: the parabola, the time
 // text, and the shapes of the answer.
 #include <cmath>
 

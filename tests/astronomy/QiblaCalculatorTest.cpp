@@ -15,11 +15,11 @@ TEST(QiblaCalculator, BearingsTruncateBeforeWrapping) {
     EXPECT_EQ(QiblaCalculator::getQiblaDirection(0, 39.8262 + 0.667), 359);
 }
 
-TEST(QiblaCalculator, DistancesAreArcMinutesWithTheProductsMileFactor) {
+TEST(QiblaCalculator, DistancesAreArcMinutesWithTheLibrarysMileFactor) {
     EXPECT_NEAR(QiblaCalculator::CalcKabaDistance(21.4225, 39.8262, false), 0, 1e-3);
     EXPECT_NEAR(QiblaCalculator::getDistanceBetweenTwoLocations(10, 20, 11, 20, false), 60, 1e-9);
     const double london = QiblaCalculator::CalcKabaDistance(51.5, -0.1167, false);
     EXPECT_NEAR(london, 2586, 3);  // about 4,790 km
-    // 2,586 arc minutes times the product's 1.1515 is 2,977.8 miles (not the usual 2,976).
+    // 2,586 arc minutes times the library's 1.1515 is 2,977.8 miles (not the usual 2,976).
     EXPECT_NEAR(QiblaCalculator::CalcKabaDistance(51.5, -0.1167, true), 2978, 3.5);
 }

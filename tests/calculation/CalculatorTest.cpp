@@ -41,7 +41,7 @@ TEST(TimeFormat, ClockTextRoundsToTheMinuteWrapsAndParsesBack) {
     EXPECT_EQ(PrayerCalculator::time12ToMinute(" 7:45 pm"), 5);
 }
 
-TEST(Methods, AutomaticChoicesFollowTheProductsRules) {
+TEST(Methods, AutomaticChoicesFollowTheLibrarysRules) {
     struct Case {
         double lat, lng;
         int64_t method;

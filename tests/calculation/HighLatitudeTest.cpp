@@ -10,7 +10,7 @@ using tarvo::PrayerCalculator;
 
 TEST(HighLatitude, EachRuleCapsTimesThatLieTooFarIntoTheNight) {
     constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-    // Expected times worked out by hand with the engine's 1/7 of 0.14286 (not the exact fraction).
+    // Expected times worked out by hand with the library's 1/7 of 0.14286 (not the exact fraction).
     struct Case {
         const char* what;
         int64_t method, rule;

@@ -227,6 +227,20 @@ TEST_F(CityDirectoryTest, CountryListsCarryStateOffsetAndTheGivenName) {
     EXPECT_EQ(directory_->countries().front().name, "Australia");
 }
 
+TEST_F(CityDirectoryTest, DirectoryLookUpsAnswerTheCityOperationsOnAnIntactFile) {
+    // The directory's own look-ups give the TarvoCity operations' answers when it met no
+    // damage (a damaged file is the tool tests' case: its look-ups then fail with the reason).
+    auto value = [](auto lookUp) {
+        EXPECT_TRUE(lookUp) << (lookUp ? "" : lookUp.error().message);
+        return lookUp ? *lookUp : std::remove_cvref_t<decltype(*lookUp)>{};
+    };
+    EXPECT_EQ(names(value(directory_->search("lon"))), names(TarvoCity::SearchCities(directory_->database(), "lon")));
+    EXPECT_EQ(names(value(directory_->listing("united"))), Names{"London"});
+    EXPECT_EQ(names(value(directory_->cities(directory_->country("566").value()))), (Names{"Twin Big", "Twin Small"}));
+    EXPECT_EQ(summary(value(directory_->nearest(10, 20, 100))), summary(nearest(10, 20, 100)));
+    EXPECT_EQ(value(directory_->nearest(-30, -50, 100)), nullptr);
+}
+
 TEST_F(CityDirectoryTest, ReverseGeocodeCacheAndLastUsedRows) {
     auto user = test::valueOrFailure(UserDatabase::open(folder_ / "user.sqlite"));
     ASSERT_TRUE(user);

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <thread>
 
 #include <fmt/format.h>
@@ -29,8 +30,8 @@ using Names = std::vector<std::string>;
 
 class SavedCitiesTest : public ::testing::Test {
 protected:
-    // The statement slots are process-wide: every test starts and ends with them empty, so
-    // no statement outlives the database it was prepared on.
+    // Every test starts and ends with the statement slots empty, so a statement finalised by
+    // one test never meets the next.
     SavedCitiesTest() { TarvoCity::resetStatementCache(); }
     ~SavedCitiesTest() override { TarvoCity::resetStatementCache(); }
 
@@ -158,7 +159,7 @@ TEST_F(SavedCitiesTest, EachReaderFillsARowInItsOwnWay) {
     EXPECT_EQ(fmt::format("{} {}", listed[0]->prayerMethod(), listed[1]->prayerMethod()), "0 8");
 }
 
-TEST_F(SavedCitiesTest, StatementsAreCachedPerStatementAndFinalisedOnesFailUntilTheCacheIsEmptied) {
+TEST_F(SavedCitiesTest, StatementsAreCachedPerConnectionAndFinalisedOnesFailUntilTheCacheIsEmptied) {
     TarvoCity::saveNewCity(makeCity("Rabat", 34.02), db());
     TarvoCity::initWithCurrentSelectionUsingDB(db());
     TarvoCity::finalizeStatements();
@@ -168,14 +169,33 @@ TEST_F(SavedCitiesTest, StatementsAreCachedPerStatementAndFinalisedOnesFailUntil
     TarvoCity::resetStatementCache();
     EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(db())->cityName(), "Rabat");
 
-    // The list statement prepared on the first database is reused whatever handle comes in:
-    // another, empty database "lists" the first one's city until the cache is emptied.
-    ASSERT_EQ(TarvoCity::GetSavedCities(db()).size(), 1u);
+    // Each connection prepares its own statements: a second database lists and changes its
+    // own rows only, whichever connection prepared a statement first.
+    ASSERT_EQ(savedNames(), Names{"Rabat"});
     auto other = test::valueOrFailure(UserDatabase::open(folder_ / "other.sqlite"));
     ASSERT_TRUE(other);
-    EXPECT_EQ(TarvoCity::GetSavedCities(other->database()).size(), 1u);
-    TarvoCity::resetStatementCache();
     EXPECT_TRUE(TarvoCity::GetSavedCities(other->database()).empty());
+    EXPECT_EQ(TarvoCity::saveNewCity(makeCity("Fes", 34.03), other->database())->primaryKey(), 1);
+    EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(other->database())->cityName(), "Fes");
+    EXPECT_EQ(savedNames(), Names{"Rabat"});
+    // Closing a connection finalises its statements with it, so the file is closed at once
+    // (not kept open by statements left behind), and a new connection to it prepares afresh.
+    const auto path = std::filesystem::canonical(folder_ / "other.sqlite");
+    auto descriptorsOn = [&path] {
+        int count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            std::error_code error;
+            if (std::filesystem::read_symlink(entry.path(), error) == path) ++count;
+        }
+        return count;
+    };
+    ASSERT_GT(descriptorsOn(), 0);
+    other.reset();
+    EXPECT_EQ(descriptorsOn(), 0);
+    other = test::valueOrFailure(UserDatabase::open(folder_ / "other.sqlite"));
+    ASSERT_TRUE(other);
+    EXPECT_EQ(TarvoCity::GetSavedCities(other->database()).size(), 1u);
+    EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(db())->cityName(), "Rabat");
 }
 
 TEST_F(SavedCitiesTest, OldDatabaseIsUpgradedInPlaceOnceWithoutLosingRowsUnlessItIsReadOnly) {

@@ -117,7 +117,7 @@ TEST_F(TarvoCityRecordTest, ResolvedOffsetAndPositionText) {
         EXPECT_EQ(city.getResolvedGMT(), 0.0);
         EXPECT_FALSE(city.isInDST());
     }
-    // The sign stays beside the letter, as the text has always read.
+    // The sign stays beside the letter: displays are laid out around this text.
     const std::tuple<double, double, const char*> positions[] = {{0, 0, "[ 0.00 N : 0.00 E ]"},
                                                                  {-33.8688, 151.2093, "[ -33.87 S : 151.21 E ]"},
                                                                  {51.5, -0.1167, "[ 51.50 N : -0.12 W ]"},

@@ -42,7 +42,14 @@ std::shared_ptr<CityDirectory> openDirectory(const DirectoryOptions& o) {
     return std::move(*directory);
 }
 
-// A look-up's answer is used only when the directory met no damage while giving it.
+// A look-up's answer, which the directory gives only when it met no damage while giving it.
+template <typename T>
+T answerOf(Result<T> lookUp) {
+    if (!lookUp) throw UsageError("cannot use the city directory: " + lookUp.error().message);
+    return std::move(*lookUp);
+}
+
+// The same for the country look-ups, which answer without the check.
 void checkIntact(CityDirectory& directory) {
     if (auto why = directory.damage()) throw UsageError("cannot use the city directory: " + *why);
 }
@@ -81,9 +88,7 @@ void writeText(std::ostream& out, const Places& places) {
 Places search(const DirectoryOptions& o) {
     auto directory = openDirectory(o);
     Places found;
-    found.cities = o.listing ? TarvoCity::GetCities(directory->database(), o.text)
-                             : TarvoCity::SearchCities(directory->database(), o.text);
-    checkIntact(*directory);
+    found.cities = answerOf(o.listing ? directory->listing(o.text) : directory->search(o.text));
     if (found.cities.empty()) {
         found.failure = o.listing ? "no city or country matches '" + o.text + "'" : "no city matches '" + o.text + "'";
     }
@@ -121,8 +126,7 @@ Places country(const DirectoryOptions& o) {
     checkIntact(*directory);
     if (!found) throw UsageError("no country '" + o.text + "' in the city directory (see tarvo cities countries)");
     Places places;
-    places.cities = TarvoCity::GetAllCities(directory->database(), found->identifier, found->name);
-    checkIntact(*directory);
+    places.cities = answerOf(directory->cities(*found));
     places.heading =
         fmt::format("{} ({}, {}): {} cities\n", found->name, found->code, found->identifier, places.cities.size());
     places.none = "The directory holds no city of " + found->name + ".";
@@ -139,8 +143,7 @@ struct Nearby {
 Nearby nearest(const DirectoryOptions& o) {
     auto directory = openDirectory(o);
     Nearby near;
-    near.city = TarvoCity::GetCityForLat(o.latitude, o.longitude, &directory->database(), o.km, false);
-    checkIntact(*directory);
+    near.city = answerOf(directory->nearest(o.latitude, o.longitude, o.km));
     if (!near.city) {
         near.failure = fmt::format("no directory city within {} km of {}, {}", o.km, o.latitude, o.longitude);
         return near;

@@ -69,7 +69,7 @@ Conversion toGregorian(const HijriOptions& o) {
     Conversion c;
     c.parts = SunCalculator::getCompsForGregorianFromHijriDay(day, month, year);
     c.text = SunCalculator::convertToGregorianFromHijriDay(day, month, year);
-    c.date = fmt::format("{:04}-{:02}-{:02}", c.parts[2], c.parts[1], c.parts[0]);
+    c.date = DateComponents{.year = c.parts[2], .month = c.parts[1], .day = c.parts[0]}.isoDay();
     c.heading = "Gregorian " + c.date + ": ";
     return c;
 }
@@ -81,7 +81,7 @@ Conversion toHijri(const HijriOptions& o) {
     TarvoDAO::getSharedInstance();
     Conversion c;
     c.text = SunCalculator::convertToHijriFromDate(moment);
-    c.date = fmt::format("{:04}-{:02}-{:02}", noon.year, noon.month, noon.day);
+    c.date = noon.isoDay();
     c.parts = SunCalculator::getCompsForHijriFromDate(moment);
     c.heading = "Hijri of " + c.date + ": ";
     return c;

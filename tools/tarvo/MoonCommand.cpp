@@ -56,7 +56,7 @@ MoonReport reportFrom(const CLI::App& cmd, MoonOptions& options) {
     r.latitude = o.latitude;
     r.longitude = o.longitude;
     r.zone = zone;
-    r.date = fmt::format("{:04}-{:02}-{:02}", day.year, day.month, day.day);
+    r.date = day.isoDay();
     r.day = SunCalculator::moonRiseSetForDay(day.day, day.month, day.year, zone, o.latitude, o.longitude);
     SunCalculator calculator;
     r.compatible = calculator.moonriseSetTextsForDay(day.day, day.month, day.year, zone, o.latitude, o.longitude);
@@ -107,7 +107,7 @@ void writeText(std::ostream& out, const MoonReport& r) {
     out << fmt::format("  {:<10} {:.0f} km\n", "Distance", r.distanceKm);
     std::string compatible;
     for (const auto& text : r.compatible) compatible += (compatible.empty() ? "" : ", ") + text;
-    out << "\nCompatible texts (as the application has always shown them): " << compatible << "\n";
+    out << "\nCompatible texts (hours times 100 : minutes): " << compatible << "\n";
 }
 
 }  // namespace
@@ -121,7 +121,7 @@ void registerMoonCommand(CLI::App& app) {
     cmd->footer("Rise and set are the moments the moon's upper limb meets the horizon (34' refraction), to the "
                 "minute; illumination, age and distance are those at local noon, and a day in which a principal "
                 "phase falls carries its name. The compatible texts are the "
-                "application's historical moonrise/moonset display (hours times 100).");
+                "hourly-search moonrise/moonset display texts hosts show (hours times 100).");
     cmd->callback([options, cmd] { render(reportFrom(*cmd, *options), options->json); });
 }
 

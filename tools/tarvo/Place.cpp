@@ -241,8 +241,7 @@ std::string Place::dayText(Date moment) const {
 }
 
 std::string Place::day(Date moment) const {
-    const DateComponents c = Calendar(zone).components(moment);
-    return fmt::format("{:04}-{:02}-{:02}", c.year, c.month, c.day);
+    return Calendar(zone).components(moment).isoDay();
 }
 
 Date Place::noonOf(const std::string& date, std::string_view option) const {

@@ -63,7 +63,7 @@ DayTimes timesFrom(const CLI::App& cmd, const TimesOptions& o) {
     calculator.setTimeFormat(format == "12" ? 1 : format == "12ns" ? 2 : 0);
 
     DayTimes t;
-    t.date = fmt::format("{:04}-{:02}-{:02}", noon.year, noon.month, noon.day);
+    t.date = noon.isoDay();
     t.hours = calculator.getDatePrayerTimesAsDoubles(moment, city->cityName(), city->countryName(), city->latitude(),
                                                      city->longitude(), zoneName);
     t.text = calculator.adjustTimesFormat(t.hours);

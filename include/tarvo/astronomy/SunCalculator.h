@@ -116,13 +116,13 @@ public:
     double siteLatitude() const { return siteLatitude_; }
     double siteLongitude() const { return siteLongitude_; }
 
-    // ---- Moonrise and moonset as the application has always shown them --------------------
+    // ---- Moonrise and moonset: the compatible display texts ---------------------------------
     //
     // An hourly search over one local day with a parabola through three samples. The altitude
     // function reuses the position stored in output_moon_angles instead of following the moon,
     // and its arithmetic mixes radians into degree values; the times it gives are therefore
-    // not the moon's real ones, but they are the texts existing users know, so the arithmetic
-    // stays exactly as it has always been. moonriseSetTextsForDay stores the moon's position at
+    // not the moon's real ones, but hosts show and compare these texts day by day, so the
+    // arithmetic is fixed to the operation order written here. moonriseSetTextsForDay stores the moon's position at
     // local noon of the date before searching.
 
     /// Display texts for the day: [rise, set], ["-", set], [rise, "-"], or ["-"] alone when
@@ -193,8 +193,8 @@ public:
     static Date getDateForDay(int64_t day, int64_t month, int64_t year);
     /// The start of a Hijri day, corrected.
     static Date getDateFromHijriDay(int64_t day, int64_t month, int64_t year);
-    /// That date as "dd MMM YYYY" ("11 Mar 2024"). The year is the week-based year, as the
-    /// text has always been written, so the last days of December can show the next year.
+    /// That date as "dd MMM YYYY" ("11 Mar 2024"). The year is the week-based year (the
+    /// pattern hosts display and parse), so the last days of December can show the next year.
     /// Arabic digits and month names when the current locale ends in "numbers=arab".
     static std::string convertToGregorianFromHijriDay(int64_t day, int64_t month, int64_t year);
     /// Gregorian day, month, year and weekday (1 Sunday to 7 Saturday) of that date.

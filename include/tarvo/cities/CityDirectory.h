@@ -65,11 +65,28 @@ public:
     /// The country with this numeric code, two-letter code or name (letter case ignored by
     /// the root locale's folding); nothing when none matches.
     std::optional<Country> country(std::string_view identifierCodeOrName) const;
+    using Cities = std::vector<std::shared_ptr<TarvoCity>>;
+    // The look-ups of TarvoCity on this directory, each with the damage check folded in: an
+    // error saying why the directory cannot be trusted instead of an answer that a damaged
+    // page may have cut short or changed.
+
+    /// Cities by name, best matches first (TarvoCity::SearchCities).
+    Result<Cities> search(std::string_view text);
+    /// Cities whose name or country contains the text, by country then name
+    /// (TarvoCity::GetCities).
+    Result<Cities> listing(std::string_view text);
+    /// The cities of the country, in name order (TarvoCity::GetAllCities).
+    Result<Cities> cities(const Country& country);
+    /// The nearest city within `km` (TarvoCity::GetCityForLat on the directory); an empty
+    /// pointer when none is that near.
+    Result<std::shared_ptr<TarvoCity>> nearest(double latitude, double longitude, double km);
+
     /// The state of the directory city at exactly this place in this country ("" when the
     /// directory has none or does not hold the city).
     std::string stateName(const TarvoCity& city) const { return stateName(database_, city); }
-    /// The ranked city search of TarvoCity::SearchCities on this directory.
-    std::vector<std::shared_ptr<TarvoCity>> search(std::string_view text) const;
+    /// The ranked city search of TarvoCity::SearchCities on this directory, without the
+    /// damage check (the place resolver asks several times for one name).
+    std::vector<std::shared_ptr<TarvoCity>> rankedSearch(std::string_view text) const;
     /// The number of people of the directory city with exactly this name and position;
     /// nothing when the directory does not know it (a directory built without populations,
     /// or no such city).
@@ -91,6 +108,9 @@ private:
     CityDirectory() = default;
     /// Fails, saying why, when the opened file cannot serve as a directory.
     Result<void> checkUsable();
+    /// `answer`, or the damage that makes it untrustworthy.
+    template <typename T>
+    Result<T> unlessDamaged(T answer);
     /// The progress handler: nonzero (stop) once the running statement is past kMaxSteps.
     static int tooMuchWork(void* self);
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "tarvo/Export.h"
 
@@ -18,6 +19,10 @@ struct TARVO_EXPORT DateComponents {
     int64_t weekday = 0;  ///< 1 Sunday to 7 Saturday (ignored when building a date)
 
     bool operator==(const DateComponents&) const = default;
+
+    /// The day as "YYYY-MM-DD" (year, month and day as they stand, zero-padded): the one
+    /// form in which the library and the tool write a calendar day.
+    std::string isoDay() const;
 };
 
 }  // namespace tarvo

@@ -30,7 +30,7 @@ public:
     DateFormatter& operator=(const DateFormatter& other);
 
     /// This thread's own formatter in the current locale (`kind` is reserved: every kind
-    /// answers the same formatter, as hosts have always called it with 0). Callers set the
+    /// answers the same formatter; hosts pass 0). Callers set the
     /// pattern they need before each use.
     static DateFormatter& getThreadSafeNSDateFormatter(int64_t kind);
 

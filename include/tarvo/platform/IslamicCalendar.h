@@ -48,6 +48,10 @@ public:
     /// The moment at the Hijri fields (out-of-range fields roll over).
     Date dateFromComponents(const DateComponents& components) const;
 
+    /// The calendar's identifier ("islamic-civil"), for a DateFormatter that writes its dates:
+    /// Hijri text and Hijri arithmetic then come from one calendar.
+    const char* identifier() const;
+
     /// The number of days (29 or 30) of Hijri month `month` (1-12) of `year`; 0 when the month
     /// is outside 1-12 or the year outside -100000..100000.
     static int64_t daysInMonth(int64_t month, int64_t year, Kind kind = Kind::civil);

@@ -2,8 +2,11 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "tarvo/Export.h"
 
@@ -82,12 +85,20 @@ public:
     /// Rows changed by the last INSERT, UPDATE or DELETE.
     int64_t changes() const;
 
+    /// What a higher layer keeps for this connection (its prepared statements), one object per
+    /// `key` (the address of something the layer owns): empty until the layer stores one. The
+    /// objects move with the connection and are destroyed when it closes, before the
+    /// connection itself, so statements kept in them never outlive it. Not locked: the layer
+    /// serialises its own use.
+    std::shared_ptr<void>& attachment(const void* key) const;
+
     sqlite3* handle() const { return db_; }
 
 private:
     void fail(int code, std::string message);
 
     sqlite3* db_ = nullptr;
+    mutable std::vector<std::pair<const void*, std::shared_ptr<void>>> attachments_;
     std::filesystem::path path_;
     int openErrorCode_ = 0;
     std::string openError_;

@@ -26,7 +26,7 @@ public:
     void setIslamicMonthNumber(int64_t month) { IslamicMonthNumber_ = month; }
 
     /// Months are equal when both month numbers are; the records are not compared. There is
-    /// deliberately no matching hash: identity stays the hash, as hosts have always had it.
+    /// deliberately no matching hash: identity stays the hash, which hosts' sets of months rely on.
     bool isEqual(const PrayerMonth& other) const;
     /// "Total: 30, Month: 3, Islamic: 9".
     std::string description() const;
