@@ -62,6 +62,11 @@ void quietLogging() {
     std::call_once(once, [] { Log::setLevel(Log::Level::off); });
 }
 
+std::mutex& deviceStateMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
+
 void require(const void* pointer, const char* name) {
     if (!pointer) throw Failure(TARVO_ERROR_NULL_ARGUMENT, std::string(name) + " is NULL");
 }

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <exception>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -31,6 +32,10 @@ tarvo_status fail(tarvo_status status, std::string_view message);
 void succeed();
 /// Once per process: the library's log lines go to the host's handler only, never to the terminal.
 void quietLogging();
+
+/// Held by the calls that set or read the process's device zone and clock (the current
+/// prayer sets both for its request; the Hijri date reads the zone), so that they take turns.
+std::mutex& deviceStateMutex();
 
 /// Runs `body` (which answers a status or throws a Failure) so that nothing but a status
 /// leaves it.

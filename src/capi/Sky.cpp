@@ -54,6 +54,7 @@ tarvo_status tarvo_hijri_from_gregorian(int32_t calendar, int32_t year, int32_t 
         checkCalendar(calendar);
         checkGregorianDate(year, month, day);
         // Noon of the day on the device's calendar, the day the conversion reads.
+        std::lock_guard lock(deviceStateMutex());
         const Calendar device;
         DateComponents noon;
         noon.year = year;
@@ -89,6 +90,7 @@ tarvo_status tarvo_gregorian_from_hijri(int32_t calendar, int32_t year, int32_t 
             throw Failure(TARVO_ERROR_INVALID_ARGUMENT, fmt::format("Hijri month {} of {} has {} days: day {} does "
                                                                     "not exist", month, year, length, day));
         }
+        std::lock_guard lock(deviceStateMutex());
         TarvoDAO::getSharedInstance();
         *out = dateOf(SunCalculator::getCompsForGregorianFromHijriDay(day, month, year));
         return TARVO_OK;

@@ -1,6 +1,5 @@
 // A day's times for a place, and the current and next prayer with the watch summary.
 #include <cmath>
-#include <mutex>
 
 #include "Boundary.h"
 #include "Calculation.h"
@@ -30,13 +29,6 @@ tarvo_prayer_moment prayerMoment(const std::shared_ptr<Prayer>& prayer, const Ti
     copyText(m.name, sizeof m.name, prayer->PrayerName());
     m.time = momentOf(prayer->PrayerTime(), clock);
     return m;
-}
-
-// The app's facade is one per process, and its "now" and the device's zone are the
-// process's: one request at a time drives it.
-std::mutex& facadeMutex() {
-    static std::mutex mutex;
-    return mutex;
 }
 
 // Makes the place's clock the device's, and `moment` the library's now, for one request;
@@ -129,7 +121,9 @@ tarvo_status tarvo_now(const tarvo_settings* settings, const tarvo_place* place,
         PrayerCalculator probe;
         applyPolarResolution(probe, s);
 
-        std::lock_guard lock(facadeMutex());
+        // The app's facade is one per process, and its "now" and the device's zone are the
+        // process's: one request at a time drives them.
+        std::lock_guard lock(deviceStateMutex());
         // Someone asking about a place wants its clock: the city's zone, or the fixed offset
         // its settings give, as it stands at the moment asked about.
         const TimeZone zone =
