@@ -91,6 +91,15 @@ set(TARVO_SOURCES_facade
   src/summary/SmartPrayerInfo.cpp
   src/summary/SwiftClass.cpp
 )
+# The C interface (include/tarvo/tarvo.h), on top of every other layer.
+set(TARVO_SOURCES_capi
+  src/capi/Boundary.cpp
+  src/capi/Calculation.cpp
+  src/capi/Cities.cpp
+  src/capi/Methods.cpp
+  src/capi/Sky.cpp
+  src/capi/Times.cpp
+)
 set(TARVO_TOOL_SOURCES
   tools/tarvo/AlertsCommand.cpp
   tools/tarvo/CitiesCommand.cpp

@@ -1,0 +1,188 @@
+"""The Python package's boundary: types, errors, missing times, threads, memory, and the
+times of random places equal to what `tarvo times --json` prints."""
+
+import concurrent.futures
+import datetime as dt
+import io
+import json
+import math
+import os
+import random
+import re
+import subprocess
+import contextlib
+from zoneinfo import ZoneInfo
+
+import pytest
+
+import tarvo
+
+MAKKAH = (21.4225, 39.8262, "Asia/Riyadh")
+PRAYERS = ("fajr", "sunrise", "dhuhr", "asr", "sunset", "maghrib", "isha", "qiyam")
+
+
+def test_results_are_typed_and_missing_times_are_none():
+    day = tarvo.times("Makkah", date=dt.date(2024, 3, 15), method="ummalqura", asr="shafii")
+    assert isinstance(day, tarvo.Times) and day.method == 4 and day.asr_school == 1
+    moments = [getattr(day, name) for name in PRAYERS]
+    assert all(isinstance(m, dt.datetime) and m.tzinfo == ZoneInfo("Asia/Riyadh") for m in moments)
+    assert moments[:7] == sorted(moments[:7]) and day.fajr.date() == dt.date(2024, 3, 15)
+    assert day.utc_offset == dt.timedelta(hours=3) and "Makkah" in str(day)
+    # Polar day: the sun neither rises nor sets, and the library says so.
+    polar = tarvo.times(69.65, 18.96, "Europe/Oslo", date=dt.date(2024, 6, 21))
+    assert polar.sunrise is None and polar.sunset is None and isinstance(polar.dhuhr, dt.datetime)
+    assert "—" in str(polar)
+    # A fixed offset the zone does not have is kept.
+    fixed = tarvo.times(*MAKKAH, date=dt.date(2024, 3, 15), gmt_offset=5)
+    assert fixed.dhuhr.utcoffset() == dt.timedelta(hours=5)
+
+    q = tarvo.qibla(51.5074, -0.1278)
+    assert isinstance(q.bearing, int) and 0 <= q.bearing < 360 and q.statute_miles > q.nautical_miles
+    h = tarvo.hijri(dt.date(2024, 3, 20))
+    assert (h.year, h.month, h.weekday) == (1445, 9, 4) and str(h) == h.text
+    assert tarvo.gregorian(h.year, h.month, h.day) == dt.date(2024, 3, 20)
+    m = tarvo.moon(51.5074, -0.1278, "Europe/London", date=dt.date(2024, 3, 25))
+    assert m.illumination > 0.97 and (m.rise or m.set).tzinfo == ZoneInfo("Europe/London")
+    methods = tarvo.methods()
+    assert [m.number for m in methods] == sorted(m.number for m in methods) and methods[3].key == "ummalqura"
+    found = tarvo.cities.search("Medina")
+    assert found and all(isinstance(c, tarvo.cities.City) for c in found)
+    near = tarvo.cities.nearest(21.42, 39.83)
+    assert near.country == "Saudi Arabia" and near.distance_km < 50
+
+    at = day.asr + dt.timedelta(minutes=10)
+    now = tarvo.now(*MAKKAH, at=at, name="Makkah", country="Saudi Arabia")
+    assert now.now == at and now.current.name and now.current.time.tzinfo is not None
+    assert now.next.time > at and now.seconds_to_next == pytest.approx((now.next.time - at).total_seconds())
+    assert now.summary is not None and 0 <= now.summary.state <= 5
+
+
+def test_saved_cities(tmp_path):
+    saved = tarvo.cities.SavedCities(str(tmp_path / "user.sqlite"))
+    makkah = saved.add(*MAKKAH, "Makkah", "Saudi Arabia", method="ummalqura")
+    london = saved.add(51.5074, -0.1278, "Europe/London", "London", "United Kingdom")
+    assert makkah.method == 4 and london.selected and makkah.primary_key != london.primary_key
+    saved.select(makkah.primary_key)
+    assert [c.name for c in saved.list() if c.selected] == ["Makkah"]
+    saved.delete(london.primary_key)
+    with pytest.raises(LookupError, match="no saved city has the primary key"):
+        saved.delete(london.primary_key)
+    assert [c.name for c in saved.list()] == ["Makkah"]
+
+
+def test_bad_input_raises_with_plain_messages():
+    day = dt.date(2024, 3, 15)
+    with pytest.raises(ValueError, match=r"^latitude nan is outside -90 to 90$"):
+        tarvo.times(math.nan, 0, "UTC", date=day)
+    with pytest.raises(ValueError, match="latitude 91 is outside"):
+        tarvo.times(91, 0, "UTC", date=day)
+    with pytest.raises(ValueError, match="^unknown time zone 'Mars/Base'$"):
+        tarvo.times(0, 0, "Mars/Base")
+    with pytest.raises(ValueError, match="unknown time zone"):
+        tarvo.moon(0, 0, "Mars/Base")
+    with pytest.raises(ValueError, match="is not a calculation method"):
+        tarvo.times(*MAKKAH, date=day, method="nonsense")
+    with pytest.raises(ValueError, match="is not a Asr school|is not a Asr"):
+        tarvo.times(*MAKKAH, date=day, asr="maliki")
+    with pytest.raises(ValueError, match="cannot resolve polar times"):
+        tarvo.times(*MAKKAH, date=day, polar="nearest_day")
+    with pytest.raises(ValueError, match="custom angles need the custom method"):
+        tarvo.times(*MAKKAH, date=day, fajr_angle=19)
+    with pytest.raises(LookupError, match="^no city matches 'Qqqzzz'$"):
+        tarvo.times("Qqqzzz")
+    with pytest.raises(LookupError):
+        tarvo.cities.nearest(0, -150)
+    with pytest.raises(ValueError, match="only the civil Hijri calendar"):
+        tarvo.hijri(day, calendar="umalqura")
+    with pytest.raises(ValueError, match="at must carry a time zone"):
+        tarvo.now(*MAKKAH, at=dt.datetime(2024, 3, 15, 12))
+    with pytest.raises(TypeError):
+        tarvo.times(*MAKKAH, date=day, colour="red")
+    with pytest.raises(TypeError):
+        tarvo.times(21.4, date=day)
+    with pytest.raises(TypeError):
+        tarvo.qibla("north", 0)
+    # The same text the tool prints for the same mistake.
+    tool = subprocess.run([os.environ["TARVO_TOOL"], "hijri", "30", "2", "1445"], capture_output=True, text=True)
+    with pytest.raises(ValueError) as raised:
+        tarvo.gregorian(1445, 2, 30)
+    assert tool.stderr.strip() == "tarvo: " + str(raised.value)
+
+
+def random_settings(rng):
+    zones = sorted(z for z in __import__("zoneinfo").available_timezones() if "/" in z and not z.startswith("Etc"))
+    for _ in range(100):
+        yield dict(lat=round(rng.uniform(-70, 70), 4), lon=round(rng.uniform(-180, 180), 4), tz=rng.choice(zones),
+                   date=dt.date(1970, 1, 1) + dt.timedelta(days=rng.randrange(0, 47000)),
+                   method=rng.randrange(0, len(tarvo.methods()) + 1), asr=rng.randrange(0, 3),
+                   highlat=rng.randrange(0, 5))
+
+
+def test_hundred_random_days_equal_the_tool():
+    for s in random_settings(random.Random(30)):
+        printed = subprocess.run(
+            [os.environ["TARVO_TOOL"], "times", "--json", "--lat", str(s["lat"]), "--lon", str(s["lon"]), "--tz",
+             s["tz"], "--date", s["date"].isoformat(), "--method", str(s["method"]), "--asr", str(s["asr"]),
+             "--highlat", str(s["highlat"])], capture_output=True, text=True, check=True).stdout
+        expected = json.loads(printed)
+        day = tarvo.times(s["lat"], s["lon"], s["tz"], date=s["date"], method=s["method"], asr=s["asr"],
+                          high_latitude=s["highlat"])
+        sign, hh, mm = re.fullmatch(r"([+-])(\d\d):(\d\d)", expected["utcOffset"]).groups()
+        offset = (1 if sign == "+" else -1) * (int(hh) * 3600 + int(mm) * 60)
+        assert day.utc_offset.total_seconds() == offset, s
+        assert (day.method, day.asr_school, day.high_latitude) == (expected["method"], expected["asr"],
+                                                                   expected["highlat"]), s
+        midnight = dt.datetime.combine(s["date"], dt.time(), dt.timezone.utc).timestamp()
+        for name, hours in zip(PRAYERS, expected["hours"]):
+            moment = getattr(day, name)
+            if hours is None:
+                assert moment is None, (s, name)
+            else:
+                assert abs(moment.timestamp() - (midnight + hours * 3600 - offset)) < 1, (s, name)
+
+
+def test_eight_threads_agree_with_one():
+    rng = random.Random(8)
+    jobs = [(rng.uniform(-60, 60), rng.uniform(-180, 180), rng.choice(["UTC", "Asia/Karachi", "Europe/Paris"]),
+             dt.date(2024, 1, 1) + dt.timedelta(days=rng.randrange(366))) for _ in range(64)]
+
+    def compute(job):
+        lat, lon, tz, date = job
+        return tarvo.times(lat, lon, tz, date=date), tarvo.qibla(lat, lon), tarvo.hijri(date)
+
+    alone = [compute(job) for job in jobs]
+    with concurrent.futures.ThreadPoolExecutor(8) as pool:
+        for _ in range(4):
+            assert list(pool.map(compute, jobs)) == alone
+
+
+def resident_kb():
+    with open("/proc/self/statm") as statm:
+        return int(statm.read().split()[1]) * os.sysconf("SC_PAGE_SIZE") // 1024
+
+
+def test_a_hundred_thousand_calls_do_not_grow_memory():
+    def calls(n):
+        for i in range(n):
+            tarvo.times(*MAKKAH, date=dt.date(2024, 1, 1) + dt.timedelta(days=i % 366))
+            if i % 50 == 0:
+                with pytest.raises(ValueError):
+                    tarvo.times(math.nan, 0, "UTC")
+
+    calls(5_000)
+    before = resident_kb()
+    calls(100_000)
+    assert resident_kb() - before < 4_096
+
+
+def test_readme_example_runs():
+    readme = open(os.environ["TARVO_README"], encoding="utf-8").read()
+    section = readme[readme.index("## Using TarvoCore from Python"):]
+    example = re.search(r"```python\n(.*?)```", section, re.S).group(1)
+    out = io.StringIO()
+    with contextlib.redirect_stdout(out):
+        exec(compile(example, "README example", "exec"), {})
+    lines = out.getvalue().splitlines()
+    assert re.fullmatch(r"2024-03-15T0\d:\d\d:\d\d(\.\d+)?\+03:00 2024-03-15T18:\d\d:\d\d(\.\d+)?\+03:00", lines[0])
+    assert lines[1] == "None" and lines[2] == str(tarvo.qibla(51.5074, -0.1278).bearing)
+    assert "1445" in lines[3] and "Medina" in lines[4]
