@@ -137,8 +137,9 @@ TARVO_C_EXPORT tarvo_status tarvo_settings_set_asr(tarvo_settings* settings, int
 TARVO_C_EXPORT tarvo_status tarvo_settings_set_high_latitude(tarvo_settings* settings,
                                                              int32_t rule /* tarvo_high_latitude_rule */);
 TARVO_C_EXPORT tarvo_status tarvo_settings_set_polar(tarvo_settings* settings, int32_t polar /* tarvo_polar_resolution */);
-/* The custom method's Fajr and Isha sun depressions in degrees, each in (0, 90]; only with
- * the custom method (6). NaN leaves an angle at the method's own value. */
+/* Fajr and Isha sun depressions in degrees, each in (0, 90], replacing the method's own
+ * (its other numbers and an authority's safety minutes stay). NaN leaves an angle at the
+ * method's own value. */
 TARVO_C_EXPORT tarvo_status tarvo_settings_set_custom_angles(tarvo_settings* settings, double fajr_degrees,
                                                              double isha_degrees);
 /* A fixed offset from GMT in hours (-14 to 14) instead of the zone's; NaN: the zone's. */

@@ -121,8 +121,8 @@ def times(place_or_lat: Union[str, float], lon: Optional[float] = None, tz: Opti
     "ummalqura", "auto", see :func:`methods`) or number; ``asr`` "auto", "shafii" or
     "hanafi"; ``high_latitude`` "auto", "seventh_of_night", "seventh_median",
     "angle_based" or "middle_of_night"; ``polar`` None, "none", "nearest_day" or
-    "nearest_latitude". Overrides: ``fajr_angle`` and ``isha_angle`` (with the custom method
-    6), ``gmt_offset`` (hours), ``dst`` (0 zone, 1 on, 2 off), ``name`` and ``country``.
+    "nearest_latitude". Overrides: ``fajr_angle`` and ``isha_angle`` (over any method),
+    ``gmt_offset`` (hours), ``dst`` (0 zone, 1 on, 2 off), ``name`` and ``country``.
     """
     unknown = sorted(set(overrides) - set(_OVERRIDES))
     if unknown:

@@ -1,6 +1,8 @@
 // The calculation settings handle, and the checks and conversions the day computations share.
 #include "Calculation.h"
 
+#include "tarvo/calculation/PolarResolution.h"
+
 #include <chrono>
 #include <cmath>
 #include <new>
@@ -76,16 +78,15 @@ std::shared_ptr<TarvoCity> cityFor(const tarvo_place& place, const tarvo_setting
     // 0: not chosen, so the custom method keeps its own angles.
     city->setCustomFajrAngle(s.fajrAngle.value_or(0));
     city->setCustomIshaAngle(s.ishaAngle.value_or(0));
+    // The facade's own timetables (the current prayer) follow the city's choice.
+    city->setPolarResolution(storedPolarResolution(static_cast<PolarResolution>(s.polar)));
     city->setIsLoadingFromDB(false);
     return city;
 }
 
-void applyPolarResolution(PrayerCalculator& /*calculator*/, const tarvo_settings& settings) {
-    // The engine marks a time the sun does not give as missing; it has no resolution of its
-    // own to choose yet, so only "none" can be honoured.
-    if (settings.polar != TARVO_POLAR_NONE) {
-        throw Failure(TARVO_ERROR_UNSUPPORTED, "this build of the library cannot resolve polar times; use none");
-    }
+void applyPolarResolution(PrayerCalculator& calculator, const tarvo_settings& settings) {
+    // The C values 0-2 are the library's None, NearestDay and NearestLatitude.
+    calculator.setPolarResolution(static_cast<PolarResolution>(settings.polar));
 }
 
 tarvo_moment momentOf(std::optional<Date> moment, const TimeZone& clock) {
@@ -204,9 +205,6 @@ tarvo_status tarvo_settings_set_polar(tarvo_settings* settings, int32_t polar) {
 
 tarvo_status tarvo_settings_set_custom_angles(tarvo_settings* settings, double fajr, double isha) {
     return withSettings(settings, [&](tarvo_settings& s) {
-        if (s.method != PrayerCalculator::kCustomMethod) {
-            throw Failure(TARVO_ERROR_INVALID_ARGUMENT, "custom angles need the custom method (6)");
-        }
         // 0 is what a city stores for "not chosen"; as an angle it would put Fajr at sunrise.
         for (const double angle : {fajr, isha}) {
             if (!std::isnan(angle) && !(angle > 0 && angle <= 90)) {

@@ -9,6 +9,7 @@
 #include "Calculation.h"
 #include "tarvo/astronomy/QiblaCalculator.h"
 #include "tarvo/cities/CityDirectory.h"
+#include "tarvo/cities/PlaceResolver.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
 
@@ -62,16 +63,27 @@ void checkIntact(CityDirectory& directory) {
     if (auto why = directory.damage()) throw Failure(TARVO_ERROR_STORAGE, "cannot use the city directory: " + *why);
 }
 
-// The directory city a place name stands for: the best match of the ranked search, in the
-// country when one is given. The one spot where a name becomes a place.
+// The directory city a place name stands for, resolved as the tool resolves it (the biggest
+// city of the name, narrowed by the country). The one spot where a name becomes a place.
 std::shared_ptr<TarvoCity> resolveName(CityDirectory& directory, std::string_view text,
                                        const std::optional<std::string>& country) {
-    for (const auto& city : TarvoCity::SearchCities(directory.database(), text)) {
-        if (city && (!country || city->countryName() == country)) return city;
+    auto found = PlaceResolver(directory).resolve(text, country);
+    if (!found) {
+        checkIntact(directory);
+        throw Failure(TARVO_ERROR_NOT_FOUND, found.error().message);
     }
     checkIntact(directory);
-    throw Failure(TARVO_ERROR_NOT_FOUND, country ? fmt::format("no city matches '{}' in {}", text, *country)
-                                                 : fmt::format("no city matches '{}'", text));
+    const ResolvedPlace::City& chosen = found->city;
+    auto city = std::make_shared<TarvoCity>();
+    city->setIsLoadingFromDB(true);  // a directory city, not an edit of the automatic city
+    city->setCityName(chosen.name);
+    city->setStateName(chosen.state);
+    city->setCountryName(chosen.country);
+    city->setLatitude(chosen.latitude);
+    city->setLongitude(chosen.longitude);
+    city->setTimeZone(chosen.timeZone);
+    city->setIsLoadingFromDB(false);
+    return city;
 }
 
 template <typename Handle, typename Body>

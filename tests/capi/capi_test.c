@@ -51,7 +51,7 @@ static void testVersionAndErrors(void) {
     CHECK_FAILS(tarvo_settings_set_asr(settings, 3), TARVO_ERROR_INVALID_ARGUMENT);
     CHECK_FAILS(tarvo_settings_set_high_latitude(settings, -1), TARVO_ERROR_INVALID_ARGUMENT);
     CHECK_FAILS(tarvo_settings_set_polar(settings, 7), TARVO_ERROR_INVALID_ARGUMENT);
-    CHECK_FAILS(tarvo_settings_set_custom_angles(settings, 19, 17), TARVO_ERROR_INVALID_ARGUMENT); /* not custom */
+    CHECK_FAILS(tarvo_settings_set_custom_angles(settings, 19, 0), TARVO_ERROR_INVALID_ARGUMENT); /* 0 is "not chosen" */
     CHECK_FAILS(tarvo_settings_set_gmt_offset(settings, 15), TARVO_ERROR_INVALID_ARGUMENT);
     CHECK_FAILS(tarvo_settings_set_gmt_offset(settings, INFINITY), TARVO_ERROR_INVALID_ARGUMENT);
     CHECK_FAILS(tarvo_settings_set_dst(settings, 3), TARVO_ERROR_INVALID_ARGUMENT);
@@ -148,9 +148,17 @@ static void testTimes(void) {
     CHECK_FAILS(tarvo_times(NULL, &kMakkah, 0, 1, 1, &untouched), TARVO_ERROR_INVALID_ARGUMENT);
     CHECK_FAILS(tarvo_times(NULL, &kMakkah, 10000, 1, 1, &untouched), TARVO_ERROR_INVALID_ARGUMENT);
     CHECK_FAILS(tarvo_times(NULL, &kMakkah, 2024, 13, 1, &untouched), TARVO_ERROR_INVALID_ARGUMENT);
-    CHECK(tarvo_settings_set_polar(hanafi, TARVO_POLAR_NEAREST_DAY) == TARVO_OK);
-    CHECK_FAILS(tarvo_times(hanafi, &kMakkah, 2024, 3, 15, &untouched), TARVO_ERROR_UNSUPPORTED);
     CHECK(untouched.year == 0x5a5a5a5a);
+    /* Midnight sun at Longyearbyen: with a resolution every time exists. */
+    {
+        tarvo_place north = {78.2232, 15.6267, "Arctic/Longyearbyen", "Longyearbyen", "Norway"};
+        tarvo_day_times polar;
+        int present = 0;
+        CHECK(tarvo_settings_set_polar(hanafi, TARVO_POLAR_NEAREST_LATITUDE) == TARVO_OK);
+        CHECK(tarvo_times(hanafi, &north, 2024, 6, 21, &polar) == TARVO_OK);
+        for (int i = 0; i < TARVO_PRAYER_COUNT; ++i) present += polar.times[i].present;
+        CHECK(present == TARVO_PRAYER_COUNT);
+    }
     tarvo_settings_destroy(hanafi);
     tarvo_settings_destroy(shafii);
 }
