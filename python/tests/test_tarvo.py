@@ -90,8 +90,8 @@ def test_bad_input_raises_with_plain_messages():
         tarvo.times("Qqqzzz")
     with pytest.raises(LookupError):
         tarvo.cities.nearest(0, -150)
-    with pytest.raises(ValueError, match="only the civil Hijri calendar"):
-        tarvo.hijri(day, calendar="umalqura")
+    with pytest.raises(ValueError, match="is not a Hijri calendar|Hijri calendar"):
+        tarvo.hijri(day, calendar="lunar")
     with pytest.raises(ValueError, match="at must carry a time zone"):
         tarvo.now(*MAKKAH, at=dt.datetime(2024, 3, 15, 12))
     with pytest.raises(TypeError):

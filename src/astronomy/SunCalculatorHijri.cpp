@@ -147,8 +147,12 @@ std::string SunCalculator::convertToGregorianFromHijriDay(int64_t day, int64_t m
 }
 
 std::vector<int32_t> SunCalculator::getCompsForGregorianFromHijriDay(int64_t day, int64_t month, int64_t year) {
+    return getCompsForGregorianFromHijriDay(day, month, year, hijriCalendarKind());
+}
+
+std::vector<int32_t> SunCalculator::getCompsForGregorianFromHijriDay(int64_t day, int64_t month, int64_t year,
+                                                                     IslamicCalendar::Kind kind) {
     const int64_t correction = hijriCorrection();
-    const IslamicCalendar::Kind kind = hijriCalendarKind();
     Shared& shared = Shared::instance();
     std::lock_guard lock(shared.mutex);
     const Calendar gregorian;
@@ -159,8 +163,11 @@ std::vector<int32_t> SunCalculator::getCompsForGregorianFromHijriDay(int64_t day
 }
 
 std::vector<int32_t> SunCalculator::getCompsForHijriFromDate(Date date) {
+    return getCompsForHijriFromDate(date, hijriCalendarKind());
+}
+
+std::vector<int32_t> SunCalculator::getCompsForHijriFromDate(Date date, IslamicCalendar::Kind kind) {
     const int64_t correction = hijriCorrection();
-    const IslamicCalendar::Kind kind = hijriCalendarKind();
     Shared& shared = Shared::instance();
     std::lock_guard lock(shared.mutex);
     DateComponents hijri = shared.islamicCalendar(kind).components(date, correction);
@@ -170,8 +177,11 @@ std::vector<int32_t> SunCalculator::getCompsForHijriFromDate(Date date) {
 }
 
 std::string SunCalculator::convertToHijriFromDate(Date date) {
+    return convertToHijriFromDate(date, hijriCalendarKind());
+}
+
+std::string SunCalculator::convertToHijriFromDate(Date date, IslamicCalendar::Kind kind) {
     const int64_t correction = hijriCorrection();
-    const IslamicCalendar::Kind kind = hijriCalendarKind();
     Shared& shared = Shared::instance();
     std::lock_guard lock(shared.mutex);
     DateFormatter hijri(shared.dateFormatter());

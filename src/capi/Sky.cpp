@@ -16,13 +16,12 @@ using namespace tarvo::capi;
 
 namespace {
 
-// The Hijri calendars the library offers today: the arithmetical one.
-void checkCalendar(int32_t calendar) {
-    if (calendar == TARVO_HIJRI_CIVIL) return;
-    if (calendar == TARVO_HIJRI_UMM_AL_QURA || calendar == TARVO_HIJRI_ASTRONOMICAL) {
-        throw Failure(TARVO_ERROR_UNSUPPORTED, "this build of the library has only the civil Hijri calendar");
+// The Hijri calendar a C value names: 0 civil, 1 Umm al-Qura, 2 astronomical.
+IslamicCalendar::Kind calendarKind(int32_t calendar) {
+    if (calendar < TARVO_HIJRI_CIVIL || calendar > TARVO_HIJRI_ASTRONOMICAL) {
+        throw Failure(TARVO_ERROR_INVALID_ARGUMENT, fmt::format("Hijri calendar {} is outside 0 to 2", calendar));
     }
-    throw Failure(TARVO_ERROR_INVALID_ARGUMENT, fmt::format("Hijri calendar {} is outside 0 to 2", calendar));
+    return static_cast<IslamicCalendar::Kind>(calendar);
 }
 
 tarvo_date dateOf(const std::vector<int32_t>& parts) {
@@ -51,7 +50,7 @@ tarvo_status tarvo_hijri_from_gregorian(int32_t calendar, int32_t year, int32_t 
                                         tarvo_date* out, char** text) {
     return guarded([&] {
         require(out, "out");
-        checkCalendar(calendar);
+        const IslamicCalendar::Kind kind = calendarKind(calendar);
         checkGregorianDate(year, month, day);
         // Noon of the day on the device's calendar, the day the conversion reads.
         std::lock_guard lock(deviceStateMutex());
@@ -63,8 +62,8 @@ tarvo_status tarvo_hijri_from_gregorian(int32_t calendar, int32_t year, int32_t 
         noon.hour = 12;
         const Date moment = device.dateFromComponents(noon);
         TarvoDAO::getSharedInstance();  // the user's Hijri correction is the configuration's
-        const tarvo_date date = dateOf(SunCalculator::getCompsForHijriFromDate(moment));
-        char* written = text ? newText(SunCalculator::convertToHijriFromDate(moment)) : nullptr;
+        const tarvo_date date = dateOf(SunCalculator::getCompsForHijriFromDate(moment, kind));
+        char* written = text ? newText(SunCalculator::convertToHijriFromDate(moment, kind)) : nullptr;
         *out = date;
         if (text) *text = written;
         return TARVO_OK;
@@ -75,7 +74,7 @@ tarvo_status tarvo_gregorian_from_hijri(int32_t calendar, int32_t year, int32_t 
                                         tarvo_date* out) {
     return guarded([&] {
         require(out, "out");
-        checkCalendar(calendar);
+        const IslamicCalendar::Kind kind = calendarKind(calendar);
         if (month < 1 || month > 12) {
             throw Failure(TARVO_ERROR_INVALID_ARGUMENT, fmt::format("Hijri month {} is outside 1 to 12", month));
         }
@@ -86,13 +85,13 @@ tarvo_status tarvo_gregorian_from_hijri(int32_t calendar, int32_t year, int32_t 
             throw Failure(TARVO_ERROR_INVALID_ARGUMENT, fmt::format("Hijri year {} is outside 1 to 9999", year));
         }
         // The calendar would roll 30 Safar over into Rabi I; a date that does not exist is refused.
-        if (const int64_t length = IslamicCalendar::daysInMonth(month, year); day > length) {
+        if (const int64_t length = IslamicCalendar::daysInMonth(month, year, kind); day > length) {
             throw Failure(TARVO_ERROR_INVALID_ARGUMENT, fmt::format("Hijri month {} of {} has {} days: day {} does "
                                                                     "not exist", month, year, length, day));
         }
         std::lock_guard lock(deviceStateMutex());
         TarvoDAO::getSharedInstance();
-        *out = dateOf(SunCalculator::getCompsForGregorianFromHijriDay(day, month, year));
+        *out = dateOf(SunCalculator::getCompsForGregorianFromHijriDay(day, month, year, kind));
         return TARVO_OK;
     });
 }

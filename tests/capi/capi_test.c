@@ -198,7 +198,13 @@ static void testQiblaHijriMoon(void) {
     CHECK(tarvo_gregorian_from_hijri(TARVO_HIJRI_CIVIL, hijri.year, hijri.month, hijri.day, &back) == TARVO_OK);
     CHECK(back.year == 2024 && back.month == 3 && back.day == 20 && back.weekday == 4);
     CHECK(tarvo_hijri_from_gregorian(TARVO_HIJRI_CIVIL, 2024, 3, 20, &hijri, NULL) == TARVO_OK);
-    CHECK_FAILS(tarvo_hijri_from_gregorian(TARVO_HIJRI_UMM_AL_QURA, 2024, 3, 20, &hijri, NULL), TARVO_ERROR_UNSUPPORTED);
+    /* 1 Muharram 1446 is 7 July 2024 in Saudi Arabia's Umm al-Qura calendar, 8 July in the civil one. */
+    CHECK(tarvo_gregorian_from_hijri(TARVO_HIJRI_UMM_AL_QURA, 1446, 1, 1, &back) == TARVO_OK);
+    CHECK(back.year == 2024 && back.month == 7 && back.day == 7);
+    CHECK(tarvo_gregorian_from_hijri(TARVO_HIJRI_CIVIL, 1446, 1, 1, &back) == TARVO_OK);
+    CHECK(back.year == 2024 && back.month == 7 && back.day == 8);
+    CHECK(tarvo_hijri_from_gregorian(TARVO_HIJRI_UMM_AL_QURA, 2024, 3, 11, &hijri, NULL) == TARVO_OK);
+    CHECK(hijri.year == 1445 && hijri.month == 9 && hijri.day == 1); /* 1 Ramadan 1445 */
     CHECK_FAILS(tarvo_hijri_from_gregorian(5, 2024, 3, 20, &hijri, NULL),
                 TARVO_ERROR_INVALID_ARGUMENT);
     CHECK_FAILS(tarvo_hijri_from_gregorian(TARVO_HIJRI_CIVIL, 2024, 2, 30, &hijri, NULL), TARVO_ERROR_INVALID_ARGUMENT);

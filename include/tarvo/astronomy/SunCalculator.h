@@ -199,13 +199,20 @@ public:
     static std::string convertToGregorianFromHijriDay(int64_t day, int64_t month, int64_t year);
     /// Gregorian day, month, year and weekday (1 Sunday to 7 Saturday) of that date.
     static std::vector<int32_t> getCompsForGregorianFromHijriDay(int64_t day, int64_t month, int64_t year);
+    /// The same in the calendar `kind` instead of the user's.
+    static std::vector<int32_t> getCompsForGregorianFromHijriDay(int64_t day, int64_t month, int64_t year,
+                                                                 IslamicCalendar::Kind kind);
 
     /// The other way: Hijri day, month, year and weekday (1 Sunday) of the day holding the
     /// moment, with the same correction.
     static std::vector<int32_t> getCompsForHijriFromDate(Date date);
+    /// The same in the calendar `kind` instead of the user's.
+    static std::vector<int32_t> getCompsForHijriFromDate(Date date, IslamicCalendar::Kind kind);
     /// That Hijri date as text: "1 Ramadan 1445" (day, month name, year) in the same locale
     /// as convertToGregorianFromHijriDay.
     static std::string convertToHijriFromDate(Date date);
+    /// The same in the calendar `kind` instead of the user's.
+    static std::string convertToHijriFromDate(Date date, IslamicCalendar::Kind kind);
 
 private:
     std::vector<double> outputSunAngles_ = std::vector<double>(8, 0.0);
