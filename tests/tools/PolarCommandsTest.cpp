@@ -33,7 +33,9 @@ TEST(PolarCommands, MissingTimesAreNullEmptyOrDashAndPolarFillsThem) {
     for (const char* polar : {"nearest-day", "nearest-latitude"}) {
         const auto filled = run({"day", "--date", "2023-12-12", "--polar", polar, "--json"});
         ASSERT_EQ(filled.status, 0) << filled.err;
-        for (const auto& p : json::parse(filled.out)["days"][0]["prayers"]) EXPECT_FALSE(p["time"].is_null()) << polar << p;
+        // The parsed document is kept: a range over a member of a temporary would outlive it.
+        const json day = json::parse(filled.out);
+        for (const auto& p : day["days"][0]["prayers"]) EXPECT_FALSE(p["time"].is_null()) << polar << p;
     }
     const auto wrong = run({"now", "--polar", "north"});
     EXPECT_EQ(wrong.status, 2);
