@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <utility>
 
 #include "calculation/BuiltInMethods.h"
 #include "calculation/PolarResolver.h"
@@ -300,6 +301,21 @@ void PrayerCalculator::applySeasonalTwilight(const CalculationMethod& named, std
     times[TomorrowFajr] = times[TomorrowSunrise] - tomorrow[0] / 60.0;
 }
 
+namespace {
+// The day's entries an authority's minutes and rounding apply to, each with its column in
+// the catalogue's per-time rows; tomorrow's Fajr and sunrise follow today's.
+constexpr std::pair<size_t, size_t> kAuthorityColumns[] = {
+    {PrayerCalculator::Fajr, CalculationMethod::FajrOffset},
+    {PrayerCalculator::Sunrise, CalculationMethod::SunriseOffset},
+    {PrayerCalculator::Dhuhr, CalculationMethod::DhuhrOffset},
+    {PrayerCalculator::Asr, CalculationMethod::AsrOffset},
+    {PrayerCalculator::Maghrib, CalculationMethod::MaghribOffset},
+    {PrayerCalculator::Isha, CalculationMethod::IshaOffset},
+    {PrayerCalculator::TomorrowFajr, CalculationMethod::FajrOffset},
+    {PrayerCalculator::TomorrowSunrise, CalculationMethod::SunriseOffset},
+};
+}  // namespace
+
 void PrayerCalculator::applyMinuteOffsets(const CalculationMethod& named, std::vector<double>& times) const {
     // Some authorities publish their times with fixed minutes added (Diyanet's temkin,
     // Kemenag's ihtiyati). Only named methods from 8 carry them.
@@ -308,14 +324,7 @@ void PrayerCalculator::applyMinuteOffsets(const CalculationMethod& named, std::v
     const auto add = [&](size_t entry, double minutes) {
         if (minutes != 0) times[entry] = times[entry] + minutes / 60.0;
     };
-    add(Fajr, m[CalculationMethod::FajrOffset]);
-    add(Sunrise, m[CalculationMethod::SunriseOffset]);
-    add(Dhuhr, m[CalculationMethod::DhuhrOffset]);
-    add(Asr, m[CalculationMethod::AsrOffset]);
-    add(Maghrib, m[CalculationMethod::MaghribOffset]);
-    add(Isha, m[CalculationMethod::IshaOffset]);
-    add(TomorrowFajr, m[CalculationMethod::FajrOffset]);
-    add(TomorrowSunrise, m[CalculationMethod::SunriseOffset]);
+    for (const auto& [entry, column] : kAuthorityColumns) add(entry, m[column]);
 }
 
 void PrayerCalculator::applyRounding(const CalculationMethod& named, std::vector<double>& times) const {
@@ -329,14 +338,7 @@ void PrayerCalculator::applyRounding(const CalculationMethod& named, std::vector
         if (rule == CalculationMethod::Rounding::Down) times[entry] = std::floor(minutes + 1e-9) / 60.0;
     };
     const auto& r = named.rounding;
-    round(Fajr, r[CalculationMethod::FajrOffset]);
-    round(Sunrise, r[CalculationMethod::SunriseOffset]);
-    round(Dhuhr, r[CalculationMethod::DhuhrOffset]);
-    round(Asr, r[CalculationMethod::AsrOffset]);
-    round(Maghrib, r[CalculationMethod::MaghribOffset]);
-    round(Isha, r[CalculationMethod::IshaOffset]);
-    round(TomorrowFajr, r[CalculationMethod::FajrOffset]);
-    round(TomorrowSunrise, r[CalculationMethod::SunriseOffset]);
+    for (const auto& [entry, column] : kAuthorityColumns) round(entry, r[column]);
 }
 
 std::vector<double>& PrayerCalculator::computeQiyamTime(std::vector<double>& times, double clockChange) {
