@@ -35,6 +35,10 @@ void configureCalculatorFromCity(PrayerCalculator& calculator, const TarvoCity& 
     // degrees: an angle of 0 would put Fajr at sunrise and Isha at sunset.
     if (city.customFajrAngle() > 0) calculator.setFajrAngle(city.customFajrAngle());
     if (city.customIshaAngle() > 0) calculator.setIshaAngle(city.customIshaAngle());
+    // Minutes after sunset and after Maghrib replace the method's rule for those two times in
+    // the same way (Umm al-Qura's 90 minutes kept by a city that follows a local mosque's 120).
+    if (city.maghribMinutes()) calculator.setMaghribMinutes(*city.maghribMinutes());
+    if (city.ishaMinutes()) calculator.setIshaMinutes(*city.ishaMinutes());
     // Only the city's own choice: the engine by itself leaves polar times missing, and the
     // facade's day timetable adds the user's preference and the default.
     if (const auto chosen = polarResolutionFromStored(city.polarResolution())) calculator.setPolarResolution(*chosen);

@@ -33,6 +33,9 @@ bool isGMTMarker(double gmt) { return gmt == TarvoCity::kGMTFromTimeZone || gmt 
 // How an absent text or date shows in a log line.
 std::string describe(const std::optional<std::string>& text) { return text ? *text : "(null)"; }
 std::string describe(const std::optional<Date>& date) { return date ? date->description() : "(null)"; }
+std::string describeMinutes(const std::optional<double>& minutes) {
+    return minutes ? fmt::format("{:f}", *minutes) : "(null)";
+}
 
 // The integer of a decoded number object, as the platform's integerValue gives it: the
 // fraction cut off; out-of-range values and NaN pinned instead of undefined.
@@ -169,6 +172,16 @@ void TarvoCity::setPolarResolution(int64_t value) {
     setTracked(polarResolution_, value, [&] { return fmt::format("DIRTY: SETTING POLAR RESOLUTION: {}", value); });
 }
 
+// The minutes are the city's own: not mirrored into the automatic-city keys, which hold only
+// the choices every city has.
+void TarvoCity::setMaghribMinutes(const std::optional<double>& value) {
+    setTracked(maghribMinutes_, value, [&] { return "DIRTY: SETTING MAGHRIB MINUTES: " + describeMinutes(value); });
+}
+
+void TarvoCity::setIshaMinutes(const std::optional<double>& value) {
+    setTracked(ishaMinutes_, value, [&] { return "DIRTY: SETTING ISHA MINUTES: " + describeMinutes(value); });
+}
+
 void TarvoCity::setIsSelectedCity(bool value) {
     setTracked(isSelectedCity_, value,
                [&] { return fmt::format("DIRTY: SETTING SELECTED CITY: {}", static_cast<int>(value)); });
@@ -231,6 +244,8 @@ void TarvoCity::copyPrayerPreferencesToCity(const std::shared_ptr<TarvoCity>& ci
     city->setAsrMethod(asrMethod_);
     city->setAdjustHighLatitude(adjustHighLatitude_);
     city->setPolarResolution(polarResolution_);
+    city->setMaghribMinutes(maghribMinutes_);
+    city->setIshaMinutes(ishaMinutes_);
     city->setCustomFajrAngle(customFajrAngle_);
     city->setCustomIshaAngle(customIshaAngle_);
 }
@@ -253,6 +268,8 @@ std::shared_ptr<TarvoCity> TarvoCity::copyWithZone() const {
     copy->setAsrMethod(asrMethod_);
     copy->setAdjustHighLatitude(adjustHighLatitude_);
     copy->setPolarResolution(polarResolution_);
+    copy->setMaghribMinutes(maghribMinutes_);
+    copy->setIshaMinutes(ishaMinutes_);
     copy->setCustomFajrAngle(customFajrAngle_);
     copy->setCustomIshaAngle(customIshaAngle_);
     copy->setIsSelectedCity(isSelectedCity_);
@@ -274,6 +291,10 @@ void TarvoCity::encodeWithCoder(KeyedArchiver& coder) const {
     coder.encodeDouble(customIshaAngle_, "customIshaAngle");
     coder.encodeDouble(latitude_, "latitude");
     coder.encodeDouble(longitude_, "longitude");
+    // Written only when chosen, so that archives of cities without them read as before.
+    if (polarResolution_ != 0) coder.encodeInteger(polarResolution_, "polarResolution");
+    if (maghribMinutes_) coder.encodeDouble(*maghribMinutes_, "maghribMinutes");
+    if (ishaMinutes_) coder.encodeDouble(*ishaMinutes_, "ishaMinutes");
     coder.encodeObject(cityName_.value_or(""), "cityName");
     coder.encodeObject(countryName_.value_or(""), "countryName");
     coder.encodeObject(TimeZone_.value_or(""), "TimeZone");
@@ -293,6 +314,11 @@ std::shared_ptr<TarvoCity> TarvoCity::initWithCoder(const KeyedUnarchiver& coder
         city->setCustomIshaAngle(throughSinglePrecision(number("customIshaAngle")));
         city->setLatitude(number("latitude"));
         city->setLongitude(number("longitude"));
+        // Absent from archives made before cities kept them: not chosen. Full precision: no
+        // older reader compares them through single precision.
+        city->setPolarResolution(integerOfNumber(number("polarResolution")));
+        city->setMaghribMinutes(coder.decodeNumber("maghribMinutes"));
+        city->setIshaMinutes(coder.decodeNumber("ishaMinutes"));
     } catch (const KeyedUnarchiver::DecodingError&) {
         // Keep what was decoded so far and go on with the names.
         TARVO_LOG_ERROR("Error tring to decode city obj");

@@ -20,8 +20,8 @@ using SlotId = CityStatementSlot::Id;
 
 constexpr const char* kCurrentSelectionSql =
     "SELECT current_city, country_name, city_name, latitude, longitude, gmt, uses_dst, prayermethod, asrmethod, "
-    "adjusthighlat, pk, custom_fajrangle, custom_ishaangle, timezone, state_name, lastmoddate, lastsyncdate FROM "
-    "savedcities WHERE current_city=1 LIMIT 1";
+    "adjusthighlat, pk, custom_fajrangle, custom_ishaangle, timezone, state_name, lastmoddate, lastsyncdate, "
+    "polar_resolution, maghrib_minutes, isha_minutes FROM savedcities WHERE current_city=1 LIMIT 1";
 constexpr const char* kLastRowIdSql = "SELECT last_insert_rowid() as last_insert_rowid";
 constexpr const char* kInsertSql =
     "INSERT INTO savedcities (current_city, country_name, city_name, latitude, longitude, gmt, uses_dst, "
@@ -29,16 +29,17 @@ constexpr const char* kInsertSql =
 constexpr const char* kDeleteSql = "DELETE FROM savedcities WHERE pk = ?";
 constexpr const char* kByKeySql =
     "SELECT current_city, country_name, city_name, latitude, longitude, gmt, uses_dst, prayermethod, asrmethod, "
-    "adjusthighlat, custom_fajrangle, custom_ishaangle, timezone, lastmoddate, lastsyncdate FROM savedcities WHERE "
-    "pk=?";
+    "adjusthighlat, custom_fajrangle, custom_ishaangle, timezone, lastmoddate, lastsyncdate, NULL, "
+    "polar_resolution, maghrib_minutes, isha_minutes FROM savedcities WHERE pk=?";
 constexpr const char* kUpdateSql =
     "UPDATE savedcities SET current_city = ?, country_name = ?, city_name = ?, latitude = ?, longitude = ?, gmt = ?, "
     "uses_dst = ?, prayermethod = ?, asrmethod = ?, adjusthighlat = ?, custom_fajrangle = ?, custom_ishaangle = ?, "
-    "timezone = ?, state_name = ?, lastmoddate = ?, lastsyncdate = ? WHERE pk = ?";
+    "timezone = ?, state_name = ?, lastmoddate = ?, lastsyncdate = ?, polar_resolution = ?, maghrib_minutes = ?, "
+    "isha_minutes = ? WHERE pk = ?";
 constexpr const char* kAllSavedSql =
     "SELECT current_city, country_name, city_name, latitude, longitude, gmt, uses_dst, prayermethod, asrmethod, "
-    "adjusthighlat, pk, custom_fajrangle, custom_ishaangle, timezone, state_name, lastmoddate, lastsyncdate FROM "
-    "savedcities ORDER BY pk";
+    "adjusthighlat, pk, custom_fajrangle, custom_ishaangle, timezone, state_name, lastmoddate, lastsyncdate, "
+    "polar_resolution, maghrib_minutes, isha_minutes FROM savedcities ORDER BY pk";
 
 // One statement of a schema upgrade and the number its log lines carry.
 struct SchemaStep {
@@ -73,6 +74,15 @@ constexpr std::array<SchemaStep, 2> kSchemaV3_3 = {{
     {2, "UPDATE savedcities SET adjusthighlat = 0"},
 }};
 
+// The city's own choices beyond the method: how times the sun gives none for are filled (0:
+// not chosen, the preference decides) and Maghrib and Isha as minutes after sunset and after
+// Maghrib (NULL: the method's rule). Added columns only: rows keep every value they had.
+constexpr std::array<SchemaStep, 3> kSchemaV3_4 = {{
+    {1, "ALTER TABLE savedcities ADD COLUMN polar_resolution INTEGER NOT NULL DEFAULT 0"},
+    {2, "ALTER TABLE savedcities ADD COLUMN maghrib_minutes DOUBLE"},
+    {3, "ALTER TABLE savedcities ADD COLUMN isha_minutes DOUBLE"},
+}};
+
 // Method numbers outside their valid ranges are replaced on reading; which replacement
 // depends on the reader. A valid method is one the engine's catalogue holds (the built-in
 // 1-7 and the authorities' methods after them), so a city saved with Diyanet keeps it.
@@ -93,15 +103,27 @@ struct RowLayout {
     int stateName;
     int lastModDate;
     int lastSyncDate;
+    int polarResolution;  // then the Maghrib and Isha minutes
 };
 
-constexpr RowLayout kSelectionRow = {0, 10, 11, 12, 13, "Europe/London", 14, 15, 16};
-constexpr RowLayout kListRow = {0, 10, 11, 12, 13, "", 14, 15, 16};
+constexpr RowLayout kSelectionRow = {0, 10, 11, 12, 13, "Europe/London", 14, 15, 16, 17};
+constexpr RowLayout kListRow = {0, 10, 11, 12, 13, "", 14, 15, 16, 17};
 // The primary-key statement selects no state_name, and its reader takes the columns from 13
 // on one place off: the state name gets the text of lastmoddate, LastModDate gets
 // lastsyncdate and LastSyncDate a column past the end, which reads as 0. Kept exactly so:
-// hosts read these fields from this reader and rely on the mapping.
-constexpr RowLayout kByKeyRow = {1, -1, 10, 11, 12, "", 13, 14, 15};
+// hosts read these fields from this reader and rely on the mapping. The statement keeps that
+// column empty (NULL) so the city's later choices can follow it without being read as a date.
+constexpr RowLayout kByKeyRow = {1, -1, 10, 11, 12, "", 13, 14, 15, 16};
+
+std::optional<double> optionalDouble(const SqliteStatement& row, int column) {
+    if (row.columnIsNull(column)) return std::nullopt;
+    return row.columnDouble(column);
+}
+
+// Binds a value that may be missing (NULL).
+int bindOptional(SqliteStatement& statement, int index, const std::optional<double>& value) {
+    return value ? statement.bindDouble(index, *value) : statement.bindNull(index);
+}
 
 // Sets the row's values on the city through its setters, in column order. Whether this is
 // tracked depends on the city's IsLoadingFromDB.
@@ -123,6 +145,9 @@ void fillFromRow(TarvoCity& city, const SqliteStatement& row, const RowLayout& l
     city.setStateName(row.columnTextOr(layout.stateName, ""));
     city.setLastModDate(Date(row.columnDouble(layout.lastModDate)));
     city.setLastSyncDate(Date(row.columnDouble(layout.lastSyncDate)));
+    city.setPolarResolution(row.columnInt64(layout.polarResolution));
+    city.setMaghribMinutes(optionalDouble(row, layout.polarResolution + 1));
+    city.setIshaMinutes(optionalDouble(row, layout.polarResolution + 2));
 }
 
 // A city read silently (no tracking) from a row of the current-selection or list statement.
@@ -312,7 +337,10 @@ void TarvoCity::dbSync(SqliteDatabase& database) {
                         update.bindText(14, *stateName_);
                         update.bindDouble(15, LastModDate_ ? LastModDate_->timeIntervalSince1970() : 0.0);
                         update.bindDouble(16, LastSyncDate_ ? LastSyncDate_->timeIntervalSince1970() : 0.0);
-                        update.bindInt64(17, primaryKey_);
+                        update.bindInt64(17, polarResolution_);
+                        bindOptional(update, 18, maghribMinutes_);
+                        bindOptional(update, 19, ishaMinutes_);
+                        update.bindInt64(20, primaryKey_);
                         slot.step();
                     });
 }
@@ -327,6 +355,10 @@ void TarvoCity::updateSchemav3_2(SqliteDatabase& database, SqliteDatabase* /*sta
 
 void TarvoCity::updateSchemav3_3(SqliteDatabase& database, SqliteDatabase* /*staticDatabase*/) {
     runSchemaSteps(database, kSchemaV3_3);
+}
+
+void TarvoCity::updateSchemav3_4(SqliteDatabase& database, SqliteDatabase* /*staticDatabase*/) {
+    runSchemaSteps(database, kSchemaV3_4);
 }
 
 }  // namespace tarvo

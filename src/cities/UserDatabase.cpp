@@ -26,7 +26,8 @@ constexpr const char* kCreateBaseTable =
 using Upgrade = void (*)(SqliteDatabase&, SqliteDatabase*);
 // Upgrade i leads from layout i to layout i + 1.
 constexpr std::array<Upgrade, UserDatabase::kSchemaVersion> kUpgrades = {
-    &TarvoCity::updateSchemav3_1, &TarvoCity::updateSchemav3_2, &TarvoCity::updateSchemav3_3};
+    &TarvoCity::updateSchemav3_1, &TarvoCity::updateSchemav3_2, &TarvoCity::updateSchemav3_3,
+    &TarvoCity::updateSchemav3_4};
 
 }  // namespace
 
@@ -84,7 +85,9 @@ bool UserDatabase::layoutReached(int64_t version) const {
         return false;
     }
     if (version >= 2 && !(hasTable("cachedcities") && hasTable("lastused"))) return false;
-    return version < 3 || hasColumn("savedcities", "adjusthighlat");
+    if (version >= 3 && !hasColumn("savedcities", "adjusthighlat")) return false;
+    return version < 4 || (hasColumn("savedcities", "polar_resolution") && hasColumn("savedcities", "maghrib_minutes") &&
+                           hasColumn("savedcities", "isha_minutes"));
 }
 
 bool UserDatabase::isForeign() const {
@@ -207,12 +210,7 @@ Result<std::shared_ptr<TarvoCity>> UserDatabase::addCity(const std::shared_ptr<T
         if (!saved || sqlite3_total_changes64(database_.handle()) == before || saved->primaryKey() <= 0) {
             return fail("cannot save the city");
         }
-        if (city->customFajrAngle() > 0 || city->customIshaAngle() > 0) {
-            if (auto stored = storeCustomAngles(saved->primaryKey(), city->customFajrAngle(), city->customIshaAngle());
-                !stored) {
-                return stored;
-            }
-        }
+        if (auto stored = storeChoices(saved->primaryKey(), *city); !stored) return stored;
         return markSelected(saved->primaryKey());
     });
     if (!done) return done.error();
@@ -222,13 +220,24 @@ Result<std::shared_ptr<TarvoCity>> UserDatabase::addCity(const std::shared_ptr<T
     return saved;
 }
 
-Result<void> UserDatabase::storeCustomAngles(int64_t primaryKey, double fajrAngle, double ishaAngle) {
+Result<void> UserDatabase::storeChoices(int64_t primaryKey, const TarvoCity& city) {
+    // A city that chose none of them keeps the row as the insert left it.
+    const bool anglesChosen = city.customFajrAngle() > 0 || city.customIshaAngle() > 0;
+    if (!anglesChosen && city.polarResolution() == 0 && !city.maghribMinutes() && !city.ishaMinutes()) return {};
+    auto bindMinutes = [](SqliteStatement& statement, int index, const std::optional<double>& minutes) {
+        return minutes ? statement.bindDouble(index, *minutes) : statement.bindNull(index);
+    };
     SqliteStatement update;
-    if (update.prepare(database_, "UPDATE savedcities SET custom_fajrangle = ?, custom_ishaangle = ? WHERE pk = ?") !=
-            SQLITE_OK ||
-        update.bindDouble(1, fajrAngle) != SQLITE_OK || update.bindDouble(2, ishaAngle) != SQLITE_OK ||
-        update.bindInt64(3, primaryKey) != SQLITE_OK || update.step() != SQLITE_DONE || database_.changes() != 1) {
-        return fail(fmt::format("cannot store the angles of city {}", primaryKey));
+    if (update.prepare(database_,
+                       "UPDATE savedcities SET custom_fajrangle = ?, custom_ishaangle = ?, polar_resolution = ?, "
+                       "maghrib_minutes = ?, isha_minutes = ? WHERE pk = ?") != SQLITE_OK ||
+        update.bindDouble(1, city.customFajrAngle()) != SQLITE_OK ||
+        update.bindDouble(2, city.customIshaAngle()) != SQLITE_OK ||
+        update.bindInt64(3, city.polarResolution()) != SQLITE_OK ||
+        bindMinutes(update, 4, city.maghribMinutes()) != SQLITE_OK ||
+        bindMinutes(update, 5, city.ishaMinutes()) != SQLITE_OK || update.bindInt64(6, primaryKey) != SQLITE_OK ||
+        update.step() != SQLITE_DONE || database_.changes() != 1) {
+        return fail(fmt::format("cannot store the choices of city {}", primaryKey));
     }
     return {};
 }

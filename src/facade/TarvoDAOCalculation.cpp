@@ -171,8 +171,11 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
         calculator.setFajrMinutes(static_cast<double>(90 - adjustmentMinutes(config.get(), Prayer::Sunrise, false)));
     }
     // In a Saudi Ramadan the two-hour interval wins over the 90-minute option on purpose:
-    // that is the official Ramadan rule there.
-    if (config && !ramadan && config->OneHalfHourAfterMaghrib()) {
+    // that is the official Ramadan rule there. A city's own Isha minutes win over all three:
+    // the user set them for that place (its mosque's timetable), the options for every place.
+    if (city->ishaMinutes()) {
+        // set by configureCalculatorFromCity
+    } else if (config && !ramadan && config->OneHalfHourAfterMaghrib()) {
         calculator.setIshaMinutes(static_cast<double>(adjustmentMinutes(config.get(), Prayer::Maghrib, false) + 90));
     } else if (ramadan || (config && config->TwoHourAfterMaghrib())) {
         calculator.setIshaMinutes(static_cast<double>(adjustmentMinutes(config.get(), Prayer::Maghrib, false) + 120));

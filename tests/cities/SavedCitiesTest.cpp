@@ -123,7 +123,7 @@ TEST_F(SavedCitiesTest, EachReaderFillsARowInItsOwnWay) {
     ASSERT_EQ(db().exec("INSERT INTO savedcities (pk, current_city, gmt, prayermethod, asrmethod, adjusthighlat) "
                         "VALUES (5, 1, 3.0, 99, 3, 2); INSERT INTO savedcities VALUES (3, 0, 'United States of "
                         "America', 'Houston', 29.76, -95.37, -6.0, 1, 5, 2, 15.0, 15.5, 'America/Chicago', 'Texas', "
-                        "1700000000.25, 1600000000.5, 3)"),
+                        "1700000000.25, 1600000000.5, 3, 0, NULL, NULL)"),
               SQLITE_OK);
     // The list reader: bad methods become 0, missing names London's, a missing zone stays empty.
     auto listed = TarvoCity::GetSavedCities(db());
@@ -220,6 +220,12 @@ TEST_F(SavedCitiesTest, OldDatabaseIsUpgradedInPlaceOnceWithoutLosingRowsUnlessI
         for (const auto& city : cities) EXPECT_EQ(std::pair(city->GMT(), city->adjustHighLatitude()), std::pair(50.0, int64_t{0}));
         EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(db())->cityName(), "Kuala Lumpur");
         EXPECT_EQ(queryText(db(), "SELECT count(*) FROM sqlite_master WHERE name IN ('cacedcities_name', 'lastused')"), "2");
+        // ...and none has chosen a polar resolution or Maghrib and Isha minutes.
+        for (const auto& city : cities) {
+            EXPECT_EQ(fmt::format("{} {} {}", city->polarResolution(), city->maghribMinutes().has_value(),
+                                  city->ishaMinutes().has_value()),
+                      "0 false false");
+        }
         user_.reset();
         TarvoCity::resetStatementCache();
         std::filesystem::remove(path);
@@ -242,6 +248,64 @@ TEST_F(SavedCitiesTest, UpgradedLayoutsAreLeftAlone) {
         user_.reset();
         TarvoCity::resetStatementCache();
     }
+    // A file of the layout before the city kept its own choices, as the three upgrades leave
+    // it: only the new columns are added, every value stays.
+    std::filesystem::remove(UserDatabase::defaultPath());
+    createOldDatabase();
+    {
+        SqliteDatabase host;  // a host running the upgrades itself
+        ASSERT_TRUE(host.open(UserDatabase::defaultPath()));
+        TarvoCity::updateSchemav3_1(host, nullptr);
+        TarvoCity::updateSchemav3_2(host, nullptr);
+        TarvoCity::updateSchemav3_3(host, nullptr);
+        ASSERT_EQ(host.exec("UPDATE savedcities SET adjusthighlat = 4, timezone = 'Asia/Amman'; PRAGMA user_version = 3"),
+                  SQLITE_OK);
+        TarvoCity::resetStatementCache();
+    }
+    const auto cities = TarvoCity::GetSavedCities(db());
+    EXPECT_EQ(user_->schemaVersion(), 4);
+    ASSERT_EQ(cities.size(), 3u);
+    EXPECT_EQ(fmt::format("{} {} {} {} {}", cities[2]->description(), cities[2]->adjustHighLatitude(),
+                          cities[2]->TimeZone().value_or("-"), cities[2]->customFajrAngle(),
+                          cities[2]->polarResolution()),
+              "Calgary, Canada 4 Asia/Amman 15 0");
+    // The new step run again reports its three columns as already there and carries on.
+    log_.clear();
+    TarvoCity::updateSchemav3_4(db(), nullptr);
+    for (const char* step : {"[1]", "[2]", "[3]"}) {
+        EXPECT_TRUE(log_.hasError(fmt::format("[DB] {} Schema ERROR: message 'duplicate column name", step))) << step;
+    }
+}
+
+TEST_F(SavedCitiesTest, SavedCityKeepsItsPolarResolutionAndMaghribAndIshaMinutes) {
+    auto tromso = makeCity("Tromso", 69.65);
+    tromso->setPolarResolution(2);  // nearest day
+    tromso->setIshaMinutes(90.0);
+    db();
+    const auto saved = test::valueOrFailure(user_->addCity(tromso));
+    ASSERT_TRUE(saved);
+    auto oslo = makeCity("Oslo", 59.91);
+    oslo->setCustomFajrAngle(0);
+    oslo->setMaghribMinutes(0.0);  // Maghrib at sunset: a choice, not "none"
+    ASSERT_TRUE(user_->addCity(oslo));
+    ASSERT_TRUE(user_->addCity(makeCity("Bergen", 60.39)));
+    EXPECT_EQ(queryText(db(), "SELECT group_concat(ifnull(polar_resolution, 'x') || '/' || ifnull(maghrib_minutes, "
+                              "'-') || '/' || ifnull(isha_minutes, '-'), ' ') FROM savedcities"),
+              "2/-/90.0 0/0.0/- 0/-/-");
+    // Every reader gives them back; the primary-key reader keeps its dates where they were.
+    const auto listed = TarvoCity::GetSavedCities(db());
+    ASSERT_EQ(listed.size(), 3u);
+    auto choices = [](const TarvoCity& city) {
+        return fmt::format("{} {} {}", city.polarResolution(),
+                           city.maghribMinutes() ? fmt::format("{}", *city.maghribMinutes()) : "-",
+                           city.ishaMinutes() ? fmt::format("{}", *city.ishaMinutes()) : "-");
+    };
+    EXPECT_EQ(choices(*listed[0]) + "|" + choices(*listed[1]) + "|" + choices(*listed[2]), "2 - 90|0 0 -|0 - -");
+    const auto byKey = TarvoCity::initWithPrimaryKey(saved->primaryKey(), db());
+    EXPECT_EQ(choices(*byKey), "2 - 90");
+    EXPECT_EQ(byKey->LastSyncDate(), Date(0));
+    ASSERT_TRUE(user_->selectCity(saved->primaryKey()));
+    EXPECT_EQ(choices(*TarvoCity::initWithCurrentSelectionUsingDB(db())), "2 - 90");
 }
 
 TEST_F(SavedCitiesTest, FullDiskDuringTheFirstOpenLeavesNoHalfUpgradedFile) {

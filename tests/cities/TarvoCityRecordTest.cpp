@@ -88,6 +88,19 @@ TEST_F(TarvoCityRecordTest, ArchivingNarrowsAnglesToSinglePrecisionAndStopsAtAWr
     EXPECT_EQ(back->latitude(), 19.0760123456789);
     EXPECT_FALSE(back->stateName().has_value()) << "only the listed fields travel";
     EXPECT_EQ(back->TimeZone(), "") << "absent names are archived as empty texts";
+    // A city's own choices beyond the method travel only when made, at full precision.
+    EXPECT_EQ(fmt::format("{} {} {}", back->polarResolution(), back->maghribMinutes().has_value(),
+                          back->ishaMinutes().has_value()),
+              "0 false false");
+    city.setPolarResolution(3);
+    city.setMaghribMinutes(2.5);
+    city.setIshaMinutes(90.1);
+    KeyedArchiver chosen{std::string(TarvoCity::kArchiveClassName)};
+    city.encodeWithCoder(chosen);
+    back = decoded(chosen);
+    EXPECT_EQ(fmt::format("{} {} {}", back->polarResolution(), back->maghribMinutes().value_or(-1),
+                          back->ishaMinutes().value_or(-1)),
+              "3 2.5 90.1");
 
     KeyedArchiver wrong{std::string(TarvoCity::kArchiveClassName)};
     wrong.encodeDouble(3.0, "GMT");
@@ -163,6 +176,15 @@ TEST(CityCalculatorSetup, CopiesChoicesMapsMarkersAndAppliesTheCitysAnglesOverIt
     configureCalculatorFromCity(k, custom);
     EXPECT_EQ(fmt::format("{} {} {}", k.calcMethod(), k.overrideDST(), k.overrideTimeZoneOffset()), "6 2 3");
     EXPECT_EQ(k.methodParams().at(6), (PrayerCalculator::MethodParams{0, 15.5, 1, 0, 0, 16.5}));
+
+    // Maghrib and Isha minutes replace Umm al-Qura's own (sunset, and 90 minutes after it);
+    // its 18.5 degree Fajr stays.
+    TarvoCity makkah = cityAt(21.4225, 39.8262, 50.0, 0, 4);
+    makkah.setMaghribMinutes(3.0);
+    makkah.setIshaMinutes(120.0);
+    PrayerCalculator u;
+    configureCalculatorFromCity(u, makkah);
+    EXPECT_EQ(u.methodParams().at(6), (PrayerCalculator::MethodParams{0, 18.5, 1, 3, 1, 120}));
 
     // Any other daylight-saving value leaves the calculator's own setting alone; 50 stays 50.
     TarvoCity plain = cityAt(51.5, -0.1167, 50.0, 7, 3);

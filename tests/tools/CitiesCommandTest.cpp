@@ -83,6 +83,48 @@ TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
     EXPECT_EQ(savedCities().size(), 2u);
 }
 
+TEST_F(CitiesToolTest, SavedCityKeepsItsPolarResolutionAndMaghribAndIshaMinutes) {
+    const std::vector<std::string> tromso = {"Tromso", "Norway", "69.65", "18.96", "Europe/Oslo"};
+    auto with = [&](std::vector<std::string> extra) {
+        extra.insert(extra.begin(), tromso.begin(), tromso.end());
+        return extra;
+    };
+    const json saved = json::parse(add(with({"--polar", "nearest-day", "--json"})).out);
+    EXPECT_EQ(saved["polarResolution"], "nearest-day");
+    EXPECT_EQ(saved["ishaMinutes"], nullptr);
+    // 21 June: the sun does not set at Tromso. The saved city's choice fills the times as
+    // --polar does, and differs from leaving them missing.
+    const std::vector<std::string> place = {"--lat", "69.65", "--lon", "18.96", "--tz", "Europe/Oslo",
+                                            "--city", "Tromso", "--country", "Norway"};
+    auto at = [&](const std::string& polar) {
+        auto args = place;
+        args.insert(args.end(), {"--polar", polar});
+        return timesOf(args);
+    };
+    EXPECT_EQ(timesOf({"--saved"}), at("nearest-day"));
+    EXPECT_NE(timesOf({"--saved"}), at("none"));
+
+    // Isha two hours after Maghrib, Maghrib three minutes after sunset, at Makkah.
+    const json makkah = json::parse(add({"Makkah", "Saudi Arabia", "21.4225", "39.8262", "Asia/Riyadh", "--method", "4",
+                                         "--maghrib-minutes", "3", "--isha-minutes", "120", "--json"})
+                                        .out);
+    EXPECT_EQ(makkah["maghribMinutes"], 3.0);
+    EXPECT_EQ(makkah["ishaMinutes"], 120.0);
+    EXPECT_EQ(makkah["polarResolution"], nullptr);
+    const json hours = timesOf({"--saved"})[0];
+    EXPECT_NEAR(hours[5].get<double>() - hours[4].get<double>(), 0.05, 1e-9) << hours;
+    EXPECT_NEAR(hours[6].get<double>() - hours[5].get<double>(), 2.0, 1e-9) << hours;
+    const json list = savedCities();
+    ASSERT_EQ(list.size(), 2u);
+    EXPECT_EQ(list[0]["polarResolution"], "nearest-day");
+    EXPECT_EQ(list[1]["ishaMinutes"], 120.0);
+    EXPECT_TRUE(test::failedWith(2, runTarvo({"cities", "add", "--name", "X", "--country", "Y", "--lat", "1", "--lon",
+                                              "2", "--tz", "UTC", "--isha-minutes", "-5"})));
+    EXPECT_TRUE(test::failedWith(2, runTarvo({"cities", "add", "--name", "X", "--country", "Y", "--lat", "1", "--lon",
+                                              "2", "--tz", "UTC", "--polar", "midnight"})));
+    EXPECT_EQ(savedCities().size(), 2u);
+}
+
 TEST_F(CitiesToolTest, BadInputIsAOneLineErrorAndChangesNothing) {
     add({"Jakarta", "Indonesia", "-6.2", "106.85", "Asia/Jakarta"});
     const json before = savedCities();

@@ -37,6 +37,8 @@ struct CitiesOptions {
     double longitude = 0;
     std::string timeZone;
     CalculationOptions calculation;
+    std::optional<double> maghribMinutes;
+    std::optional<double> ishaMinutes;
     int64_t primaryKey = 0;
     bool json = false;
 };
@@ -130,14 +132,13 @@ CityChange add(const CLI::App& cmd, const CitiesOptions& o) {
     if (fields.country.empty()) throw UsageError("--country must not be empty");
     if (!TimeZone::withName(fields.timeZone)) throw UsageError("--tz: unknown time zone '" + fields.timeZone + "'");
     checkCalculationOptions(o.calculation);
-    // Refused rather than dropped: the saved-cities table has no column for it yet.
-    if (o.calculation.polar != 0) {
-        throw UsageError("--polar: saved cities do not keep a polar resolution yet; give --polar to day, now, month "
-                         "or times, or set it for every place with 'tarvo config set PolarResolution N'");
-    }
     auto user = openUserDatabase();
 
     const auto city = cityFromFields(fields);
+    city->setIsLoadingFromDB(true);
+    city->setMaghribMinutes(o.maghribMinutes);
+    city->setIshaMinutes(o.ishaMinutes);
+    city->setIsLoadingFromDB(false);
     // Saved and selected together, or not at all.
     auto saved = user->addCity(city);
     if (!saved) throw std::runtime_error(saved.error().message);
@@ -216,6 +217,12 @@ void registerCitiesCommand(CLI::App& app) {
                        "options given replace; or give --name, --country, --lat, --lon and --tz.");
     addCalculationOptions(*addCommand, options->calculation,
                           "Fixed offset from GMT in hours (default: the time zone's offset, stored as 50)");
+    addCommand->add_option("--maghrib-minutes", options->maghribMinutes,
+                           "Maghrib this many minutes after sunset, instead of the method's rule (0 to 300)")
+        ->check(numberBetween(0, 300));
+    addCommand->add_option("--isha-minutes", options->ishaMinutes,
+                           "Isha this many minutes after Maghrib, instead of the method's rule (0 to 300)")
+        ->check(numberBetween(0, 300));
     addCommand->add_flag("--json", options->json, "Print the saved city as a JSON object");
     addCommand->callback([options, addCommand] { render(add(*addCommand, *options), options->json); });
 

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "tarvo/calculation/PolarResolution.h"
 #include "tarvo/cities/TarvoCity.h"
 
 namespace tarvo::cli {
@@ -11,6 +12,10 @@ namespace {
 
 nlohmann::ordered_json optionalText(const std::optional<std::string>& text) {
     return text ? nlohmann::ordered_json(*text) : nullptr;
+}
+
+nlohmann::ordered_json optionalNumber(const std::optional<double>& number) {
+    return number ? nlohmann::ordered_json(*number) : nullptr;
 }
 
 }  // namespace
@@ -31,6 +36,11 @@ nlohmann::ordered_json cityJson(const TarvoCity& city) {
     j["adjustHighLatitude"] = city.adjustHighLatitude();
     j["customFajrAngle"] = city.customFajrAngle();  // 0: not chosen (the custom method's 18)
     j["customIshaAngle"] = city.customIshaAngle();  // 0: not chosen (17)
+    // null: not chosen (the PolarResolution setting decides).
+    const auto polar = polarResolutionFromStored(city.polarResolution());
+    j["polarResolution"] = polar ? nlohmann::ordered_json(std::string(polarResolutionName(*polar))) : nullptr;
+    j["maghribMinutes"] = optionalNumber(city.maghribMinutes());  // null: the method's rule
+    j["ishaMinutes"] = optionalNumber(city.ishaMinutes());
     j["isSelectedCity"] = city.isSelectedCity();
     return j;
 }

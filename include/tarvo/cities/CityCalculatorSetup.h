@@ -17,7 +17,8 @@ class TarvoCity;
 /// (0 stays "automatic"); the daylight-saving rule when the city forces it on (1) or off
 /// (2), any other value leaving the zone in charge; the offset from GMT, where both of the
 /// city's "from the time zone" markers (50 and -100) become the calculator's 50; and, when
-/// the method then in force is the custom one (6), the city's Fajr and Isha angles.
+/// the method then in force is the custom one (6), the city's Fajr and Isha angles; then the
+/// city's Maghrib minutes after sunset and Isha minutes after Maghrib, when it chose them.
 ///
 /// The polar resolution is set only when the city chose one (the engine's own default leaves
 /// polar times missing); the facade's day timetable uses polarResolutionOfCity.

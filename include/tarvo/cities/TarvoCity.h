@@ -134,6 +134,14 @@ public:
     /// 3 nearest latitude (tarvo/calculation/PolarResolution.h).
     int64_t polarResolution() const { return polarResolution_; }
     void setPolarResolution(int64_t value);
+    /// Maghrib this many minutes after sunset instead of the method's rule; nothing: the
+    /// method's own.
+    const std::optional<double>& maghribMinutes() const { return maghribMinutes_; }
+    void setMaghribMinutes(const std::optional<double>& value);
+    /// Isha this many minutes after Maghrib instead of the method's rule; nothing: the
+    /// method's own.
+    const std::optional<double>& ishaMinutes() const { return ishaMinutes_; }
+    void setIshaMinutes(const std::optional<double>& value);
 
     /// Whether a persisting setter changed the record outside loading. Only the primary-key
     /// reader clears it.
@@ -218,6 +226,9 @@ public:
     static void updateSchemav3_1(SqliteDatabase& database, SqliteDatabase* staticDatabase);
     static void updateSchemav3_2(SqliteDatabase& database, SqliteDatabase* staticDatabase);
     static void updateSchemav3_3(SqliteDatabase& database, SqliteDatabase* staticDatabase);
+    /// Adds the columns of the city's polar resolution and Maghrib and Isha minutes; a host
+    /// that runs the upgrades itself runs this one after the three above.
+    static void updateSchemav3_4(SqliteDatabase& database, SqliteDatabase* staticDatabase);
 
 private:
     // Stores `value` in `field`. Outside loading, a change is logged, marks the record dirty,
@@ -255,6 +266,8 @@ private:
     int64_t asrMethod_ = 0;
     int64_t adjustHighLatitude_ = 0;
     int64_t polarResolution_ = 0;
+    std::optional<double> maghribMinutes_;
+    std::optional<double> ishaMinutes_;
     double customFajrAngle_ = 0.0;
     double customIshaAngle_ = 0.0;
 };

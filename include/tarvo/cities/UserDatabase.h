@@ -20,7 +20,7 @@ class TarvoCity;
 /// city, in one SQLite file in the data folder.
 ///
 /// Opening creates the file and the base `savedcities` table when they are missing, then
-/// brings the layout up to date by running TarvoCity's three schema upgrades in order, each
+/// brings the layout up to date by running TarvoCity's four schema upgrades in order, each
 /// exactly once; the layout reached is recorded in `PRAGMA user_version` (a file that never
 /// recorded one has its layout recognised from its tables). A file that is not an SQLite
 /// database, another program's SQLite database (tables of its own and no `savedcities`), a
@@ -33,7 +33,7 @@ class TarvoCity;
 class TARVO_EXPORT UserDatabase {
 public:
     /// The layout the upgrades lead to.
-    static constexpr int64_t kSchemaVersion = 3;
+    static constexpr int64_t kSchemaVersion = 4;
     /// File name of the user database in the data folder.
     static constexpr std::string_view kFileName = "user.sqlite";
 
@@ -60,9 +60,9 @@ public:
     /// (locked by another process past the busy time-out, damaged).
     Result<std::vector<std::shared_ptr<TarvoCity>>> savedCities();
     /// Saves the city and makes it the only selected row, in one transaction: the city with
-    /// its primary key, or an error with nothing changed. Its custom-method angles, when it
-    /// has chosen some (above 0), are written in the same transaction: saving a city writes
-    /// none, and the app never edits a saved row.
+    /// its primary key, or an error with nothing changed. Its own angles (above 0), polar
+    /// resolution and Maghrib and Isha minutes, when it chose any, are written in the same
+    /// transaction: saving a city writes none, and the app never edits a saved row.
     Result<std::shared_ptr<TarvoCity>> addCity(const std::shared_ptr<TarvoCity>& city);
     /// Makes the city with this primary key the only selected row. An error, with nothing
     /// changed, when there is no such city or the database cannot be written.
@@ -92,7 +92,7 @@ private:
     Error fail(const std::string& what);
     /// The selection update of selectCity() and addCity(), inside their transaction.
     Result<void> markSelected(int64_t primaryKey);
-    Result<void> storeCustomAngles(int64_t primaryKey, double fajrAngle, double ishaAngle);
+    Result<void> storeChoices(int64_t primaryKey, const TarvoCity& city);
 
     SqliteDatabase database_;
 };
