@@ -1,6 +1,6 @@
 // The saved-cities store and the user database: selection, the three row readers, deleting,
-// syncing, the statement cache, schema upgrades in place, several threads at once, and the
-// storage failing under them (a full or read-only disk, a writer killed mid-way, a held lock).
+// syncing, the statement cache, schema upgrades in place, a full disk during the first open
+// and several threads at once (the faults both stores share are in StoreFaultsTest).
 #include <sys/stat.h>
 
 #include <atomic>
@@ -17,7 +17,6 @@
 #include "support/LogCapture.h"
 #include "support/ResultValue.h"
 #include "support/SqliteScript.h"
-#include "support/StoreWriter.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
 
@@ -320,66 +319,6 @@ TEST_F(SavedCitiesTest, FullDiskDuringTheFirstOpenLeavesNoHalfUpgradedFile) {
     EXPECT_EQ(readBytes(path), before);
     EXPECT_EQ(TarvoCity::GetSavedCities(db()).size(), 3u);
     EXPECT_EQ(user_->schemaVersion(), UserDatabase::kSchemaVersion);
-}
-
-TEST_F(SavedCitiesTest, FullOrReadOnlyDiskKeepsTheSavedCities) {
-    test::FaultyStorage storage;
-    ASSERT_TRUE(TarvoCity::saveNewCity(makeCity("Makkah", 21.42), db()));
-    for (const auto& [fault, reason] : test::FaultyStorage::kFaultsAndReasons) {
-        log_.clear();
-        storage.set(fault);
-        TarvoCity::saveNewCity(makeCity("Madinah", 24.47), db());
-        storage.set(test::FaultyStorage::Fault::none);
-        // The storage's own report says what was lost and why.
-        EXPECT_TRUE(log_.hasError(reason)) << reason;
-        EXPECT_EQ(savedNames(), Names{"Makkah"}) << reason;
-        EXPECT_FALSE(user_->containsCity(2)) << reason;
-        // The host operations say so, and leave the file as it was.
-        storage.set(fault);
-        EXPECT_FALSE(user_->addCity(makeCity("Madinah", 24.47))) << reason;
-        EXPECT_NE(test::errorOrFailure(user_->deleteCity(1)).find("cannot delete city 1"), std::string::npos) << reason;
-        storage.set(test::FaultyStorage::Fault::none);
-        EXPECT_EQ(savedNames(), Names{"Makkah"}) << reason;
-    }
-    ASSERT_TRUE(TarvoCity::saveNewCity(makeCity("Jeddah", 21.54), db()));
-    user_.reset();
-    TarvoCity::resetStatementCache();
-    EXPECT_EQ(queryText(UserDatabase::defaultPath(), "PRAGMA integrity_check"), "ok");
-    EXPECT_EQ(savedNames(), (Names{"Makkah", "Jeddah"}));
-}
-
-TEST_F(SavedCitiesTest, WriterKilledMidwayLosesNoCommittedCity) {
-    const std::vector<int> committed = test::writesBeforeKill("cities", UserDatabase::defaultPath(), 100);
-    ASSERT_GE(committed.size(), 100u);
-    EXPECT_EQ(queryText(UserDatabase::defaultPath(), "PRAGMA integrity_check"), "ok");
-    // Each city was saved and selected in one step: never two selected.
-    EXPECT_EQ(queryText(UserDatabase::defaultPath(), "SELECT count(*) FROM savedcities WHERE current_city = 1"), "1");
-    const auto names = savedNames();
-    for (int i : committed) {
-        EXPECT_NE(std::find(names.begin(), names.end(), "Town " + std::to_string(i)), names.end())
-            << "city " << i << " lost";
-    }
-}
-
-TEST_F(SavedCitiesTest, LockHeldBeyondTheTimeOutIsAnErrorNotAHang) {
-    ASSERT_TRUE(TarvoCity::saveNewCity(makeCity("Makkah", 21.42), db()));
-    db().setBusyTimeout(300);
-    SqliteDatabase holder;  // another connection, as another process would hold it
-    ASSERT_TRUE(holder.open(UserDatabase::defaultPath()));
-    ASSERT_EQ(holder.exec("BEGIN EXCLUSIVE"), SQLITE_OK);
-    log_.clear();
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_FALSE(user_->selectCity(1));
-    // A locked table is a failure, never an empty list or a deletion that did not happen.
-    EXPECT_FALSE(user_->savedCities());
-    EXPECT_FALSE(user_->deleteCity(1));
-    EXPECT_FALSE(user_->addCity(makeCity("Madinah", 24.47)));
-    TarvoCity::saveNewCity(makeCity("Madinah", 24.47), db());
-    EXPECT_EQ(db().errorMessage(), "database is locked");
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30)) << "the lock was waited out";
-    EXPECT_TRUE(log_.hasError("cannot select city 1: database is locked"));
-    ASSERT_EQ(holder.exec("ROLLBACK"), SQLITE_OK);
-    EXPECT_EQ(savedNames(), Names{"Makkah"});
 }
 
 using SavedCitiesConcurrent = SavedCitiesTest;

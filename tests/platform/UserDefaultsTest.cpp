@@ -1,20 +1,17 @@
 // The preferences store: the reading rules of every stored kind, persistence, the data
-// folder, files it must not use, several threads at once, and storage that fails under it
-// (a full or read-only disk, a writer killed mid-way, another process holding the lock).
+// folder, files it must not use and several threads at once (storage failing under it is in
+// tests/cities/StoreFaultsTest, shared with the saved cities).
 #include <atomic>
 #include <cmath>
-#include <csignal>
 #include <limits>
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "support/DataFolder.h"
-#include "support/FaultyStorage.h"
 #include "support/LogCapture.h"
-#include "support/RunProcess.h"
 #include "support/SqliteScript.h"
-#include "support/StoreWriter.h"
 #include "tarvo/platform/UserDefaults.h"
 
 namespace tarvo {
@@ -23,7 +20,6 @@ namespace {
 using json = nlohmann::json;
 using test::readBytes;
 using test::ScopedDataFolder;
-using test::FaultyStorage;
 using test::TempFolder;
 
 constexpr int64_t kMax = std::numeric_limits<int64_t>::max();
@@ -203,69 +199,6 @@ TEST(UserDefaultsConcurrent, ThreadsSharingOneSuiteLoseNoWrite) {
         EXPECT_TRUE(value / 1000 < kThreads && value % 1000 < kWrites && value % 1000 % kOverlapKeys == k) << value;
     }
     for (const auto& s : processWide) EXPECT_EQ(s, processWide.front()) << "the shared suite is opened once";
-}
-
-TEST(UserDefaultsFaults, FullOrReadOnlyDiskKeepsThePreviousValue) {
-    test::TempFolder temp;
-    const auto path = temp / "shared.sqlite";
-    test::LogCapture log;
-    FaultyStorage storage;
-    {
-        UserDefaults store(path);
-        ASSERT_TRUE(store.isPersistent());
-        store.setString("CityName", "Makkah");
-        ASSERT_TRUE(store.synchronize());
-
-        for (const auto& [fault, reason] : FaultyStorage::kFaultsAndReasons) {
-            log.clear();
-            storage.set(fault);
-            EXPECT_FALSE(store.setString("CityName", "Madinah")) << reason;
-            EXPECT_FALSE(store.setInteger("NewKey", 7)) << reason;
-            storage.set(FaultyStorage::Fault::none);
-            EXPECT_FALSE(store.synchronize()) << "the lost writes are reported once more: " << reason;
-            EXPECT_TRUE(log.hasError("writing 'CityName' failed: " + std::string(reason))) << reason;
-            EXPECT_EQ(store.stringForKey("CityName"), "Makkah") << reason;
-            EXPECT_FALSE(store.objectForKey("NewKey")) << reason;
-        }
-        // The disk has room again: the same store writes as before.
-        EXPECT_TRUE(store.setString("CityName", "Jeddah"));
-        EXPECT_TRUE(store.synchronize());
-    }
-    UserDefaults reopened(path);
-    EXPECT_EQ(reopened.stringForKey("CityName"), "Jeddah");
-    EXPECT_FALSE(reopened.objectForKey("NewKey"));
-    EXPECT_EQ(test::queryText(path, "PRAGMA integrity_check"), "ok");
-}
-
-TEST(UserDefaultsFaults, WriterKilledMidwayLosesNoCommittedWrite) {
-    test::TempFolder temp;
-    const auto path = temp / "shared.sqlite";
-    const std::vector<int> committed = test::writesBeforeKill("preferences", path, 300);
-    ASSERT_GE(committed.size(), 300u);
-
-    EXPECT_EQ(test::queryText(path, "PRAGMA integrity_check"), "ok");
-    UserDefaults store(path);
-    ASSERT_TRUE(store.isPersistent());
-    for (int i : committed) ASSERT_EQ(store.integerForKey("key." + std::to_string(i)), i) << "write " << i << " lost";
-    // The store goes on taking writes.
-    store.setBool("AfterTheCrash", true);
-    EXPECT_TRUE(store.boolForKey("AfterTheCrash"));
-}
-
-TEST(UserDefaultsFaults, LockHeldBeyondTheTimeOutIsAnErrorNotAHang) {
-    test::TempFolder temp;
-    const auto path = temp / "shared.sqlite";
-    test::LogCapture log;
-    UserDefaults store(path);
-    store.setString("CityName", "Makkah");
-    {
-        test::ChildProcess holder(TARVO_STORE_WRITER_PATH, {"hold", path.string()});
-        ASSERT_EQ(test::waitForLines(holder, 1), "locked\n");
-        EXPECT_FALSE(store.setString("CityName", "Madinah"));  // waits out the busy time-out, then gives up
-        holder.kill(SIGKILL);
-    }
-    EXPECT_TRUE(log.hasError("writing 'CityName' failed: database is locked"));
-    EXPECT_EQ(store.stringForKey("CityName"), "Makkah");
 }
 
 }  // namespace
