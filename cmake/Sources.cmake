@@ -68,8 +68,10 @@ set(TARVO_SOURCES_configuration
 set(TARVO_SOURCES_cities
   src/cities/CityCalculatorSetup.cpp
   src/cities/CityDirectory.cpp
+  src/cities/CityRows.cpp
   src/cities/CityStatementSlot.cpp
   src/cities/CurlLibrary.cpp
+  src/cities/NearestPlace.cpp
   src/cities/OfflineGeocoder.cpp
   src/cities/PlaceResolver.cpp
   src/cities/TarvoCity.cpp

@@ -22,7 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const auto opened = tarvo::CityDirectory::open(path);
         if (opened) {
             const auto& directory = *opened;
-            tarvo::SqliteDatabase& db = directory->database();
+            tarvo::CityDirectory& db = *directory;
             const auto countries = directory->countries();
             for (size_t i = 0; i < countries.size() && i < 3; ++i) {
                 const auto cities = tarvo::TarvoCity::GetAllCities(db, countries[i].identifier, countries[i].name);
@@ -35,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                              "a search answered more than 75 cities");
             TARVO_FUZZ_CHECK(tarvo::TarvoCity::SearchCities(db, "istanbul").size() <= 75,
                              "a ranked search answered more than 75 cities");
-            (void)tarvo::TarvoCity::GetCityForLat(41.0, 29.0, &db, 50.0, false);
+            (void)tarvo::TarvoCity::GetCityForLat(41.0, 29.0, &db, 50.0);
         } else {
             TARVO_FUZZ_CHECK(!opened.error().message.empty(), "a refused directory says why");
         }

@@ -32,9 +32,9 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string search(tarvo::fuzz::text(data, size));
     tarvo::fuzz::errorLines() = 0;
-    const auto cities = tarvo::TarvoCity::GetCities(gDirectory->database(), search);
+    const auto cities = tarvo::TarvoCity::GetCities(*gDirectory, search);
     TARVO_FUZZ_CHECK(cities.size() <= 75, "a search answered more than 75 cities");
-    const auto ranked = tarvo::TarvoCity::SearchCities(gDirectory->database(), search);
+    const auto ranked = tarvo::TarvoCity::SearchCities(*gDirectory, search);
     TARVO_FUZZ_CHECK(ranked.size() <= 75, "a ranked search answered more than 75 cities");
     (void)gDirectory->country(search);
     TARVO_FUZZ_CHECK(tarvo::fuzz::errorLines() == 0, "a search text broke the statement it was put in");

@@ -148,7 +148,7 @@ tarvo_status tarvo_directory_search(tarvo_directory* directory, const char* text
     return onHandle(directory, "directory", [&] {
         require(text, "text");
         require(out, "out");
-        const auto cities = TarvoCity::SearchCities(directory->directory->database(), text);
+        const auto cities = TarvoCity::SearchCities(*directory->directory, text);
         checkIntact(*directory->directory);
         *out = listOf(cities);
         return TARVO_OK;
@@ -164,7 +164,7 @@ tarvo_status tarvo_directory_nearest(tarvo_directory* directory, double latitude
             throw Failure(TARVO_ERROR_INVALID_ARGUMENT, fmt::format("radius {} km is outside 0 to 20000", radius_km));
         }
         CityDirectory& d = *directory->directory;
-        const auto city = TarvoCity::GetCityForLat(latitude, longitude, &d.database(), radius_km, false);
+        const auto city = TarvoCity::GetCityForLat(latitude, longitude, &d, radius_km);
         checkIntact(d);
         if (!city) {
             throw Failure(TARVO_ERROR_NOT_FOUND,

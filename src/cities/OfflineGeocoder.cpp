@@ -7,19 +7,16 @@
 
 namespace tarvo {
 
-OfflineGeocoder::OfflineGeocoder(std::shared_ptr<CityDirectory> directory)
-    : directory_(std::move(directory)), database_(directory_ ? &directory_->database() : nullptr) {}
-
-OfflineGeocoder::OfflineGeocoder(SqliteDatabase* directoryDatabase) : database_(directoryDatabase) {}
+OfflineGeocoder::OfflineGeocoder(std::shared_ptr<CityDirectory> directory) : directory_(std::move(directory)) {}
 
 Geocoder::Places OfflineGeocoder::reverseGeocode(double latitude, double longitude) {
-    if (!database_) return Error{"no city directory"};
+    if (!directory_) return Error{"no city directory"};
     std::vector<Place> places;
-    const auto city = TarvoCity::GetCityForLat(latitude, longitude, database_, kThresholdKm, false);
+    const auto city = directory_->nearestCity(latitude, longitude, kThresholdKm);
     if (!city) return places;
     Place place;
     place.locality = city->cityName().value_or("");
-    place.administrativeArea = CityDirectory::stateName(*database_, *city);
+    place.administrativeArea = directory_->stateName(*city);
     place.country = city->countryName().value_or("");
     place.formattedAddress = place.administrativeArea.empty()
                                  ? fmt::format("{}, {}", place.locality, place.country)

@@ -5,6 +5,7 @@
 
 #include "platform/LogMacros.h"
 #include "platform/Text.h"
+#include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/Geocoder.h"
 #include "tarvo/cities/OfflineGeocoder.h"
 #include "tarvo/cities/TarvoCity.h"
@@ -54,24 +55,25 @@ void useDeviceZoneIfFollowingZone(TarvoCity& city) {
 // the cache within 4 km. The caller's larger distances are deliberately never used as such:
 // the fixed steps keep a moving device from jumping between far neighbours.
 std::shared_ptr<TarvoCity> lookUpLocally(const TarvoCity& city, double thresholdKm, SqliteDatabase* user,
-                                         SqliteDatabase* directory, TarvoDAO::LocationSource& source) {
+                                         CityDirectory* directory, TarvoDAO::LocationSource& source) {
     const double lat = city.latitude();
     const double lon = city.longitude();
     struct Step {
-        SqliteDatabase* database;
         double km;
         bool cache;
         bool onlyBeyondTwoKm;
     };
     const Step steps[] = {
-        {directory, 0.0, false, false},
-        {user, thresholdKm <= 2.0 ? thresholdKm : 8.0, true, false},
-        {directory, 3.0, false, true},
-        {user, 4.0, true, true},
+        {0.0, false, false},
+        {thresholdKm <= 2.0 ? thresholdKm : 8.0, true, false},
+        {3.0, false, true},
+        {4.0, true, true},
     };
     for (const Step& step : steps) {
         if (step.onlyBeyondTwoKm && !(thresholdKm > 2.0)) continue;
-        if (auto found = TarvoCity::GetCityForLat(lat, lon, step.database, step.km, step.cache)) {
+        auto found = step.cache ? TarvoCity::GetCityForLat(lat, lon, user, step.km, true)
+                                : TarvoCity::GetCityForLat(lat, lon, directory, step.km);
+        if (found) {
             source = step.cache ? TarvoDAO::LocationSource::cache : TarvoDAO::LocationSource::directory;
             return found;
         }
@@ -111,7 +113,8 @@ TarvoDAO::LocationSource TarvoDAO::lastLocationSource() const {
 }
 
 void TarvoDAO::updateCityWithReverseGeocodedInformation(const std::shared_ptr<TarvoCity>& city, double thresholdKm,
-                                                        Database database, Database staticDB) {
+                                                        Database database,
+                                                        std::shared_ptr<CityDirectory> staticDB) {
     if (!city) return;
     TARVO_LOG_DEBUG(" [LocationController] START REVERSE GEOCODER: {:f}, {:f}", city->latitude(), city->longitude());
     LocationSource source = LocationSource::none;
@@ -147,7 +150,7 @@ void TarvoDAO::updateCityWithReverseGeocodedInformation(const std::shared_ptr<Ta
     {
         std::lock_guard lock(fieldsMutex_);
         web = webGeocoder_ ? webGeocoder_ : std::make_shared<WebGeocoder>();
-        fallback = fallbackGeocoder_ ? fallbackGeocoder_ : std::make_shared<OfflineGeocoder>(staticDB.get());
+        fallback = fallbackGeocoder_ ? fallbackGeocoder_ : std::make_shared<OfflineGeocoder>(staticDB);
     }
     const std::weak_ptr<TarvoDAO> self = weak_from_this();
     // The publish step: cache, active city, last used city, then the announcement.

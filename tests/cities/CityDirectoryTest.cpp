@@ -13,6 +13,7 @@
 #include "support/ResultValue.h"
 #include "support/SmallDirectory.h"
 #include "support/SqliteScript.h"
+#include "cities/CityDirectoryImpl.h"
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
@@ -58,7 +59,7 @@ protected:
     void TearDown() override { TarvoCity::resetStatementCache(); }
 
     std::shared_ptr<TarvoCity> nearest(double lat, double lon, double km) {
-        return TarvoCity::GetCityForLat(lat, lon, &directory_->database(), km, false);
+        return TarvoCity::GetCityForLat(lat, lon, directory_.get(), km);
     }
 
     test::ScopedDataFolder folder_;
@@ -67,7 +68,7 @@ protected:
 };
 
 TEST_F(CityDirectoryTest, BuilderWritesTheTablesFromADump) {
-    SqliteDatabase& db = directory_->database();
+    SqliteDatabase& db = directory_->impl().database;
     EXPECT_EQ(test::queryText(db, "SELECT count(*) FROM cities"), "9") << "the non-populated place is left out";
     EXPECT_EQ(test::queryText(db, "SELECT group_concat(id || ' ' || code || ' ' || name, '; ') FROM countries"),
               "36 AU Australia; 76 BR Brazil; 148 TD Chad; 356 IN India; 566 NG Nigeria; 578 NO Norway; "
@@ -122,13 +123,13 @@ TEST_F(CityDirectoryTest, NearestCityHonoursTheThreshold) {
     EXPECT_EQ(summary(nearest(10, 20, 99)), "-");
     EXPECT_EQ(summary(nearest(-30, -50, 100)), "-");
     EXPECT_EQ(nearest(-30, -50, 104)->cityName(), "Hundred And Ten North");
-    EXPECT_FALSE(TarvoCity::GetCityForLat(0, 0, nullptr, 10, false));
+    EXPECT_FALSE(TarvoCity::GetCityForLat(0, 0, static_cast<CityDirectory*>(nullptr), 10));
     // The cache table does not exist in the directory: nothing found.
-    EXPECT_FALSE(TarvoCity::GetCityForLat(0, 0, &directory_->database(), 10, true));
+    EXPECT_FALSE(TarvoCity::GetCityForLat(0, 0, directory_.get(), 10, true));
 }
 
 TEST_F(CityDirectoryTest, SearchMatchesNamesAndCountriesSafely) {
-    SqliteDatabase& db = directory_->database();
+    CityDirectory& db = *directory_;
     EXPECT_EQ(names(TarvoCity::GetCities(db, "LON")), Names{"London"});
     EXPECT_EQ(names(TarvoCity::GetCities(db, "tromsø")), Names{"Tromsø"});
     // Country matches: every city of the country, ordered by country then name.
@@ -138,11 +139,13 @@ TEST_F(CityDirectoryTest, SearchMatchesNamesAndCountriesSafely) {
     ASSERT_EQ(mumbai.size(), 1u);
     EXPECT_EQ(summary(mumbai[0]), "Mumbai|India|Asia/Kolkata|50");
 
-    // Blank text finds nothing, without touching the database (a closed one would fail).
+    // Blank text finds nothing, without touching the database (a search would log its failure).
     test::LogCapture log;
-    SqliteDatabase closed;
-    EXPECT_TRUE(TarvoCity::GetCities(closed, "  \u00a0\t").empty());
-    EXPECT_TRUE(TarvoCity::GetCities(closed, std::nullopt).empty());
+    auto unprepared = openSmall(small_);
+    ASSERT_TRUE(unprepared);
+    unprepared->impl().listing.finalize();  // a search that ran would log its failure
+    EXPECT_TRUE(TarvoCity::GetCities(*unprepared, "  \u00a0\t").empty());
+    EXPECT_TRUE(TarvoCity::GetCities(*unprepared, std::nullopt).empty());
     EXPECT_TRUE(log.errors().empty());
 
     const Names hostile = {"'", "''", "x' OR '1'='1", "'; DROP TABLE cities; --", "\\", "\\'", "%' --",
@@ -155,7 +158,7 @@ TEST_F(CityDirectoryTest, SearchMatchesNamesAndCountriesSafely) {
     EXPECT_EQ(TarvoCity::GetCities(db, "%").size(), 9u);
     EXPECT_EQ(names(TarvoCity::GetCities(db, "l_ndon")), Names{"London"});
     EXPECT_TRUE(log.errors().empty()) << log.errors().front();
-    EXPECT_EQ(test::queryText(db, "SELECT count(*) FROM cities"), "9");
+    EXPECT_EQ(test::queryText(db.impl().database, "SELECT count(*) FROM cities"), "9");
 }
 
 TEST(CityDirectorySearch, RanksEqualThenBeginningThenContainingNamesBiggestFirst) {
@@ -180,7 +183,7 @@ TEST(CityDirectorySearch, RanksEqualThenBeginningThenContainingNamesBiggestFirst
     };
     for (const auto& [text, expected] : cases) {
         Names found;
-        for (const auto& city : TarvoCity::SearchCities(directory->database(), text)) {
+        for (const auto& city : TarvoCity::SearchCities(*directory, text)) {
             found.push_back(*city->cityName() + " " + directory->country(*city->countryName())->code);
         }
         EXPECT_EQ(found, expected) << text;
@@ -199,26 +202,26 @@ TEST(CityDirectorySearch, ReturnsTheFirst75InCountryThenNameOrder) {
     test::SmallDirectory small(many);
     const auto directory = openSmall(small);
     ASSERT_TRUE(directory);
-    const Names listed = names(TarvoCity::GetCities(directory->database(), "villeneuve"));
+    const Names listed = names(TarvoCity::GetCities(*directory, "villeneuve"));
     ASSERT_EQ(listed.size(), 75u);
     // Canada has 67 of the 200 (i = 1, 4, ..., 199), then France's first names follow.
     EXPECT_EQ((Names{listed[0], listed[66], listed[67], listed[74]}),
               (Names{"Villeneuve 000", "Villeneuve 198", "Villeneuve 001", "Villeneuve 022"}));
     // The ranked search: all begin with the text, so the 75 biggest.
-    const Names ranked = names(TarvoCity::SearchCities(directory->database(), "Villeneuve"));
+    const Names ranked = names(TarvoCity::SearchCities(*directory, "Villeneuve"));
     ASSERT_EQ(ranked.size(), 75u);
     EXPECT_EQ((Names{ranked.front(), ranked.back()}), (Names{"Villeneuve 000", "Villeneuve 074"}));
 }
 
 TEST_F(CityDirectoryTest, CountryListsCarryStateOffsetAndTheGivenName) {
     test::LogCapture log;
-    const auto uk = TarvoCity::GetAllCities(directory_->database(), 826, "Great Britain");
+    const auto uk = TarvoCity::GetAllCities(*directory_, 826, "Great Britain");
     ASSERT_EQ(uk.size(), 1u);
     EXPECT_EQ(summary(uk[0]) + "|" + uk[0]->stateName().value_or("-"), "London|Great Britain|Europe/London|0|England");
-    EXPECT_EQ(names(TarvoCity::GetAllCities(directory_->database(), 566, "Nigeria")), (Names{"Twin Big", "Twin Small"}));
-    EXPECT_EQ(TarvoCity::GetAllCities(directory_->database(), 356, "India")[0]->GMT(), 5.5);
+    EXPECT_EQ(names(TarvoCity::GetAllCities(*directory_, 566, "Nigeria")), (Names{"Twin Big", "Twin Small"}));
+    EXPECT_EQ(TarvoCity::GetAllCities(*directory_, 356, "India")[0]->GMT(), 5.5);
     EXPECT_TRUE(log.errors().empty()) << "the extra bind is harmless";
-    EXPECT_TRUE(TarvoCity::GetAllCities(directory_->database(), 999, "Nowhere").empty());
+    EXPECT_TRUE(TarvoCity::GetAllCities(*directory_, 999, "Nowhere").empty());
 
     EXPECT_EQ(fmt::format("{} {} {}", directory_->country("gb").value().name,
                           directory_->country("NORWAY").value().identifier, directory_->country("682").value().code),
@@ -234,7 +237,7 @@ TEST_F(CityDirectoryTest, DirectoryLookUpsAnswerTheCityOperationsOnAnIntactFile)
         EXPECT_TRUE(lookUp) << (lookUp ? "" : lookUp.error().message);
         return lookUp ? *lookUp : std::remove_cvref_t<decltype(*lookUp)>{};
     };
-    EXPECT_EQ(names(value(directory_->search("lon"))), names(TarvoCity::SearchCities(directory_->database(), "lon")));
+    EXPECT_EQ(names(value(directory_->search("lon"))), names(TarvoCity::SearchCities(*directory_, "lon")));
     EXPECT_EQ(names(value(directory_->listing("united"))), Names{"London"});
     EXPECT_EQ(names(value(directory_->cities(directory_->country("566").value()))), (Names{"Twin Big", "Twin Small"}));
     EXPECT_EQ(summary(value(directory_->nearest(10, 20, 100))), summary(nearest(10, 20, 100)));
@@ -300,7 +303,7 @@ TEST_F(CityDirectoryTest, ConcurrentLookupsAndCacheWrites) {
         threads.emplace_back([&, t] {
             for (int i = 0; i < 25; ++i) {
                 if (summary(nearest(51.5, -0.12, 5)).rfind("London|", 0) != 0) ++wrong;
-                if (TarvoCity::GetCities(directory_->database(), "mum").size() != 1) ++wrong;
+                if (TarvoCity::GetCities(*directory_, "mum").size() != 1) ++wrong;
                 const auto city = place(fmt::format("Place {}", t), t, i);
                 TarvoCity::saveCityInReverseGeocodeCache(user->database(), city);
                 TarvoCity::SaveLastUsedCity(user->database(), city);
@@ -327,9 +330,9 @@ TEST_F(CityDirectoryTest, DirectoryIsOnlyReadEvenInWriteAheadLogMode) {
     {
         auto directory = test::valueOrFailure(CityDirectory::open(file));
         ASSERT_TRUE(directory);
-        EXPECT_EQ(names(TarvoCity::GetCities(directory->database(), "LON")), Names{"London"});
+        EXPECT_EQ(names(TarvoCity::GetCities(*directory, "LON")), Names{"London"});
         // No statement on the directory runs for ever: past its bound it is stopped.
-        EXPECT_EQ(directory->database().exec(
+        EXPECT_EQ(directory->impl().database.exec(
                       "WITH RECURSIVE r(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM r) SELECT count(*) FROM r"),
                   SQLITE_INTERRUPT);
         TarvoCity::resetStatementCache();
@@ -351,7 +354,7 @@ TEST(ShippedDirectory, NearestInTheBoxIsTheFullScansPlaceAndEveryPlaceIsFoundAtI
     ASSERT_TRUE(located) << located.error().message;
     auto shipped = test::valueOrFailure(CityDirectory::open(*located));
     ASSERT_TRUE(shipped);
-    SqliteDatabase& db = shipped->database();
+    SqliteDatabase& db = shipped->impl().database;
     EXPECT_EQ(test::queryText(db, "SELECT count(*) || ' ' || (SELECT name || ', ' || country FROM cities LIMIT 1) || ' "
                                   "' || (SELECT code || ' ' || name FROM countries WHERE id = 682) || ' ' || (SELECT "
                                   "gmt FROM cities356 LIMIT 1) FROM cities"),
@@ -391,8 +394,8 @@ TEST(ShippedDirectory, NearestInTheBoxIsTheFullScansPlaceAndEveryPlaceIsFoundAtI
         ASSERT_TRUE(boxed && scan);
         size_t found = 0;
         for (const auto& [lat, lon, km] : probes) {
-            const auto expected = TarvoCity::GetCityForLat(lat, lon, &scan->database(), km, false);
-            const auto actual = TarvoCity::GetCityForLat(lat, lon, &boxed->database(), km, false);
+            const auto expected = TarvoCity::GetCityForLat(lat, lon, scan.get(), km);
+            const auto actual = TarvoCity::GetCityForLat(lat, lon, boxed.get(), km);
             ASSERT_EQ(!expected, !actual) << lat << ", " << lon << " within " << km;
             if (!expected) continue;
             ++found;
@@ -409,7 +412,7 @@ TEST(ShippedDirectory, NearestInTheBoxIsTheFullScansPlaceAndEveryPlaceIsFoundAtI
     size_t sampled = 0;
     for (; sample.step() == 100; ++sampled) {
         const double lat = sample.columnDouble(0), lon = sample.columnDouble(1);
-        const auto at = TarvoCity::GetCityForLat(lat, lon, &db, 0, false);
+        const auto at = TarvoCity::GetCityForLat(lat, lon, shipped.get(), 0);
         ASSERT_TRUE(at) << lat << ", " << lon;
         EXPECT_EQ(std::pair(at->latitude(), at->longitude()), std::pair(lat, lon));
     }

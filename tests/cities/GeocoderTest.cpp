@@ -157,15 +157,14 @@ TEST(OfflineGeocoder, NamesTheNearestDirectoryCityWithin100Km) {
     const auto norwich = geocoder.reverseGeocode(52.63, 1.3);                         // 160 km
     EXPECT_TRUE(norwich && norwich->empty());
     EXPECT_FALSE(OfflineGeocoder(std::shared_ptr<CityDirectory>()).reverseGeocode(51.5, 0));
-    EXPECT_FALSE(OfflineGeocoder(static_cast<SqliteDatabase*>(nullptr)).reverseGeocode(51.5, 0));
 
-    // Through a connection the caller holds, on the shipped directory: a city of the
+    // On the shipped directory: a city of the
     // "United States of America" (kept as "United States" in a city record) has its state.
     test::ScopedEnvironment environment;
     environment.unset(CityDirectory::kEnvironmentVariable);
     auto shipped = test::valueOrFailure(CityDirectory::open(""));
     ASSERT_TRUE(shipped);
-    result = test::valueOrFailure(OfflineGeocoder(&shipped->database()).reverseGeocode(40.7143, -74.006));
+    result = test::valueOrFailure(OfflineGeocoder(shipped).reverseGeocode(40.7143, -74.006));
     ASSERT_EQ(result.size(), 1u);
     EXPECT_EQ(text(result[0]), "New York|New York|United States");
 }

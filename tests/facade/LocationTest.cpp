@@ -67,7 +67,7 @@ protected:
     }
     void locate(const std::shared_ptr<TarvoCity>& city, double km) {
         facade->updateCityWithReverseGeocodedInformation(city, km, std::shared_ptr<SqliteDatabase>(user, &user->database()),
-                                                         std::shared_ptr<SqliteDatabase>(directory, &directory->database()));
+                                                         directory);
         if (shown > hidden) DispatchQueue::main().runUntil([this] { return hidden == shown; }, std::chrono::seconds(10));
         DispatchQueue::main().drain();
     }
@@ -183,7 +183,7 @@ TEST_F(Location, ConcurrentFixesAllPublished) {
         threads.emplace_back([this, i] {
             facade->updateCityWithReverseGeocodedInformation(
                 fixAt(10.0 + i, 10.0), 1.5, std::shared_ptr<SqliteDatabase>(user, &user->database()),
-                std::shared_ptr<SqliteDatabase>(directory, &directory->database()));
+                directory);
         });
     }
     for (auto& t : threads) t.join();

@@ -8,7 +8,6 @@
 namespace tarvo {
 
 class CityDirectory;
-class SqliteDatabase;
 
 /// The geocoder that needs no network: the nearest city of the directory within 100 km, as
 /// one place (locality = city, administrative area = its state, country), else no places.
@@ -19,15 +18,11 @@ public:
 
     /// Without a directory every answer is an error.
     explicit OfflineGeocoder(std::shared_ptr<CityDirectory> directory);
-    /// Reads the directory through a connection the caller opened and keeps open for the
-    /// geocoder's life (the static database handed to the location update).
-    explicit OfflineGeocoder(SqliteDatabase* directoryDatabase);
 
     Places reverseGeocode(double latitude, double longitude) override;
 
 private:
     std::shared_ptr<CityDirectory> directory_;
-    SqliteDatabase* database_ = nullptr;
 };
 
 }  // namespace tarvo

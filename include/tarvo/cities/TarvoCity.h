@@ -15,6 +15,7 @@
 
 namespace tarvo {
 
+class CityDirectory;
 class KeyedArchiver;
 class KeyedUnarchiver;
 class SqliteDatabase;
@@ -178,34 +179,29 @@ public:
     void dbSync(SqliteDatabase& database);
 
     // ---- City directory, reverse-geocode cache, last used city ---------------------------
-    // The directory is the read-only database of CityDirectory; the cache (`cachedcities`) and
-    // the last used city (`lastused`) live in the user database. Cities come back filled
-    // silently (no DIRTY tracking). Failures are logged and answered with nothing or an
-    // empty list.
+    // The directory's look-ups are CityDirectory's, answered through it; the cache
+    // (`cachedcities`) and the last used city (`lastused`) live in the user database. Cities
+    // come back filled silently (no DIRTY tracking). Failures are logged and answered with
+    // nothing or an empty list.
 
-    /// The cities of the country whose `cities<countryID>` table the directory holds, in
-    /// name order, each carrying `countryName`.
-    static std::vector<std::shared_ptr<TarvoCity>> GetAllCities(SqliteDatabase& directory, int64_t countryID,
+    /// CityDirectory::citiesOfCountry.
+    static std::vector<std::shared_ptr<TarvoCity>> GetAllCities(CityDirectory& directory, int64_t countryID,
                                                                 const std::string& countryName);
-    /// At most 75 directory cities whose name contains the text (letter case ignored) or
-    /// whose country contains it, ordered by country then name. Blank text finds nothing.
-    static std::vector<std::shared_ptr<TarvoCity>> GetCities(SqliteDatabase& directory,
+    /// CityDirectory::citiesContaining.
+    static std::vector<std::shared_ptr<TarvoCity>> GetCities(CityDirectory& directory,
                                                              const std::optional<std::string>& search);
-    /// The ranked city search: at most kMaxSearchResults directory cities one of whose names
-    /// (its own, its alternate names and translations, their Latin-ASCII spellings) equals,
-    /// begins with or contains the text, letter case and accents ignored (see text::folded);
-    /// a text of one or two characters only equals or begins a name. Cities whose name equals
-    /// the text come first, then those with a name that begins with it, then the rest, each
-    /// group biggest city first (the directory's row order). Blank text finds nothing; a
-    /// directory without the name index finds nothing and logs an error.
-    static std::vector<std::shared_ptr<TarvoCity>> SearchCities(SqliteDatabase& directory, std::string_view text);
+    /// CityDirectory::rankedSearch.
+    static std::vector<std::shared_ptr<TarvoCity>> SearchCities(CityDirectory& directory, std::string_view text);
     static constexpr size_t kMaxSearchResults = 75;
-    /// The nearest place within `thresholdKm` (widened by 6 per cent) of the position: from
-    /// the directory's `cities`, or with `checkCache` from the user database's
-    /// `cachedcities`. Nothing when no database is given or no place is that near. A place at
-    /// the very position is found for any threshold from 0 up. The directory's places are read
-    /// inside a box around the position when it has the position index (`cityboxes`); the
-    /// answer is the one the scan of every row gives, ties included.
+    /// The nearest directory city within `thresholdKm` (CityDirectory::nearestCity); nothing
+    /// without a directory. The directory has no reverse-geocode cache: with `checkCache`
+    /// nothing is found.
+    static std::shared_ptr<TarvoCity> GetCityForLat(double latitude, double longitude, CityDirectory* directory,
+                                                    double thresholdKm, bool checkCache = false);
+    /// The nearest place of the user database's reverse-geocode cache (`checkCache`), within
+    /// `thresholdKm` widened by 6 per cent, found at the very position for any threshold from
+    /// 0 up; nothing without a database or without `checkCache` (the user database holds no
+    /// directory).
     static std::shared_ptr<TarvoCity> GetCityForLat(double latitude, double longitude, SqliteDatabase* database,
                                                     double thresholdKm, bool checkCache);
     /// Adds the city (names, position, zone and its name's Soundex code) to the cache.

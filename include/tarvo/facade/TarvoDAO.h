@@ -20,6 +20,7 @@ namespace tarvo {
 class Calendar;
 class DispatchQueue;
 class Geocoder;
+class CityDirectory;
 class SqliteDatabase;
 class IslamicCalendar;
 class Prayer;
@@ -147,7 +148,7 @@ public:
     /// Either database may be empty; the publish step keeps them open until it has run.
     void updateCityWithReverseGeocodedInformation(const std::shared_ptr<TarvoCity>& city, double thresholdKm,
                                                   std::shared_ptr<SqliteDatabase> database,
-                                                  std::shared_ptr<SqliteDatabase> staticDB);
+                                                  std::shared_ptr<CityDirectory> staticDB);
     /// The web geocoder (default: WebGeocoder, which asks nothing unless the user chose a
     /// service) and the fallback (default: the nearest directory city of `staticDB`).
     void setWebGeocoder(std::shared_ptr<Geocoder> geocoder);
