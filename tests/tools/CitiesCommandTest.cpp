@@ -118,11 +118,6 @@ TEST_F(CitiesToolTest, SavedCityKeepsItsPolarResolutionAndMaghribAndIshaMinutes)
     ASSERT_EQ(list.size(), 2u);
     EXPECT_EQ(list[0]["polarResolution"], "nearest-day");
     EXPECT_EQ(list[1]["ishaMinutes"], 120.0);
-    EXPECT_TRUE(test::failedWith(2, runTarvo({"cities", "add", "--name", "X", "--country", "Y", "--lat", "1", "--lon",
-                                              "2", "--tz", "UTC", "--isha-minutes", "-5"})));
-    EXPECT_TRUE(test::failedWith(2, runTarvo({"cities", "add", "--name", "X", "--country", "Y", "--lat", "1", "--lon",
-                                              "2", "--tz", "UTC", "--polar", "midnight"})));
-    EXPECT_EQ(savedCities().size(), 2u);
 }
 
 TEST_F(CitiesToolTest, BadInputIsAOneLineErrorAndChangesNothing) {
@@ -138,6 +133,7 @@ TEST_F(CitiesToolTest, BadInputIsAOneLineErrorAndChangesNothing) {
              {"cities", "delete", unknown}, {"cities", "select", unknown}, {"cities", "delete", "first"},
              {"cities", "select", "1.5"}, with({"--tz", "Nowhere/City"}), with({"--tz", "UTC", "--method", "99"}),
              with({"--tz", "UTC", "--gmt", "5h"}), with({"--tz", "UTC", "--lat", "north"}),
+             with({"--tz", "UTC", "--isha-minutes", "-5"}), with({"--tz", "UTC", "--polar", "midnight"}),
              {"cities", "add", "--name", "", "--country", "Y", "--lat", "1", "--lon", "2", "--tz", "UTC"},
              {"times", "--saved", "--lat", "1"}, {"times", "--saved", "--method", "3"}, {"times", "--lat", "1", "--lon", "2"}}) {
         EXPECT_TRUE(test::failedWith(2, runTarvo(command))) << command[1] << " " << command[2];
