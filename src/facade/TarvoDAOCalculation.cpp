@@ -79,7 +79,7 @@ std::array<bool, kDaySize> stampedOnNextDay(const std::vector<double>& times) {
 }  // namespace
 
 int64_t TarvoDAO::getAdjustmentMinutesForPrayer(int64_t type, bool force) {
-    return adjustmentMinutes(PrayerConfiguration::shared().get(), type, force);
+    return adjustmentMinutes(getSharedInstance()->globalPrayerConfiguration().get(), type, force);
 }
 
 int64_t TarvoDAO::getDaysInMonth(int64_t year, int64_t month) {
@@ -94,7 +94,8 @@ int64_t TarvoDAO::getDaysInMonth(int64_t year, int64_t month) {
 TarvoDAO::DayList TarvoDAO::getPrayerTimesForDate(Date date, const std::shared_ptr<TarvoCity>& city,
                                                   const Calendar& gregorianCalendar,
                                                   const IslamicCalendar& islamicCalendar) {
-    return dayTimetable(date, city, gregorianCalendar, islamicCalendar, PrayerConfiguration::shared());
+    return dayTimetable(date, city, gregorianCalendar, islamicCalendar,
+                        getSharedInstance()->globalPrayerConfiguration());
 }
 
 TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoCity>& city,
