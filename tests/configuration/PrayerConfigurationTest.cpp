@@ -137,5 +137,21 @@ TEST_F(PrayerConfigurationTest, ArchiveCarriesSettingsAndLiveAlertsAndDecodingHa
     EXPECT_FALSE(shared()->objectForKey("UsePrayerAdjustments").has_value());
 }
 
+TEST_F(PrayerConfigurationTest, ArchivedDataIsTheHostsWayToSendAConfiguration) {
+    shared()->setInteger("HijriCorrection", -2);
+    shared()->setBool("15HourAfterMaghrib", true);
+    const std::vector<uint8_t> data = PrayerConfiguration().archivedData();
+
+    ScopedDataFolder receiver;  // a store with none of those values
+    const auto decoded = PrayerConfiguration::initWithArchivedData(data);
+    ASSERT_TRUE(decoded);
+    EXPECT_EQ(decoded->HijriCorrection(), -2);
+    EXPECT_TRUE(decoded->OneHalfHourAfterMaghrib());
+    // Bytes that are no archive, or an archive of another class, give nothing.
+    EXPECT_EQ(PrayerConfiguration::initWithArchivedData({1, 2, 3}), nullptr);
+    KeyedArchiver city{"TarvoCity"};
+    EXPECT_EQ(PrayerConfiguration::initWithArchivedData(city.encodedData()), nullptr);
+}
+
 }  // namespace
 }  // namespace tarvo
