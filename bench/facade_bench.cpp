@@ -1,6 +1,9 @@
 // The facade's cost over the engine's: one day's timetable with its ten records (what a host
 // asks for per day shown) against the engine's day computation for the same place-days, and
-// one current/next check on a generated list.
+// one current/next check on a generated list. The place-days are asked in two orders:
+// consecutive (each place's days in turn, as a month view asks) and scattered (every place
+// for one day, then the next day: no request follows the day before at the same place, so
+// nothing a previous request computed can be reused).
 //
 // per_place_day is CPU seconds per place-day; per_check CPU seconds per check.
 #include <benchmark/benchmark.h>
@@ -48,44 +51,62 @@ void perPlaceDay(benchmark::State& state, const Workload& w) {
                            benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
+// The order in which a benchmark visits the place-days: calls visit(place, day) for each.
+enum class Order { Consecutive, Scattered };
+
+template <class Visit>
+void forEachPlaceDay(const Workload& w, Order order, Visit&& visit) {
+    if (order == Order::Consecutive) {
+        for (size_t p = 0; p < w.places.size(); ++p) {
+            for (const auto& day : w.days) visit(p, day);
+        }
+        return;
+    }
+    for (const auto& day : w.days) {
+        for (size_t p = 0; p < w.places.size(); ++p) visit(p, day);
+    }
+}
+
 // The engine alone: a calculator set up as the facade sets it, one day.
-void BM_Engine_DayPerPlaceDay(benchmark::State& state) {
+void engineDays(benchmark::State& state, Order order) {
     const Workload& w = *gWorkload;
     for (auto _ : state) {
-        for (size_t p = 0; p < w.places.size(); ++p) {
+        forEachPlaceDay(w, order, [](size_t p, const tarvo::bench::Day& day) {
             const auto& city = *gCities[p];
-            for (const auto& day : w.days) {
-                tarvo::PrayerCalculator calculator;
-                calculator.setLat(city.latitude());
-                calculator.setLng(city.longitude());
-                calculator.setCalcMethod(city.prayerMethod());
-                calculator.setAsrJuristic(city.asrMethod());
-                calculator.setOverrideTimeZoneOffset(city.GMT());
-                std::vector<double> times = calculator.getDatePrayerTimesAsDoubles(
-                    day.noon, city.cityName(), city.countryName(), city.latitude(), city.longitude(), city.TimeZone());
-                benchmark::DoNotOptimize(times.data());
-            }
-        }
+            tarvo::PrayerCalculator calculator;
+            calculator.setLat(city.latitude());
+            calculator.setLng(city.longitude());
+            calculator.setCalcMethod(city.prayerMethod());
+            calculator.setAsrJuristic(city.asrMethod());
+            calculator.setOverrideTimeZoneOffset(city.GMT());
+            std::vector<double> times = calculator.getDatePrayerTimesAsDoubles(
+                day.noon, city.cityName(), city.countryName(), city.latitude(), city.longitude(), city.TimeZone());
+            benchmark::DoNotOptimize(times.data());
+        });
     }
     perPlaceDay(state, w);
 }
+void BM_Engine_DayPerPlaceDay(benchmark::State& state) { engineDays(state, Order::Consecutive); }
+void BM_Engine_DayPerPlaceDayScattered(benchmark::State& state) { engineDays(state, Order::Scattered); }
+BENCHMARK(BM_Engine_DayPerPlaceDayScattered)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Engine_DayPerPlaceDay)->Unit(benchmark::kMillisecond);
 
 // The facade: ten records with adjustments, tomorrow's Fajr and sunrise included.
-void BM_Facade_DayTimetablePerPlaceDay(benchmark::State& state) {
+void facadeDays(benchmark::State& state, Order order) {
     const Workload& w = *gWorkload;
     const tarvo::Calendar gregorian;
     const tarvo::IslamicCalendar islamic;
     for (auto _ : state) {
-        for (size_t p = 0; p < w.places.size(); ++p) {
-            for (const auto& day : w.days) {
-                auto list = tarvo::TarvoDAO::getPrayerTimesForDate(day.noon, gCities[p], gregorian, islamic);
-                benchmark::DoNotOptimize(list.data());
-            }
-        }
+        forEachPlaceDay(w, order, [&](size_t p, const tarvo::bench::Day& day) {
+            auto list = tarvo::TarvoDAO::getPrayerTimesForDate(day.noon, gCities[p], gregorian, islamic);
+            benchmark::DoNotOptimize(list.data());
+        });
     }
     perPlaceDay(state, w);
 }
+void BM_Facade_DayTimetablePerPlaceDay(benchmark::State& state) { facadeDays(state, Order::Consecutive); }
+void BM_Facade_DayTimetablePerPlaceDayScattered(benchmark::State& state) { facadeDays(state, Order::Scattered); }
+BENCHMARK(BM_Facade_DayTimetablePerPlaceDayScattered)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Facade_DayTimetablePerPlaceDay)->Unit(benchmark::kMillisecond);
 
 // One current/next check on a generated list, at a moment the list covers.

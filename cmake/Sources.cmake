@@ -63,6 +63,7 @@ set(TARVO_SOURCES_calculation
 )
 set(TARVO_SOURCES_configuration
   src/configuration/PrayerConfiguration.cpp
+  src/configuration/PrayerConfigurationArchive.cpp
   src/configuration/SettingDescription.cpp
 )
 set(TARVO_SOURCES_cities

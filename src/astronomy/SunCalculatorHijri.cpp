@@ -1,6 +1,6 @@
-// Hijri and Gregorian dates: the Islamic calendar the user chose (the arithmetical one unless
-// they chose Umm al-Qura or the astronomical one), moved by the user's Hijri correction, as
-// dates, texts and date parts.
+// Hijri and Gregorian dates: an Islamic calendar (the arithmetical one, Umm al-Qura or the
+// astronomical one) moved by a Hijri correction, as dates, texts and date parts. The caller
+// names both; the forms without them answer by the user's stored choice.
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -12,6 +12,7 @@
 #include "tarvo/platform/IslamicCalendar.h"
 #include "tarvo/platform/Locale.h"
 #include "tarvo/platform/TimeZone.h"
+#include "tarvo/platform/UserDefaults.h"
 
 namespace tarvo {
 
@@ -28,8 +29,6 @@ struct Shared {
     std::optional<DateFormatter> formatter;
     std::unique_ptr<IslamicCalendar> islamic;
     std::string islamicZone;
-    SunCalculator::HijriCorrectionSource correction;
-    SunCalculator::HijriCalendarSource calendarKind;
 
     static Shared& instance() {
         static Shared* shared = new Shared();  // lives as long as the process
@@ -84,38 +83,11 @@ std::vector<int32_t> parts(const DateComponents& c) {
 
 }  // namespace
 
-void SunCalculator::setHijriCorrectionSource(HijriCorrectionSource source) {
-    Shared& shared = Shared::instance();
-    std::lock_guard lock(shared.mutex);
-    shared.correction = std::move(source);
-}
-
-int64_t SunCalculator::hijriCorrection() {
-    HijriCorrectionSource source;
-    {
-        Shared& shared = Shared::instance();
-        std::lock_guard lock(shared.mutex);
-        source = shared.correction;
-    }
-    // Asked outside the lock: the source may take locks of its own.
-    return source ? source() : 0;
-}
-
-void SunCalculator::setHijriCalendarSource(HijriCalendarSource source) {
-    Shared& shared = Shared::instance();
-    std::lock_guard lock(shared.mutex);
-    shared.calendarKind = std::move(source);
-}
-
-IslamicCalendar::Kind SunCalculator::hijriCalendarKind() {
-    HijriCalendarSource source;
-    {
-        Shared& shared = Shared::instance();
-        std::lock_guard lock(shared.mutex);
-        source = shared.calendarKind;
-    }
-    // Asked outside the lock: the source may take locks of its own.
-    return source ? source() : IslamicCalendar::Kind::civil;
+SunCalculator::HijriReckoning SunCalculator::userHijriReckoning() {
+    // The keys the configuration stores the two choices under.
+    const auto store = UserDefaults::sharedUserDefaultsObj();
+    return HijriReckoning{IslamicCalendar::kindOfNumber(store->integerForKey("HijriCalendar")),
+                          store->integerForKey("HijriCorrection")};
 }
 
 Date SunCalculator::getDateForDay(int64_t day, int64_t month, int64_t year) {
@@ -127,18 +99,26 @@ Date SunCalculator::getDateForDay(int64_t day, int64_t month, int64_t year) {
 }
 
 Date SunCalculator::getDateFromHijriDay(int64_t day, int64_t month, int64_t year) {
-    const int64_t correction = hijriCorrection();
-    const IslamicCalendar::Kind kind = hijriCalendarKind();
+    return getDateFromHijriDay(day, month, year, userHijriReckoning());
+}
+
+Date SunCalculator::getDateFromHijriDay(int64_t day, int64_t month, int64_t year, const HijriReckoning& reckoning) {
     Shared& shared = Shared::instance();
     std::lock_guard lock(shared.mutex);
     // The shared formatter gets the text pattern here too, so its state is the same whichever
     // of the two Hijri operations ran last.
     shared.dateFormatter().setDateFormat(kGregorianTextFormat);
-    return Calendar().dateByAddingDays(-correction, startOfHijriDay(shared, kind, day, month, year));
+    return Calendar().dateByAddingDays(-reckoning.correction,
+                                       startOfHijriDay(shared, reckoning.kind, day, month, year));
 }
 
 std::string SunCalculator::convertToGregorianFromHijriDay(int64_t day, int64_t month, int64_t year) {
-    const Date date = getDateFromHijriDay(day, month, year);
+    return convertToGregorianFromHijriDay(day, month, year, userHijriReckoning());
+}
+
+std::string SunCalculator::convertToGregorianFromHijriDay(int64_t day, int64_t month, int64_t year,
+                                                          const HijriReckoning& reckoning) {
+    const Date date = getDateFromHijriDay(day, month, year, reckoning);
     Shared& shared = Shared::instance();
     std::lock_guard lock(shared.mutex);
     DateFormatter& formatter = shared.dateFormatter();
@@ -147,47 +127,59 @@ std::string SunCalculator::convertToGregorianFromHijriDay(int64_t day, int64_t m
 }
 
 std::vector<int32_t> SunCalculator::getCompsForGregorianFromHijriDay(int64_t day, int64_t month, int64_t year) {
-    return getCompsForGregorianFromHijriDay(day, month, year, hijriCalendarKind());
+    return getCompsForGregorianFromHijriDay(day, month, year, userHijriReckoning());
 }
 
 std::vector<int32_t> SunCalculator::getCompsForGregorianFromHijriDay(int64_t day, int64_t month, int64_t year,
                                                                      IslamicCalendar::Kind kind) {
-    const int64_t correction = hijriCorrection();
+    return getCompsForGregorianFromHijriDay(day, month, year,
+                                            HijriReckoning{kind, userHijriReckoning().correction});
+}
+
+std::vector<int32_t> SunCalculator::getCompsForGregorianFromHijriDay(int64_t day, int64_t month, int64_t year,
+                                                                     const HijriReckoning& reckoning) {
     Shared& shared = Shared::instance();
     std::lock_guard lock(shared.mutex);
     const Calendar gregorian;
     DateComponents offset;
-    offset.day = -correction;
-    const Date date = gregorian.dateByAddingComponents(offset, startOfHijriDay(shared, kind, day, month, year));
+    offset.day = -reckoning.correction;
+    const Date date =
+        gregorian.dateByAddingComponents(offset, startOfHijriDay(shared, reckoning.kind, day, month, year));
     return parts(gregorian.components(date));
 }
 
 std::vector<int32_t> SunCalculator::getCompsForHijriFromDate(Date date) {
-    return getCompsForHijriFromDate(date, hijriCalendarKind());
+    return getCompsForHijriFromDate(date, userHijriReckoning());
 }
 
 std::vector<int32_t> SunCalculator::getCompsForHijriFromDate(Date date, IslamicCalendar::Kind kind) {
-    const int64_t correction = hijriCorrection();
+    return getCompsForHijriFromDate(date, HijriReckoning{kind, userHijriReckoning().correction});
+}
+
+std::vector<int32_t> SunCalculator::getCompsForHijriFromDate(Date date, const HijriReckoning& reckoning) {
     Shared& shared = Shared::instance();
     std::lock_guard lock(shared.mutex);
-    DateComponents hijri = shared.islamicCalendar(kind).components(date, correction);
+    DateComponents hijri = shared.islamicCalendar(reckoning.kind).components(date, reckoning.correction);
     // The weekday is the moment's own: the correction moves the Hijri date, not the day.
     hijri.weekday = Calendar().components(date).weekday;
     return parts(hijri);
 }
 
 std::string SunCalculator::convertToHijriFromDate(Date date) {
-    return convertToHijriFromDate(date, hijriCalendarKind());
+    return convertToHijriFromDate(date, userHijriReckoning());
 }
 
 std::string SunCalculator::convertToHijriFromDate(Date date, IslamicCalendar::Kind kind) {
-    const int64_t correction = hijriCorrection();
+    return convertToHijriFromDate(date, HijriReckoning{kind, userHijriReckoning().correction});
+}
+
+std::string SunCalculator::convertToHijriFromDate(Date date, const HijriReckoning& reckoning) {
     Shared& shared = Shared::instance();
     std::lock_guard lock(shared.mutex);
     DateFormatter hijri(shared.dateFormatter());
-    hijri.setCalendarIdentifier(IslamicCalendar::identifierOfKind(kind));
+    hijri.setCalendarIdentifier(IslamicCalendar::identifierOfKind(reckoning.kind));
     hijri.setDateFormat(kHijriTextFormat);
-    return hijri.stringFromDate(Calendar().dateByAddingDays(correction, date));
+    return hijri.stringFromDate(Calendar().dateByAddingDays(reckoning.correction, date));
 }
 
 }  // namespace tarvo

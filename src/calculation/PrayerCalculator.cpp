@@ -76,6 +76,24 @@ std::vector<double> PrayerCalculator::getDatePrayerTimes(Date date, const std::o
                                                          const std::optional<std::string>& countryName,
                                                          double latitude, double longitude,
                                                          const std::optional<std::string>& timeZoneName) {
+    setPlace(cityName, countryName, latitude, longitude, timeZoneName);
+    setDay(date);
+    return computeDayTimes();
+}
+
+std::array<double, 2> PrayerCalculator::getDateFajrAndSunrise(Date date, const std::optional<std::string>& cityName,
+                                                              const std::optional<std::string>& countryName,
+                                                              double latitude, double longitude,
+                                                              const std::optional<std::string>& timeZoneName) {
+    setPlace(cityName, countryName, latitude, longitude, timeZoneName);
+    setDay(date);
+    const std::vector<double> times = pipelineTimes(Stage::Morning);
+    return {times[Fajr], times[Sunrise]};
+}
+
+void PrayerCalculator::setPlace(const std::optional<std::string>& cityName,
+                                const std::optional<std::string>& countryName, double latitude, double longitude,
+                                const std::optional<std::string>& timeZoneName) {
     country_ = countryName;
     lat_ = latitude;
     lng_ = longitude;
@@ -98,9 +116,6 @@ std::vector<double> PrayerCalculator::getDatePrayerTimes(Date date, const std::o
     } else if (nameContains("KL") || nameContains("Kuala Lumpur")) {
         isKualaLumpur_ = true;
     }
-
-    setDay(date);
-    return computeDayTimes();
 }
 
 void PrayerCalculator::setDay(Date date) {
@@ -145,23 +160,26 @@ bool PrayerCalculator::computesLike(const PrayerCalculator& other) const {
            polarResolution_ == other.polarResolution_;
 }
 
-std::vector<double> PrayerCalculator::rawDayTimes() const {
+std::vector<double> PrayerCalculator::rawDayTimes(Stage stage) const {
     // What computeTimes does, with the raw times written over the first guesses (once
     // their day portions are copied out), so that a day needs one vector instead of two.
     std::vector<double> times{5, 6, 12, 13, 18, 18, 19, 23, 5, 6};
     dayPortion(times);
     std::array<double, EntryCount> t;
     std::copy(times.begin(), times.end(), t.begin());
-    computeTimesInto(t, times);
+    computeTimesInto(t, times, stage);
     return times;
 }
 
-std::vector<double> PrayerCalculator::computeDayTimes() {
-    std::vector<double> times = rawDayTimes();
-    adjustTimes(times);
+std::vector<double> PrayerCalculator::computeDayTimes() { return pipelineTimes(Stage::WholeDay); }
+
+std::vector<double> PrayerCalculator::pipelineTimes(Stage stage) {
+    std::vector<double> times = rawDayTimes(stage);
+    adjustTimes(times, stage);
     applyAuthorityRules(times);
     isUsingFixedTimings_ = false;
     if (isDubai_ || isKualaLumpur_) applyFixedTimetable(times);
+    if (stage == Stage::Morning) return times;
     // Tomorrow's Fajr is written on tomorrow's clock; on the night the clocks change, the
     // night's length is measured on today's, so that Qiyam falls at the real two thirds.
     const double clockChange = getTimeZoneOffset(TomorrowGregDate_.value_or(Date())) -
@@ -221,21 +239,26 @@ std::vector<double> PrayerCalculator::computeTimes(std::vector<double>& guesses)
     std::array<double, EntryCount> t;
     std::copy_n(portions.begin(), EntryCount, t.begin());
     std::vector<double> times(EntryCount);
-    computeTimesInto(t, times);
+    computeTimesInto(t, times, Stage::WholeDay);
     return times;
 }
 
-void PrayerCalculator::computeTimesInto(const std::array<double, EntryCount>& t, std::vector<double>& times) const {
+void PrayerCalculator::computeTimesInto(const std::array<double, EntryCount>& t, std::vector<double>& times,
+                                        Stage stage) const {
+    // Fajr and sunrise need only the night's ends besides (sunset and tomorrow's sunrise, for
+    // the high-latitude share): nothing later in the pipeline carries another entry into them.
+    const bool wholeDay = stage == Stage::WholeDay;
+    const double none = std::nan("");
     const auto p = params();
     times[Fajr] = p[0] == 0 ? computeTime(180 - p[1], t[Fajr]) : 0;
     times[Sunrise] = computeTime(179.167, t[Sunrise]);
-    times[Dhuhr] = computeMidDay(t[Dhuhr]);
-    times[Asr] = computeAsr(static_cast<double>(asrJuristic()), t[Asr]);
+    times[Dhuhr] = wholeDay ? computeMidDay(t[Dhuhr]) : none;
+    times[Asr] = wholeDay ? computeAsr(static_cast<double>(asrJuristic()), t[Asr]) : none;
     times[Sunset] = computeTime(0.833, t[Sunset]);
-    times[Maghrib] = p[2] == 0 ? computeTime(p[3], t[Maghrib]) : 0;
-    times[Isha] = p[4] == 0 ? computeTime(p[5], t[Isha]) : 0;
+    times[Maghrib] = !wholeDay ? none : p[2] == 0 ? computeTime(p[3], t[Maghrib]) : 0;
+    times[Isha] = !wholeDay ? none : p[4] == 0 ? computeTime(p[5], t[Isha]) : 0;
     times[Qiyam] = 0;
-    times[TomorrowFajr] = p[0] == 0 ? computeTimeForTomorrow(180 - p[1], t[TomorrowFajr]) : 0;
+    times[TomorrowFajr] = !wholeDay ? none : p[0] == 0 ? computeTimeForTomorrow(180 - p[1], t[TomorrowFajr]) : 0;
     times[TomorrowSunrise] = computeTimeForTomorrow(179.167, t[TomorrowSunrise]);
 }
 
@@ -251,12 +274,28 @@ void PrayerCalculator::shiftToClock(std::vector<double>& times) const {
 }
 
 std::vector<double>& PrayerCalculator::adjustTimes(std::vector<double>& times) {
+    return adjustTimes(times, Stage::WholeDay);
+}
+
+std::vector<double>& PrayerCalculator::adjustTimes(std::vector<double>& times, Stage stage) {
     if (times.size() < EntryCount) times.resize(EntryCount, std::nan(""));
     shiftToClock(times);
     adjustHighLatTimes(times);
     // What the high-latitude rules could not give (no sunrise, no sunset), the chosen polar
-    // resolution fills; the minute rules below then count from the filled times.
-    if (polarResolution_ != PolarResolution::None) PolarResolver(*this).fill(times);
+    // resolution fills; the minute rules below then count from the filled times. A day the
+    // sun gave whole has nothing to fill.
+    const bool complete =
+        std::all_of(times.begin(), times.begin() + EntryCount, [](double t) { return std::isfinite(t); });
+    if (polarResolution_ != PolarResolution::None && !complete) {
+        if (stage == Stage::WholeDay) {
+            PolarResolver(*this).fill(times);
+        } else if (!std::isfinite(times[Fajr]) || !std::isfinite(times[Sunrise])) {
+            // The resolution fills only what is missing, from the whole day's shape: a morning
+            // the sun gave stays as it is, one it did not is the whole day's.
+            times = rawDayTimes(Stage::WholeDay);
+            return adjustTimes(times, Stage::WholeDay);
+        }
+    }
     const auto p = params();
     if (p[0] == 1) times[Fajr] = times[Sunrise] - p[1] / 60.0;
     times[Dhuhr] = times[Dhuhr] + static_cast<double>(dhuhrMinutes_) / 60.0;

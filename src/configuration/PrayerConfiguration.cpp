@@ -1,10 +1,11 @@
 #include "tarvo/configuration/PrayerConfiguration.h"
 
 #include <array>
-#include <atomic>
 #include <limits>
 #include <string>
 
+#include "configuration/PrayerConfigurationArchive.h"
+#include "configuration/PrayerConfigurationField.h"
 #include "tarvo/platform/KeyedArchiver.h"
 #include "tarvo/platform/KeyedUnarchiver.h"
 #include "tarvo/platform/Locale.h"
@@ -17,32 +18,7 @@ namespace {
 // The store is fetched afresh for every key: a host may swap the shared store at any time.
 std::shared_ptr<UserDefaults> store() { return UserDefaults::sharedUserDefaultsObj(); }
 
-// Per-prayer alert settings that travel inside an archived configuration, in archive order.
-constexpr std::array<const char*, 7> kAlertPrayers = {"Fajr", "Sunrise", "Dhuhr", "Asr", "Maghrib", "Isha", "Qiyam"};
-
-std::string vibrateKey(const char* prayer) { return std::string(prayer) + "SoundAlertVibrate"; }
-std::string soundOffKey(const char* prayer) { return std::string(prayer) + "SoundOff"; }
-std::string alertKey(const char* prayer) { return std::string(prayer) + "SoundAlert"; }
-
 }  // namespace
-
-// One stored setting: its key (the same in the store and in archives), how it is kept, what
-// it means and, for numbers, the values that make sense.
-struct PrayerConfiguration::Field {
-    enum class Kind {
-        flag,           // a bool in the store and in archives
-        number,         // an integer in the store and in archives
-        flagIsOne,      // an integer in the store, true only when it is exactly 1; a bool in archives
-        flagIsNonZero,  // an integer in the store, true when it is not 0; a bool in archives
-    };
-    const char* key;
-    Kind kind;
-    const char* meaning;
-    bool PrayerConfiguration::*flag = nullptr;
-    int64_t PrayerConfiguration::*number = nullptr;
-    double minimum = -std::numeric_limits<double>::infinity();
-    double maximum = std::numeric_limits<double>::infinity();
-};
 
 namespace {
 using C = PrayerConfiguration;
@@ -104,6 +80,10 @@ const PrayerConfiguration::Field PrayerConfiguration::kFields[] = {
      nullptr, &C::PolarResolution_, 0, 3},
 };
 
+std::span<const PrayerConfiguration::Field> PrayerConfigurationArchive::fields() {
+    return PrayerConfiguration::kFields;
+}
+
 std::vector<SettingDescription> PrayerConfiguration::settings() {
     std::vector<SettingDescription> out;
     for (const Field& f : kFields) {
@@ -119,20 +99,22 @@ std::vector<SettingDescription> PrayerConfiguration::settings() {
     return out;
 }
 
-namespace {
-std::atomic<std::shared_ptr<PrayerConfiguration> (*)()> sharedSource{nullptr};
-}  // namespace
-
-std::shared_ptr<PrayerConfiguration> PrayerConfiguration::shared() {
-    const auto source = sharedSource.load(std::memory_order_acquire);
-    return source ? source() : nullptr;
-}
-
-void PrayerConfiguration::setSharedSource(std::shared_ptr<PrayerConfiguration> (*source)()) {
-    sharedSource.store(source, std::memory_order_release);
-}
-
 PrayerConfiguration::PrayerConfiguration() { loadConfiguration(); }
+
+PrayerConfiguration::PrayerConfiguration(const Adjustments& adjustments)
+    : UsePrayerAdjustments_(adjustments.use),
+      FajrAdj_(adjustments.fajr),
+      SunriseAdj_(adjustments.sunrise),
+      DhuhrAdj_(adjustments.dhuhr),
+      AsrAdj_(adjustments.asr),
+      MaghribAdj_(adjustments.maghrib),
+      IshaAdj_(adjustments.isha),
+      QiyamAdj_(adjustments.qiyam) {}
+
+PrayerConfiguration::Adjustments PrayerConfiguration::adjustments() const {
+    return Adjustments{UsePrayerAdjustments_, FajrAdj_, SunriseAdj_, DhuhrAdj_, AsrAdj_, MaghribAdj_, IshaAdj_,
+                       QiyamAdj_};
+}
 
 void PrayerConfiguration::loadConfiguration() {
     for (const Field& field : kFields) {
@@ -173,53 +155,15 @@ void PrayerConfiguration::saveIntoPreferences() const {
     store()->synchronize();
 }
 
-void PrayerConfiguration::encodeWithCoder(KeyedArchiver& coder) const {
-    for (const Field& field : kFields) {
-        if (field.kind == Field::Kind::number) {
-            coder.encodeInteger(this->*field.number, field.key);
-        } else {
-            coder.encodeBool(this->*field.flag, field.key);
-        }
-    }
-    // "ar" is the archive's name for the language flag; the date-language flag is left out
-    // because the receiver derives it from its own locale.
-    coder.encodeBool(IsLanguageArabic_, "ar");
-
-    // The alert settings are not part of this object: they are read live from the store so
-    // that the archive carries the user's current choices.
-    for (const char* prayer : kAlertPrayers) {
-        coder.encodeBool(store()->boolForKey(vibrateKey(prayer)), vibrateKey(prayer));
-        coder.encodeBool(store()->boolForKey(soundOffKey(prayer)), soundOffKey(prayer));
-        // Kept as stored (usually the sound's number or its text); an absent alert stays absent.
-        coder.encodeObject(store()->objectForKey(alertKey(prayer)).value_or(nullptr), alertKey(prayer));
-    }
+std::vector<uint8_t> PrayerConfiguration::archivedData() const {
+    KeyedArchiver archiver{std::string(kArchiveClassName)};
+    PrayerConfigurationArchive::encode(*this, archiver);
+    return archiver.encodedData();
 }
 
-std::shared_ptr<PrayerConfiguration> PrayerConfiguration::initWithCoder(const KeyedUnarchiver& coder) {
-    // Start from the local store and locale: the date-language flag is never archived and
-    // must come from the receiving process.
-    auto configuration = std::make_shared<PrayerConfiguration>();
-    for (const Field& field : kFields) {
-        if (field.kind == Field::Kind::number) {
-            configuration.get()->*field.number = coder.decodeInteger(field.key);
-        } else {
-            configuration.get()->*field.flag = coder.decodeBool(field.key);
-        }
-    }
-    configuration->IsLanguageArabic_ = coder.decodeBool("ar");
-
-    // Hand the alert settings over to this process's store. No synchronise here: the
-    // receiver decides when its store is flushed.
-    for (const char* prayer : kAlertPrayers) {
-        store()->setBool(vibrateKey(prayer), coder.decodeBool(vibrateKey(prayer)));
-        store()->setBool(soundOffKey(prayer), coder.decodeBool(soundOffKey(prayer)));
-        if (auto alert = coder.decodeObject(alertKey(prayer))) {
-            store()->setObject(alertKey(prayer), *alert);
-        } else {
-            store()->removeObjectForKey(alertKey(prayer));
-        }
-    }
-    return configuration;
+std::shared_ptr<PrayerConfiguration> PrayerConfiguration::initWithArchivedData(const std::vector<uint8_t>& data) {
+    const auto coder = KeyedUnarchiver::forReadingFromData(data, kArchiveClassName);
+    return coder ? PrayerConfigurationArchive::decode(*coder) : nullptr;
 }
 
 }  // namespace tarvo

@@ -18,7 +18,8 @@ std::string_view SettingDescription::typeName() const {
     return "";
 }
 
-std::optional<nlohmann::json> SettingDescription::valueFromText(std::string_view text, std::string& why) const {
+std::optional<SettingDescription::Value> SettingDescription::valueFromText(std::string_view text,
+                                                                          std::string& why) const {
     if (type == Type::boolean) {
         const std::string word = text::lowercased(text);
         const bool yes = word == "true" || word == "yes" || word == "on" || word == "1";
@@ -27,8 +28,8 @@ std::optional<nlohmann::json> SettingDescription::valueFromText(std::string_view
             why = fmt::format("{} is a bool: give true or false (yes/no, on/off, 1/0), not '{}'", key, text);
             return std::nullopt;
         }
-        if (storedAsInteger) return nlohmann::json(yes ? 1 : 0);
-        return nlohmann::json(yes);
+        if (storedAsInteger) return Value(int64_t{yes ? 1 : 0});
+        return Value(yes);
     }
     double value = 0;
     const char* end = text.data() + text.size();
@@ -51,8 +52,8 @@ std::optional<nlohmann::json> SettingDescription::valueFromText(std::string_view
         why = fmt::format("{} must be from {} to {}, not {}", key, minimum, maximum, text);
         return std::nullopt;
     }
-    if (type == Type::integer) return nlohmann::json(static_cast<int64_t>(value));
-    return nlohmann::json(value);
+    if (type == Type::integer) return Value(static_cast<int64_t>(value));
+    return Value(value);
 }
 
 }  // namespace tarvo

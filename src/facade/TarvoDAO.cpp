@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
 #include "tarvo/facade/TarvoDAODelegate.h"
@@ -20,23 +19,6 @@ namespace tarvo {
 
 namespace {
 constexpr const char* kDatabaseQueueLabel = "org.tarvo.core.TarvoDAO.dbaccess";
-
-// The records, the class-level operations and Hijri dates read the user's settings through
-// the shared facade. The layers below it cannot ask it, so the facade installs itself as
-// their source when the library is loaded, before any host can call them: the one place
-// that reaches the shared facade's configuration from below.
-[[maybe_unused]] const bool kSharedConfigurationInstalled = [] {
-    PrayerConfiguration::setSharedSource([] { return TarvoDAO::getSharedInstance()->globalPrayerConfiguration(); });
-    SunCalculator::setHijriCorrectionSource([] {
-        const auto configuration = PrayerConfiguration::shared();
-        return configuration ? configuration->HijriCorrection() : int64_t{0};
-    });
-    SunCalculator::setHijriCalendarSource([] {
-        const auto configuration = PrayerConfiguration::shared();
-        return IslamicCalendar::kindOfNumber(configuration ? configuration->HijriCalendar() : int64_t{0});
-    });
-    return true;
-}();
 }  // namespace
 
 std::shared_ptr<TarvoDAO> TarvoDAO::getSharedInstance() {
@@ -53,11 +35,16 @@ TarvoDAO::TarvoDAO() {
 // The facade never observes the notification centre, so it has nothing to unregister.
 TarvoDAO::~TarvoDAO() = default;
 
+struct TarvoDAO::Queues {
+    explicit Queues(const char* label) : database(label) {}
+    DispatchQueue database;
+};
+
 void TarvoDAO::initSingletons() {
-    auto queue = std::make_shared<DispatchQueue>(kDatabaseQueueLabel);
+    auto queues = std::make_shared<Queues>(kDatabaseQueueLabel);
     {
         std::lock_guard lock(fieldsMutex_);
-        dbaccessQueue_ = std::move(queue);
+        queues_ = std::move(queues);
     }
     reloadConfiguration();
 }
@@ -145,11 +132,6 @@ TARVO_DAO_FIELD(std::shared_ptr<Prayer>, PrevCurrPrayer, setPrevCurrPrayer, Prev
 TARVO_DAO_FIELD(std::shared_ptr<Prayer>, NextPrayer, setNextPrayer, NextPrayer_)
 
 #undef TARVO_DAO_FIELD
-
-std::shared_ptr<DispatchQueue> TarvoDAO::dbaccessQueue() const {
-    std::lock_guard lock(fieldsMutex_);
-    return dbaccessQueue_;
-}
 
 std::shared_ptr<Calendar> TarvoDAO::gregorianCalendar() const {
     std::lock_guard lock(fieldsMutex_);

@@ -1,7 +1,6 @@
 // The facade's day timetables: one city and one date become ten prayer records with the
 // user's adjustments, and runs of days relative to today fill the facade's shared lists.
 #include <array>
-#include <bit>
 #include <cmath>
 #include <mutex>
 
@@ -24,7 +23,6 @@ namespace {
 constexpr size_t kDaySize = 10;
 // Sunrise read as the forenoon prayer Doha starts this many minutes after the sun is up.
 constexpr int64_t kDohaDelayMinutes = 10;
-
 
 TarvoDAO::DayList timelessDay() {
     TarvoDAO::DayList day;
@@ -51,63 +49,6 @@ int64_t adjustmentMinutes(const PrayerConfiguration* config, int64_t type, bool 
     case Prayer::Qiyam: return config->QiyamAdj();
     default: return 0;
     }
-}
-
-// The engine's day for a city, with whether an official timetable gave it and the offset
-// from GMT, in whole seconds, in which its times of day are written.
-struct EngineDay {
-    std::vector<double> times;
-    bool fixed = false;
-    double offsetSeconds = 0;
-};
-
-// The engine's day, answered from this thread's last request when everything the day
-// depends on is equal (the calculator's settings, the date, the place and its zone): a run
-// of days asks for every day twice, once as the day after the one shown and then as the day
-// shown. The answer is the one the engine gave, so it is the same to the bit.
-struct LastRequest {
-    std::optional<PrayerCalculator> calculator;
-    Date date;
-    std::optional<std::string> cityName;
-    std::optional<std::string> countryName;
-    std::optional<std::string> timeZone;
-    double latitude = 0;
-    double longitude = 0;
-    EngineDay day;
-};
-
-// Not inlined, so that a request looks the thread-local object up once: inlined, the
-// compiler asks for its address again after every call.
-[[gnu::noinline]] LastRequest& lastRequest() {
-    thread_local LastRequest last;
-    return last;
-}
-
-// The engine's day for the city and date, from the last request when that was equal.
-EngineDay engineDay(PrayerCalculator& calculator, Date date, const TarvoCity& city) {
-    LastRequest& last = lastRequest();
-    const auto sameBits = [](double a, double b) { return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b); };
-    const bool sameSettings = last.calculator && last.calculator->computesLike(calculator);
-    if (sameSettings && sameBits(last.date.timeIntervalSince1970(), date.timeIntervalSince1970()) &&
-        sameBits(last.latitude, city.latitude()) && sameBits(last.longitude, city.longitude()) &&
-        last.cityName == city.cityName() && last.countryName == city.countryName() &&
-        last.timeZone == city.TimeZone()) {
-        return last.day;
-    }
-    EngineDay day;
-    day.times = calculator.getDatePrayerTimesAsDoubles(date, city.cityName(), city.countryName(), city.latitude(),
-                                                       city.longitude(), city.TimeZone());
-    day.fixed = calculator.isUsingFixedTimings();
-    day.offsetSeconds = std::round(calculator.getTimeZoneOffset(date) * 3600.0);
-    if (!sameSettings) last.calculator = calculator;  // equal settings are all it is kept for
-    last.date = date;
-    last.cityName = city.cityName();
-    last.countryName = city.countryName();
-    last.timeZone = city.TimeZone();
-    last.latitude = city.latitude();
-    last.longitude = city.longitude();
-    last.day = day;
-    return day;
 }
 
 // Which entries carry tomorrow's date. The evening's events follow one another: from Dhuhr
@@ -138,7 +79,7 @@ std::array<bool, kDaySize> stampedOnNextDay(const std::vector<double>& times) {
 }  // namespace
 
 int64_t TarvoDAO::getAdjustmentMinutesForPrayer(int64_t type, bool force) {
-    return adjustmentMinutes(PrayerConfiguration::shared().get(), type, force);
+    return adjustmentMinutes(getSharedInstance()->globalPrayerConfiguration().get(), type, force);
 }
 
 int64_t TarvoDAO::getDaysInMonth(int64_t year, int64_t month) {
@@ -153,7 +94,8 @@ int64_t TarvoDAO::getDaysInMonth(int64_t year, int64_t month) {
 TarvoDAO::DayList TarvoDAO::getPrayerTimesForDate(Date date, const std::shared_ptr<TarvoCity>& city,
                                                   const Calendar& gregorianCalendar,
                                                   const IslamicCalendar& islamicCalendar) {
-    return dayTimetable(date, city, gregorianCalendar, islamicCalendar, PrayerConfiguration::shared());
+    return dayTimetable(date, city, gregorianCalendar, islamicCalendar,
+                        getSharedInstance()->globalPrayerConfiguration());
 }
 
 TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoCity>& city,
@@ -189,25 +131,27 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
 
     TARVO_LOG_VERBOSE("Get Prayer Times for City {} Timezone: {}, {}", city->cityName().value_or("(null)"),
                       city->TimeZone().value_or("(null)"), date.description());
-    const EngineDay requested = engineDay(calculator, date, *city);
-    std::vector<double> times = requested.times;
-    const double todayOffset = requested.offsetSeconds;
+    std::vector<double> times = calculator.getDatePrayerTimesAsDoubles(date, city->cityName(), city->countryName(),
+                                                                       city->latitude(), city->longitude(),
+                                                                       city->TimeZone());
+    // The offset from GMT, in whole seconds, in which the day's times are written.
+    const double todayOffset = std::round(calculator.getTimeZoneOffset(date) * 3600.0);
     if (times.size() < kDaySize) {
         TARVO_LOG_ERROR("PRAYERS ARE NULL");
         return timelessDay();
     }
     // The same calculator, so the Fajr and Isha rules decided for the requested day apply.
-    // Its fixed-timetable flag, as the last day it computed left it, is the one the records carry.
-    const EngineDay nextDay = engineDay(calculator, tomorrow, *city);
-    const std::vector<double>& tomorrowTimes = nextDay.times;
-    if (tomorrowTimes.size() >= 2) {
-        times[Prayer::TomorrowFajr] = tomorrowTimes[Prayer::Fajr];
-        times[Prayer::TomorrowSunrise] = tomorrowTimes[Prayer::Sunrise];
-    }
+    // Of the next day only its Fajr and sunrise are wanted, and only they are computed; the
+    // fixed-timetable flag, as that computation leaves it, is the one the records carry.
+    const std::array<double, 2> nextMorning = calculator.getDateFajrAndSunrise(
+        tomorrow, city->cityName(), city->countryName(), city->latitude(), city->longitude(), city->TimeZone());
+    times[Prayer::TomorrowFajr] = nextMorning[0];
+    times[Prayer::TomorrowSunrise] = nextMorning[1];
+    const bool fixed = calculator.isUsingFixedTimings();
+    const double tomorrowOffset = std::round(calculator.getTimeZoneOffset(tomorrow) * 3600.0);
 
     const std::array<bool, kDaySize> onNextDay = stampedOnNextDay(times);
     const bool useSunrise = config && config->UseSunrise();
-    const bool fixed = nextDay.fixed;
     // The engine writes times of day on the clock of the moment it was asked about (today's
     // offset for today's entries, tomorrow's for tomorrow's). Each record's moment is that
     // clock reading less that offset: read as wall time in the zone, a time on the far side
@@ -232,7 +176,7 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
         prayer->setPrayerYear(stamp.year, stamp.month, stamp.day, PrayerCalculator::floatToHour(times[i]),
                               PrayerCalculator::floatToMin(times[i]), adjustmentMinutes(config.get(), type, false),
                               wallClock, scratch);
-        const double offset = i >= Prayer::TomorrowFajr ? nextDay.offsetSeconds : todayOffset;
+        const double offset = i >= Prayer::TomorrowFajr ? tomorrowOffset : todayOffset;
         prayer->setPrayerTime(prayer->PrayerTime()->addingTimeInterval(-offset));
         if ((prayer->Type() == Prayer::Sunrise || prayer->Type() == Prayer::TomorrowSunrise) && !useSunrise) {
             prayer->addArbitraryMinutesToPrayerTime(kDohaDelayMinutes, gregorianCalendar, scratch);

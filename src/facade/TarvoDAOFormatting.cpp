@@ -46,7 +46,7 @@ std::string unitText(const char* format, const std::string& number) {
 }
 
 bool dateLanguageArabic() {
-    const auto configuration = PrayerConfiguration::shared();
+    const auto configuration = TarvoDAO::getSharedInstance()->globalPrayerConfiguration();
     return configuration && configuration->IsDateLanguageArabic();
 }
 

@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include "tarvo/configuration/PrayerConfiguration.h"
+#include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/platform/Bundle.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Clock.h"
@@ -72,7 +73,10 @@ const Names* namesOf(int64_t type) {
     return type >= 0 && type < static_cast<int64_t>(kNames.size()) ? &kNames[static_cast<size_t>(type)] : nullptr;
 }
 
-std::shared_ptr<PrayerConfiguration> configuration() { return PrayerConfiguration::shared(); }
+// The records read the shared facade's settings.
+std::shared_ptr<PrayerConfiguration> configuration() {
+    return TarvoDAO::getSharedInstance()->globalPrayerConfiguration();
+}
 
 bool useSunrise() {
     const auto config = configuration();

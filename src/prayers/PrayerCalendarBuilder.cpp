@@ -12,6 +12,7 @@
 #include "platform/LogMacros.h"
 #include "tarvo/Version.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
+#include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Clock.h"
 #include "tarvo/prayers/Prayer.h"
@@ -73,7 +74,7 @@ std::string PrayerCalendarBuilder::uid(const DateComponents& day, int64_t type, 
 }
 
 void PrayerCalendarBuilder::addDay(const DateComponents& day, const std::vector<std::shared_ptr<Prayer>>& prayers) {
-    const auto configuration = PrayerConfiguration::shared();
+    const auto configuration = TarvoDAO::getSharedInstance()->globalPrayerConfiguration();
     const bool showQiyam = configuration && configuration->ShowQiyam();
     for (const EventKind& kind : kEventKinds) {
         if (kind.type == Prayer::Qiyam && !showQiyam) continue;

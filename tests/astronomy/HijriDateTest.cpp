@@ -89,3 +89,22 @@ TEST_F(HijriDates, UmmAlQuraPreferenceGivesTheSaudiOfficialDatesWithTheCorrectio
     EXPECT_EQ(IslamicCalendar::kindNamed("islamic"), std::nullopt);
     EXPECT_EQ(IslamicCalendar::identifierOfKind(IslamicCalendar::Kind::astronomical), "islamic");
 }
+
+TEST_F(HijriDates, AReckoningTheCallerGivesWinsOverThePreferences) {
+    // The stored choice says Umm al-Qura moved by 2 days; the caller's reckoning is used
+    // instead, in both directions and in the texts.
+    setPreferences({{"HijriCalendar", 1}, {"HijriCorrection", 2}});
+    const SunCalculator::HijriReckoning civil{IslamicCalendar::Kind::civil, 0};
+    EXPECT_EQ(SunCalculator::getCompsForGregorianFromHijriDay(1, 1, 1446, civil), parts(8, 7, 2024, 2));
+    EXPECT_EQ(SunCalculator::convertToGregorianFromHijriDay(1, 9, 1445, civil), "11 Mar 2024");
+    EXPECT_EQ(ymd(SunCalculator::getDateFromHijriDay(1, 9, 1445, civil)), "2024-03-11 00:00");
+    EXPECT_EQ(SunCalculator::getCompsForHijriFromDate(at(2024, 7, 7, 9, 0), civil), parts(30, 12, 1445, 1));
+    EXPECT_EQ(SunCalculator::convertToHijriFromDate(at(2024, 7, 8, 21, 0), civil), "1 Muharram 1446");
+    // Umm al-Qura moved by one day: 1 Muharram 1446 on 6 July 2024.
+    const SunCalculator::HijriReckoning ummAlQura{IslamicCalendar::Kind::ummAlQura, 1};
+    EXPECT_EQ(SunCalculator::getCompsForGregorianFromHijriDay(1, 1, 1446, ummAlQura), parts(6, 7, 2024, 7));
+    // The stored choice itself, as the forms without a reckoning read it.
+    const SunCalculator::HijriReckoning stored = SunCalculator::userHijriReckoning();
+    EXPECT_EQ(stored.kind, IslamicCalendar::Kind::ummAlQura);
+    EXPECT_EQ(stored.correction, 2);
+}

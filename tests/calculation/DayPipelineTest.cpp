@@ -1,5 +1,6 @@
 // The day pipeline: the published Makkah timetable, summer time, offset overrides, and
 // several calculators at once.
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <fstream>
@@ -131,4 +132,103 @@ TEST(DayPipeline, AnswersDoNotDependOnWhatTheThreadAskedBefore) {
     // 04:43 BST, sunset 21:21 BST.
     EXPECT_NEAR(warm[PrayerCalculator::Sunrise], 4 + 43 / 60.0, 2 / 60.0);
     EXPECT_NEAR(warm[PrayerCalculator::Sunset], 21 + 21 / 60.0, 2 / 60.0);
+}
+
+TEST(DayPipeline, FajrAndSunriseAloneAreTheWholeDaysToTheBit) {
+    // The next day's Fajr and sunrise are computed on their own (a day's list needs nothing
+    // else of it). They must be the whole day's first two entries, bit for bit, wherever a
+    // later step of the day could reach them: the high-latitude share (every rule, places up
+    // to the polar circle and beyond), Fajr in minutes, an authority's safety minutes,
+    // rounding and seasonal twilight, the Dubai and Kuala Lumpur timetables, the polar
+    // resolutions (Tromso's midnight sun and polar night), and the nights the clocks change.
+    using tarvo::PolarResolution;
+    struct Setup {
+        int64_t method;
+        int64_t highLatitudeRule;
+        double fajrMinutes;  // 0: the method's own Fajr
+        PolarResolution polar;
+    };
+    const Setup setups[] = {{1, 0, 0, PolarResolution::None},
+                            {2, 1, 0, PolarResolution::NearestLatitude},
+                            {3, 2, 0, PolarResolution::NearestDay},
+                            {4, 3, 0, PolarResolution::None},
+                            {5, 4, 0, PolarResolution::NearestLatitude},
+                            {7, 0, 0, PolarResolution::None},
+                            {1, 3, 90, PolarResolution::NearestLatitude},
+                            {8, 0, 0, PolarResolution::NearestDay},
+                            {10, 1, 0, PolarResolution::None},
+                            {11, 0, 0, PolarResolution::NearestLatitude},
+                            {19, 0, 0, PolarResolution::None},
+                            {21, 2, 0, PolarResolution::NearestLatitude}};
+    struct Place {
+        double latitude, longitude;
+        const char* zone;
+        const char* city;
+    };
+    const Place places[] = {{51.5, -0.1167, "Europe/London", "London"},
+                            {64.15, -21.94, "Atlantic/Reykjavik", "Reykjavik"},
+                            {69.65, 18.96, "Europe/Oslo", "Tromso"},
+                            {-33.9, 151.2, "Australia/Sydney", "Sydney"},
+                            {25.2, 55.27, "Asia/Dubai", "Dubai"},
+                            {3.14, 101.69, "Asia/Kuala_Lumpur", "Kuala Lumpur"},
+                            {40.7, -74.0, "America/New_York", "New York"},
+                            {21.42, 39.83, "Asia/Riyadh", "Makkah"}};
+    const int64_t dates[][3] = {{2024, 1, 1}, {2024, 3, 30}, {2024, 3, 31}, {2024, 6, 21}, {2024, 10, 6},
+                                {2024, 10, 27}, {2024, 11, 3}, {2024, 12, 21}, {2016, 5, 1}, {2016, 12, 31}};
+    const auto bitsOf = [](double x) { return std::bit_cast<uint64_t>(x); };
+    int compared = 0;
+    int fixed = 0;
+    int repaired = 0;
+    int filled = 0;
+    for (const Setup& setup : setups) {
+        for (const Place& place : places) {
+            for (const auto& d : dates) {
+                const auto configured = [&] {
+                    PrayerCalculator c;
+                    c.setCalcMethod(setup.method);
+                    c.setAdjustHighLats(setup.highLatitudeRule);
+                    c.setPolarResolution(setup.polar);
+                    if (setup.fajrMinutes != 0) c.setFajrMinutes(setup.fajrMinutes);
+                    return c;
+                };
+                PrayerCalculator whole = configured();
+                PrayerCalculator morning = configured();
+                const tarvo::Date date = noonOn(d[0], d[1], d[2]);
+                const auto day = whole.getDatePrayerTimes(date, std::string(place.city), std::nullopt, place.latitude,
+                                                          place.longitude, std::string(place.zone));
+                const auto early = morning.getDateFajrAndSunrise(date, std::string(place.city), std::nullopt,
+                                                                 place.latitude, place.longitude,
+                                                                 std::string(place.zone));
+                EXPECT_EQ(bitsOf(early[0]), bitsOf(day[PrayerCalculator::Fajr]))
+                    << place.city << " method " << setup.method << " " << d[0] << "-" << d[1] << "-" << d[2];
+                EXPECT_EQ(bitsOf(early[1]), bitsOf(day[PrayerCalculator::Sunrise]))
+                    << place.city << " method " << setup.method << " " << d[0] << "-" << d[1] << "-" << d[2];
+                EXPECT_EQ(morning.isUsingFixedTimings(), whole.isUsingFixedTimings()) << place.city;
+                ++compared;
+                fixed += whole.isUsingFixedTimings() ? 1 : 0;
+
+                // The high-latitude share moved Fajr: the day's sun alone would put it elsewhere.
+                PrayerCalculator raw = configured();
+                raw.getDatePrayerTimes(date, std::string(place.city), std::nullopt, place.latitude, place.longitude,
+                                       std::string(place.zone));
+                std::vector<double> guesses{5, 6, 12, 13, 18, 18, 19, 23, 5, 6};
+                const auto sun = raw.computeTimes(guesses);
+                filled += setup.polar != PolarResolution::None && !std::isfinite(sun[PrayerCalculator::Sunrise]) &&
+                                  std::isfinite(day[PrayerCalculator::Sunrise])
+                              ? 1
+                              : 0;
+                repaired += setup.fajrMinutes == 0 && setup.method < 8 && !whole.isUsingFixedTimings() &&
+                                    !(std::fabs(sun[PrayerCalculator::Fajr] + raw.getTimeZoneOffset(date) -
+                                                place.longitude / 15.0 - day[PrayerCalculator::Fajr]) < 1e-9)
+                                ? 1
+                                : 0;
+            }
+        }
+    }
+    EXPECT_EQ(compared, 12 * 8 * 10);
+    // The cases the comparison must include, not just allow: official timetables, and days
+    // whose Fajr the high-latitude share set.
+    EXPECT_GT(fixed, 20);
+    EXPECT_GT(repaired, 20);
+    EXPECT_GT(filled, 3);
 }

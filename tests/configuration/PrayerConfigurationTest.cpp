@@ -1,6 +1,7 @@
 // The global prayer configuration: loading rules, saving, the legacy flag, archiving.
 #include <gtest/gtest.h>
 
+#include "configuration/PrayerConfigurationArchive.h"
 #include "support/DataFolder.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
 #include "tarvo/platform/KeyedArchiver.h"
@@ -17,7 +18,7 @@ std::shared_ptr<UserDefaults> shared() { return UserDefaults::sharedUserDefaults
 
 KeyedUnarchiver archived(const PrayerConfiguration& configuration) {
     KeyedArchiver archiver{std::string(PrayerConfiguration::kArchiveClassName)};
-    configuration.encodeWithCoder(archiver);
+    PrayerConfigurationArchive::encode(configuration, archiver);
     return KeyedUnarchiver::forReadingFromData(archiver.encodedData(), PrayerConfiguration::kArchiveClassName).value();
 }
 
@@ -118,7 +119,7 @@ TEST_F(PrayerConfigurationTest, ArchiveCarriesSettingsAndLiveAlertsAndDecodingHa
     shared()->setInteger("MaghribAdj", -8);
     shared()->setInteger("DhuhrSoundAlert", 5);  // absent from the archive: removed
     shared()->setBool("SunriseSoundOff", true);  // false in the archive: overwritten
-    auto decoded = PrayerConfiguration::initWithCoder(coder);
+    auto decoded = PrayerConfigurationArchive::decode(coder);
     ASSERT_TRUE(decoded);
     EXPECT_TRUE(decoded->UsePrayerAdjustments());
     EXPECT_EQ(decoded->MaghribAdj(), 3);
@@ -134,6 +135,22 @@ TEST_F(PrayerConfigurationTest, ArchiveCarriesSettingsAndLiveAlertsAndDecodingHa
     // The other properties are not written to the store.
     EXPECT_EQ(shared()->integerForKey("MaghribAdj"), -8);
     EXPECT_FALSE(shared()->objectForKey("UsePrayerAdjustments").has_value());
+}
+
+TEST_F(PrayerConfigurationTest, ArchivedDataIsTheHostsWayToSendAConfiguration) {
+    shared()->setInteger("HijriCorrection", -2);
+    shared()->setBool("15HourAfterMaghrib", true);
+    const std::vector<uint8_t> data = PrayerConfiguration().archivedData();
+
+    ScopedDataFolder receiver;  // a store with none of those values
+    const auto decoded = PrayerConfiguration::initWithArchivedData(data);
+    ASSERT_TRUE(decoded);
+    EXPECT_EQ(decoded->HijriCorrection(), -2);
+    EXPECT_TRUE(decoded->OneHalfHourAfterMaghrib());
+    // Bytes that are no archive, or an archive of another class, give nothing.
+    EXPECT_EQ(PrayerConfiguration::initWithArchivedData({1, 2, 3}), nullptr);
+    KeyedArchiver city{"TarvoCity"};
+    EXPECT_EQ(PrayerConfiguration::initWithArchivedData(city.encodedData()), nullptr);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <vector>
 
 #include "support/FacadeFixture.h"
+#include "tarvo/configuration/PrayerConfiguration.h"
 #include "tarvo/platform/IslamicCalendar.h"
 
 using namespace tarvo;
@@ -53,6 +54,20 @@ TEST_F(DayTimetable, MakkahWithAndWithoutAdjustments) {
     setPreferences({{"UsePrayerAdjustments", false}});
     EXPECT_EQ(TarvoDAO::getAdjustmentMinutesForPrayer(0, false), 0);
     EXPECT_EQ(TarvoDAO::getAdjustmentMinutesForPrayer(0, true), 3);
+
+    // A configuration of plain values (a host keeping its own settings) applies its own
+    // minutes and reads none from the store: the stored Fajr and Qiyam minutes play no part.
+    PrayerConfiguration::Adjustments own;
+    own.use = true;
+    own.fajr = -4;
+    own.maghrib = 5;
+    const auto hostDay = TarvoDAO::dayTimetable(date, makkah(), Calendar(), IslamicCalendar(),
+                                                std::make_shared<PrayerConfiguration>(own));
+    EXPECT_EQ(local(hostDay[0]), "2016-01-05 05:34");
+    EXPECT_EQ(local(hostDay[5]), "2016-01-05 17:57");
+    EXPECT_EQ(local(hostDay[7]), "2016-01-06 01:43");
+    EXPECT_EQ(local(hostDay[8]), "2016-01-06 05:35");
+    EXPECT_EQ(local(hostDay[1]), "2016-01-05 07:10");  // UseSunrise is the host's too: off, so Doha
 }
 
 TEST_F(DayTimetable, IshaIntervalsAndTheSaudiRamadanRule) {

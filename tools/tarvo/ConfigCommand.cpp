@@ -145,7 +145,9 @@ json parseValue(const ConfigOptions& o) {
                                          known->typeName() == std::string_view("int") ? "an" : "a", known->typeName()));
         }
         std::string why;
-        if (auto value = known->valueFromText(text, why)) return *value;
+        if (auto value = known->valueFromText(text, why)) {
+            return std::visit([](auto stored) { return json(stored); }, *value);
+        }
         throw UsageError(why);
     }
     const std::string type = o.type.value_or("string");

@@ -13,6 +13,7 @@
 #include "Options.h"
 #include "Output.h"
 #include "tarvo/astronomy/SunCalculator.h"
+#include "tarvo/configuration/PrayerConfiguration.h"
 #include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/IslamicCalendar.h"
@@ -52,7 +53,7 @@ void writeText(std::ostream& out, const Conversion& c) {
         << c.heading << fmt::format("{} {} {}, {}", c.parts[0], c.parts[1], c.parts[2], weekdayName(c.parts[3])) << "\n";
 }
 
-Conversion toGregorian(const HijriOptions& o) {
+Conversion toGregorian(const HijriOptions& o, const SunCalculator::HijriReckoning& reckoning) {
     const int64_t day = o.hijri[0];
     const int64_t month = o.hijri[1];
     const int64_t year = o.hijri[2];
@@ -60,42 +61,40 @@ Conversion toGregorian(const HijriOptions& o) {
     if (day < 1 || day > 30) throw UsageError(fmt::format("Hijri day {} is outside 1 to 30", day));
     if (year < 1 || year > 9999) throw UsageError(fmt::format("Hijri year {} is outside 1 to 9999", year));
     // The calendar would roll 30 Safar over into Rabi I; a date that does not exist is refused.
-    if (const int64_t length = IslamicCalendar::daysInMonth(month, year, SunCalculator::hijriCalendarKind());
+    if (const int64_t length = IslamicCalendar::daysInMonth(month, year, reckoning.kind);
         day > length) {
         throw UsageError(fmt::format("Hijri month {} of {} has {} days: day {} does not exist", month, year,
                                      length, day));
     }
-    TarvoDAO::getSharedInstance();  // the correction is the configuration's
     Conversion c;
-    c.parts = SunCalculator::getCompsForGregorianFromHijriDay(day, month, year);
-    c.text = SunCalculator::convertToGregorianFromHijriDay(day, month, year);
+    c.parts = SunCalculator::getCompsForGregorianFromHijriDay(day, month, year, reckoning);
+    c.text = SunCalculator::convertToGregorianFromHijriDay(day, month, year, reckoning);
     c.date = DateComponents{.year = c.parts[2], .month = c.parts[1], .day = c.parts[0]}.isoDay();
     c.heading = "Gregorian " + c.date + ": ";
     return c;
 }
 
-Conversion toHijri(const HijriOptions& o) {
+Conversion toHijri(const HijriOptions& o, const SunCalculator::HijriReckoning& reckoning) {
     const Calendar calendar;
     const Date moment = noonOf(o.date, "--date", calendar);
     const DateComponents noon = calendar.components(moment);
-    TarvoDAO::getSharedInstance();
     Conversion c;
-    c.text = SunCalculator::convertToHijriFromDate(moment);
+    c.text = SunCalculator::convertToHijriFromDate(moment, reckoning);
     c.date = noon.isoDay();
-    c.parts = SunCalculator::getCompsForHijriFromDate(moment);
+    c.parts = SunCalculator::getCompsForHijriFromDate(moment, reckoning);
     c.heading = "Hijri of " + c.date + ": ";
     return c;
 }
 
 Conversion conversionFrom(const HijriOptions& o) {
-    if (o.calendar) {
-        // This run's calendar instead of the HijriCalendar preference; the correction stays.
-        const IslamicCalendar::Kind kind = *IslamicCalendar::kindNamed(*o.calendar);
-        SunCalculator::setHijriCalendarSource([kind] { return kind; });
-    }
+    // The calendar and the correction of the user's configuration; --calendar replaces the
+    // calendar for this run, the correction stays.
+    SunCalculator::HijriReckoning reckoning =
+        TarvoDAO::getSharedInstance()->globalPrayerConfiguration()->hijriReckoning();
+    if (o.calendar) reckoning.kind = *IslamicCalendar::kindNamed(*o.calendar);
     if (!o.hijri.empty() && o.hijri.size() != 3) throw UsageError("give the Hijri date as DAY MONTH YEAR");
     if (!o.hijri.empty() && !o.date.empty()) throw UsageError("give either a Hijri date or --date, not both");
-    return o.hijri.empty() ? toHijri(o) : toGregorian(o);
+    return o.hijri.empty() ? toHijri(o, reckoning) : toGregorian(o, reckoning);
 }
 
 }  // namespace

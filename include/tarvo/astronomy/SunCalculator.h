@@ -168,51 +168,52 @@ public:
     static double satelliteAzimuth(double satLon, double siteLat, double siteLon);
 
     // ==== Hijri and Gregorian dates (SunCalculatorHijri.cpp) ==============================
-    // The Islamic calendar the user chose (the arithmetical "islamic-civil" unless the
-    // HijriCalendar preference says Umm al-Qura or astronomical) in the device's zone, moved by
-    // the user's Hijri correction: a correction of +1 makes every Hijri day start one
-    // Gregorian day earlier. The kind and the correction are asked for afresh at each call.
+    // An Islamic calendar (the arithmetical "islamic-civil", Umm al-Qura or the astronomical
+    // one) in the device's zone, moved by a Hijri correction: a correction of +1 makes every
+    // Hijri day start one Gregorian day earlier. Each operation takes the calendar and the
+    // correction as a HijriReckoning; without one, it answers by the user's stored choice.
 
-    /// Answers the user's Hijri correction in whole days.
-    using HijriCorrectionSource = std::function<int64_t()>;
-    /// Installs where the correction comes from (an empty function: always 0). The facade
-    /// installs its configuration's HijriCorrection when the library is loaded, so hosts need
-    /// not call this.
-    static void setHijriCorrectionSource(HijriCorrectionSource source);
-    /// The correction the installed source answers now.
-    static int64_t hijriCorrection();
-    /// Answers the kind of Islamic calendar the user chose.
-    using HijriCalendarSource = std::function<IslamicCalendar::Kind()>;
-    /// Installs where the calendar kind comes from (an empty function: the civil calendar).
-    /// The facade installs its configuration's HijriCalendar when the library is loaded.
-    static void setHijriCalendarSource(HijriCalendarSource source);
-    /// The calendar kind the installed source answers now.
-    static IslamicCalendar::Kind hijriCalendarKind();
+    /// Which Islamic calendar, moved by how many whole days.
+    struct HijriReckoning {
+        IslamicCalendar::Kind kind = IslamicCalendar::Kind::civil;
+        int64_t correction = 0;
+    };
+    /// The user's reckoning as stored now: the "HijriCalendar" and "HijriCorrection"
+    /// preferences of the shared user defaults, read afresh at each call (a number that names
+    /// no calendar reads as the civil one; a missing key as 0).
+    static HijriReckoning userHijriReckoning();
 
     /// The start of a Gregorian day in the device's zone.
     static Date getDateForDay(int64_t day, int64_t month, int64_t year);
     /// The start of a Hijri day, corrected.
     static Date getDateFromHijriDay(int64_t day, int64_t month, int64_t year);
+    static Date getDateFromHijriDay(int64_t day, int64_t month, int64_t year, const HijriReckoning& reckoning);
     /// That date as "dd MMM YYYY" ("11 Mar 2024"). The year is the week-based year (the
     /// pattern hosts display and parse), so the last days of December can show the next year.
     /// Arabic digits and month names when the current locale ends in "numbers=arab".
     static std::string convertToGregorianFromHijriDay(int64_t day, int64_t month, int64_t year);
+    static std::string convertToGregorianFromHijriDay(int64_t day, int64_t month, int64_t year,
+                                                      const HijriReckoning& reckoning);
     /// Gregorian day, month, year and weekday (1 Sunday to 7 Saturday) of that date.
     static std::vector<int32_t> getCompsForGregorianFromHijriDay(int64_t day, int64_t month, int64_t year);
-    /// The same in the calendar `kind` instead of the user's.
+    /// The same in the calendar `kind` instead of the user's (with the user's correction).
     static std::vector<int32_t> getCompsForGregorianFromHijriDay(int64_t day, int64_t month, int64_t year,
                                                                  IslamicCalendar::Kind kind);
+    static std::vector<int32_t> getCompsForGregorianFromHijriDay(int64_t day, int64_t month, int64_t year,
+                                                                 const HijriReckoning& reckoning);
 
     /// The other way: Hijri day, month, year and weekday (1 Sunday) of the day holding the
     /// moment, with the same correction.
     static std::vector<int32_t> getCompsForHijriFromDate(Date date);
-    /// The same in the calendar `kind` instead of the user's.
+    /// The same in the calendar `kind` instead of the user's (with the user's correction).
     static std::vector<int32_t> getCompsForHijriFromDate(Date date, IslamicCalendar::Kind kind);
+    static std::vector<int32_t> getCompsForHijriFromDate(Date date, const HijriReckoning& reckoning);
     /// That Hijri date as text: "1 Ramadan 1445" (day, month name, year) in the same locale
     /// as convertToGregorianFromHijriDay.
     static std::string convertToHijriFromDate(Date date);
-    /// The same in the calendar `kind` instead of the user's.
+    /// The same in the calendar `kind` instead of the user's (with the user's correction).
     static std::string convertToHijriFromDate(Date date, IslamicCalendar::Kind kind);
+    static std::string convertToHijriFromDate(Date date, const HijriReckoning& reckoning);
 
 private:
     std::vector<double> outputSunAngles_ = std::vector<double>(8, 0.0);

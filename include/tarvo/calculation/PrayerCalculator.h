@@ -111,6 +111,11 @@ public:
     std::vector<double> getDatePrayerTimesAsDoubles(Date date, const std::optional<std::string>& cityName,
                                                     const std::optional<std::string>& countryName, double latitude,
                                                     double longitude, const std::optional<std::string>& timeZoneName);
+    /// Fajr and sunrise of the day, the very doubles getDatePrayerTimes gives as its first two
+    /// entries, without computing the rest of the day (what a day's list needs of the next day).
+    std::array<double, 2> getDateFajrAndSunrise(Date date, const std::optional<std::string>& cityName,
+                                                const std::optional<std::string>& countryName, double latitude,
+                                                double longitude, const std::optional<std::string>& timeZoneName);
     std::vector<std::string> getDatePrayerTimesAsString(Date date, const std::optional<std::string>& cityName,
                                                         const std::optional<std::string>& countryName,
                                                         double latitude, double longitude,
@@ -161,6 +166,8 @@ public:
     std::vector<std::string> adjustTimesFormat(const std::vector<double>& times) const;
 
     // ---- State ----------------------------------------------------------------------
+    // The day, the place's Julian dates and whether it keeps an official timetable are
+    // written by every computation: they are read back here, never set.
     const std::optional<std::string>& country() const { return country_; }
     void setCountry(std::optional<std::string> country) { country_ = std::move(country); }
     double lat() const { return lat_; }
@@ -168,16 +175,13 @@ public:
     double lng() const { return lng_; }
     void setLng(double longitude) { lng_ = longitude; }
     double JDate() const { return JDate_; }
-    void setJDate(double jd) { JDate_ = jd; }
     double TomorrowJDate() const { return TomorrowJDate_; }
-    void setTomorrowJDate(double jd) { TomorrowJDate_ = jd; }
     int64_t timeFormat() const { return timeFormat_; }
     void setTimeFormat(int64_t format) { timeFormat_ = format; }
     const std::optional<Date>& GregDate() const { return GregDate_; }
     const std::optional<Date>& TomorrowGregDate() const { return TomorrowGregDate_; }
     int64_t dhuhrMinutes() const { return dhuhrMinutes_; }
     void setDhuhrMinutes(int64_t minutes) { dhuhrMinutes_ = minutes; }
-    std::vector<std::string>& timeNames() { return timeNames_; }
     const std::string& InvalidTime() const { return InvalidTime_; }
     void setInvalidTime(std::string text) { InvalidTime_ = std::move(text); }
     const std::optional<TimeZone>& timeZoneObj() const { return timeZoneObj_; }
@@ -189,17 +193,25 @@ public:
     const Calendar& globalGregCalUTC() const { return globalGregCalUTC_; }
     const std::map<int64_t, MethodParams>& methodParams() const { return *methodParams_; }
     bool isDubai() const { return isDubai_; }
-    void setIsDubai(bool value) { isDubai_ = value; }
     bool isKualaLumpur() const { return isKualaLumpur_; }
-    void setIsKualaLumpur(bool value) { isKualaLumpur_ = value; }
 
 private:
     friend class PolarResolver;
+    /// How much of the day the pipeline computes: all of it, or Fajr and sunrise only.
+    enum class Stage { WholeDay, Morning };
+    /// Sets the place (country, latitude, longitude, zone) and whether it keeps an official
+    /// timetable.
+    void setPlace(const std::optional<std::string>& cityName, const std::optional<std::string>& countryName,
+                  double latitude, double longitude, const std::optional<std::string>& timeZoneName);
+    /// The pipeline on the day set, for `stage`.
+    std::vector<double> pipelineTimes(Stage stage);
+    /// adjustTimes for `stage`.
+    std::vector<double>& adjustTimes(std::vector<double>& times, Stage stage);
     /// Sets the day (and the next) from a moment: its date in the device's calendar, and the
     /// Julian dates shifted by the longitude.
     void setDay(Date date);
     /// The raw times of the day set, from the first guesses.
-    std::vector<double> rawDayTimes() const;
+    std::vector<double> rawDayTimes(Stage stage = Stage::WholeDay) const;
     /// Moves raw times onto the place's clock: today's offset for today's entries, tomorrow's
     /// for tomorrow's, less the longitude's mean time.
     void shiftToClock(std::vector<double>& times) const;
@@ -223,7 +235,7 @@ private:
     /// Fajr and Isha by the Moonsighting Committee's seasonal minutes, for the method that uses them.
     void applySeasonalTwilight(const CalculationMethod& named, std::vector<double>& times) const;
     /// The body of computeTimes: raw times from the ten day portions `t` into `times`.
-    void computeTimesInto(const std::array<double, EntryCount>& t, std::vector<double>& times) const;
+    void computeTimesInto(const std::array<double, EntryCount>& t, std::vector<double>& times, Stage stage) const;
 
     std::optional<std::string> country_;
     double lng_ = 0.0;

@@ -6,12 +6,10 @@
 #include <vector>
 
 #include "tarvo/Export.h"
+#include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/configuration/SettingDescription.h"
 
 namespace tarvo {
-
-class KeyedArchiver;
-class KeyedUnarchiver;
 
 /// The user's global prayer settings: adjustment minutes, the Hijri correction, the extra
 /// night and morning times, status-item display choices, pre-alert settings and the language
@@ -30,8 +28,24 @@ public:
     /// Class name carried by archives of a configuration.
     static constexpr std::string_view kArchiveClassName = "PrayerConfiguration";
 
+    /// The per-prayer adjustment minutes (signed) and whether they apply.
+    struct Adjustments {
+        bool use = false;
+        int64_t fajr = 0;
+        int64_t sunrise = 0;
+        int64_t dhuhr = 0;
+        int64_t asr = 0;
+        int64_t maghrib = 0;
+        int64_t isha = 0;
+        int64_t qiyam = 0;
+    };
+
     /// A configuration loaded from the shared user defaults and the current locale.
     PrayerConfiguration();
+    /// A configuration of plain values that reads no store and no locale: the adjustments
+    /// given, every other setting 0 or false. For hosts that keep their settings themselves
+    /// and hand them to a day computation (TarvoDAO::dayTimetable).
+    explicit PrayerConfiguration(const Adjustments& adjustments);
 
     /// Re-reads every setting from the shared user defaults and the current locale. Also
     /// carries out the one-shot migration of the legacy "ArabicLabels" flag.
@@ -40,20 +54,15 @@ public:
     /// once at the end. The locale flags are never stored.
     void saveIntoPreferences() const;
 
-    /// Archives the settings together with the per-prayer alert settings, which are read
-    /// live from the shared user defaults.
-    void encodeWithCoder(KeyedArchiver& coder) const;
-    /// A fresh configuration loaded from the local store, overwritten by the archived
-    /// settings. Writes the archived per-prayer alert settings into the local shared user
-    /// defaults (without synchronising): that is how they reach the receiving process.
-    static std::shared_ptr<PrayerConfiguration> initWithCoder(const KeyedUnarchiver& coder);
-
-    /// The configuration the records and the class-level operations read when they have no
-    /// facade of their own to ask: the shared facade's, once it has installed itself as the
-    /// source (it does so when the library is loaded); nothing before that.
-    static std::shared_ptr<PrayerConfiguration> shared();
-    /// Installs the source shared() asks (a plain function: installed once, read from any thread).
-    static void setSharedSource(std::shared_ptr<PrayerConfiguration> (*source)());
+    /// The settings, with the per-prayer alert settings read live from the shared user
+    /// defaults, as a keyed archive of class kArchiveClassName: what another process (a watch
+    /// app) receives.
+    std::vector<uint8_t> archivedData() const;
+    /// A fresh configuration loaded from the local store, overwritten by the settings of an
+    /// archive archivedData made; the archived per-prayer alert settings are written into the
+    /// local shared user defaults (without synchronising). Nil when the data is not such an
+    /// archive.
+    static std::shared_ptr<PrayerConfiguration> initWithArchivedData(const std::vector<uint8_t>& data);
 
     /// The stored settings, in loading order: key, type, the values that make sense and meaning.
     static std::vector<SettingDescription> settings();
@@ -70,10 +79,16 @@ public:
     int64_t MaghribAdj() const { return MaghribAdj_; }
     int64_t IshaAdj() const { return IshaAdj_; }
     int64_t QiyamAdj() const { return QiyamAdj_; }
+    /// The seven adjustments above with UsePrayerAdjustments, as one value.
+    Adjustments adjustments() const;
     int64_t HijriCorrection() const { return HijriCorrection_; }
     /// The Islamic calendar of Hijri dates: 0 civil (arithmetical), 1 Umm al-Qura, 2
     /// astronomical (the numbers of IslamicCalendar::Kind).
     int64_t HijriCalendar() const { return HijriCalendar_; }
+    /// HijriCalendar and HijriCorrection as the reckoning the Hijri conversions take.
+    SunCalculator::HijriReckoning hijriReckoning() const {
+        return {IslamicCalendar::kindOfNumber(HijriCalendar_), HijriCorrection_};
+    }
     bool ShouldPlayDuaAfterAthan() const { return ShouldPlayDuaAfterAthan_; }
     bool OneHalfHourBeforeSunrise() const { return OneHalfHourBeforeSunrise_; }
     bool OneHalfHourAfterMaghrib() const { return OneHalfHourAfterMaghrib_; }
@@ -98,6 +113,7 @@ public:
     int64_t PolarResolution() const { return PolarResolution_; }
 
 private:
+    friend class PrayerConfigurationArchive;
     struct Field;
     static const Field kFields[];
 

@@ -4,8 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include <nlohmann/json.hpp>
+#include <variant>
 
 #include "tarvo/Export.h"
 
@@ -16,6 +15,8 @@ namespace tarvo {
 /// can show it, check a value a person typed and store it the way the library reads it.
 struct TARVO_EXPORT SettingDescription {
     enum class Type { boolean, integer, number };
+    /// A value as it is stored: a bool, an integer or a number.
+    using Value = std::variant<bool, int64_t, double>;
 
     std::string_view key;
     Type type = Type::boolean;
@@ -31,7 +32,7 @@ struct TARVO_EXPORT SettingDescription {
     /// The value to store for `text`: a boolean from true/false, yes/no, on/off or 1/0 (any
     /// case); an integer or a number within the bounds. Nothing, with `why` set to one line
     /// saying what is wrong, when the text is not such a value.
-    std::optional<nlohmann::json> valueFromText(std::string_view text, std::string& why) const;
+    std::optional<Value> valueFromText(std::string_view text, std::string& why) const;
 };
 
 }  // namespace tarvo

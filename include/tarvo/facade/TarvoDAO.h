@@ -18,7 +18,6 @@
 namespace tarvo {
 
 class Calendar;
-class DispatchQueue;
 class Geocoder;
 class CityDirectory;
 class SqliteDatabase;
@@ -73,7 +72,6 @@ public:
     void updateSharedValues();
 
     // ---- Fields ------------------------------------------------------------------------
-    std::shared_ptr<DispatchQueue> dbaccessQueue() const;
     std::shared_ptr<Calendar> gregorianCalendar() const;
     std::shared_ptr<IslamicCalendar> islamicCal() const;
     int64_t lastDayOfDate() const;
@@ -202,8 +200,11 @@ private:
     // Makes the two calendars on first use (before the global lock is taken).
     void ensureCalendars();
 
+    /// The facade's serial database queue, kept where hosts do not see it.
+    struct Queues;
+
     mutable std::mutex fieldsMutex_;
-    std::shared_ptr<DispatchQueue> dbaccessQueue_;
+    std::shared_ptr<Queues> queues_;
     std::shared_ptr<Calendar> gregorianCalendar_;
     std::shared_ptr<IslamicCalendar> islamicCal_;
     int64_t lastDayOfDate_ = -1;
