@@ -137,7 +137,7 @@ CityChange add(const CLI::App& cmd, const CitiesOptions& o) {
     }
     auto user = openUserDatabase();
 
-    const auto city = cityFromFields(fields);
+    const auto city = fields.makeCity();
     // Saved and selected together, or not at all.
     auto saved = user->addCity(city);
     if (!saved) throw std::runtime_error(saved.error().message);
