@@ -69,12 +69,14 @@ set(TARVO_SOURCES_configuration
 set(TARVO_SOURCES_cities
   src/cities/CityCalculatorSetup.cpp
   src/cities/CityDirectory.cpp
+  src/cities/CityFields.cpp
   src/cities/CityRows.cpp
   src/cities/CityStatementSlot.cpp
   src/cities/CurlLibrary.cpp
   src/cities/NearestPlace.cpp
   src/cities/OfflineGeocoder.cpp
   src/cities/PlaceResolver.cpp
+  src/cities/RequestChecks.cpp
   src/cities/TarvoCity.cpp
   src/cities/TarvoCityDirectory.cpp
   src/cities/TarvoCityStore.cpp
@@ -82,12 +84,15 @@ set(TARVO_SOURCES_cities
   src/cities/WebGeocoder.cpp
 )
 set(TARVO_SOURCES_facade
+  src/facade/CurrentAndNextPrayer.cpp
   src/facade/TarvoDAO.cpp
   src/facade/TarvoDAOCalculation.cpp
   src/facade/TarvoDAOCurrentPrayer.cpp
   src/facade/TarvoDAOFormatting.cpp
   src/facade/TarvoDAOLocation.cpp
+  src/prayers/PlaceDayTimes.cpp
   src/prayers/Prayer.cpp
+  src/prayers/PrayerAdjustments.cpp
   src/prayers/PrayerAlerts.cpp
   src/prayers/PrayerCalendarBuilder.cpp
   src/prayers/PrayerMonth.cpp

@@ -146,6 +146,15 @@ TARVO_C_EXPORT tarvo_status tarvo_settings_set_custom_angles(tarvo_settings* set
 TARVO_C_EXPORT tarvo_status tarvo_settings_set_gmt_offset(tarvo_settings* settings, double hours);
 /* Summer time: 0 follow the zone, 1 force on, 2 force off. */
 TARVO_C_EXPORT tarvo_status tarvo_settings_set_dst(tarvo_settings* settings, int32_t rule);
+/* Minutes added to one prayer's time (-1440 to 1440), as a user's adjustment settings do:
+ * `prayer` is a tarvo_prayer other than TARVO_SUNSET, which moves with Maghrib. Tomorrow's
+ * Fajr and sunrise move with today's. Applies to tarvo_times and tarvo_now. */
+TARVO_C_EXPORT tarvo_status tarvo_settings_set_adjustment(tarvo_settings* settings, int32_t prayer /* tarvo_prayer */,
+                                                          int32_t minutes);
+/* Maghrib a fixed number of minutes after sunset and Isha a fixed number after Maghrib (each
+ * 0 to 1440) instead of the method's rule; NaN keeps the method's own. */
+TARVO_C_EXPORT tarvo_status tarvo_settings_set_intervals(tarvo_settings* settings, double maghrib_minutes,
+                                                         double isha_minutes);
 
 /* ---- Places and a day's times ------------------------------------------------------------ */
 
@@ -219,8 +228,9 @@ typedef struct tarvo_now_info {
 
 /* The current and next prayer at `unix_seconds` (NaN: now) for the place, as an app shows
  * them once a minute; `countdown` moves the focus to the next prayer 40 minutes after the
- * current one. The shared preferences of the data folder (ShowQiyam, ...) apply. Calls of
- * tarvo_now are run one at a time: the app's facade they drive is one per process. */
+ * current one. The shared preferences of the data folder (ShowQiyam, ...) apply, with the
+ * settings' adjustments and intervals. The answer depends on the arguments only (the
+ * process's clock is read for NaN alone), so calls from many threads run at once. */
 TARVO_C_EXPORT tarvo_status tarvo_now(const tarvo_settings* settings, const tarvo_place* place, double unix_seconds,
                                       int32_t countdown, tarvo_now_info* out);
 

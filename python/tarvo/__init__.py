@@ -34,7 +34,8 @@ _ASR = {"auto": 0, "shafii": 1, "standard": 1, "hanafi": 2}
 _HIGH_LATITUDE = {"auto": 0, "seventh_of_night": 1, "seventh_median": 2, "angle_based": 3, "middle_of_night": 4}
 _POLAR = {"none": 0, "nearest_day": 1, "nearest_latitude": 2}
 _CALENDARS = {"civil": 0, "umalqura": 1, "astronomical": 2}
-_OVERRIDES = ("fajr_angle", "isha_angle", "gmt_offset", "dst", "name", "country")
+_OVERRIDES = ("fajr_angle", "isha_angle", "gmt_offset", "dst", "name", "country", "adjustments", "maghrib_minutes",
+              "isha_minutes")
 _PRAYERS = ("fajr", "sunrise", "dhuhr", "asr", "sunset", "maghrib", "isha", "qiyam")
 
 
@@ -67,6 +68,23 @@ def _moment(value: Optional[Tuple[float, int]], zone: str) -> Optional[_dt.datet
     if moment.utcoffset() != _dt.timedelta(seconds=offset):
         moment = _dt.datetime.fromtimestamp(unix, _dt.timezone(_dt.timedelta(seconds=offset)))
     return moment
+
+
+def _adjustments(value: Optional[Dict[str, int]]) -> List[Tuple[int, int]]:
+    """Minutes by prayer name as (prayer number, minutes) pairs; the library checks the values
+    (Sunset moves with Maghrib)."""
+    if value is None:
+        return []
+    if not isinstance(value, dict):
+        raise TypeError(f"adjustments must be a dict of prayer name to minutes, not {type(value).__name__}")
+    pairs = []
+    for prayer, minutes in value.items():
+        if prayer not in _PRAYERS:
+            raise ValueError(f"'{prayer}' is not a prayer; use one of {', '.join(_PRAYERS)}")
+        if isinstance(minutes, bool) or not isinstance(minutes, int):
+            raise TypeError(f"the adjustment of {prayer} must be whole minutes, not {type(minutes).__name__}")
+        pairs.append((_PRAYERS.index(prayer), minutes))
+    return pairs
 
 
 def _day(date: Optional[_dt.date], zone: str) -> _dt.date:
@@ -122,7 +140,11 @@ def times(place_or_lat: Union[str, float], lon: Optional[float] = None, tz: Opti
     "hanafi"; ``high_latitude`` "auto", "seventh_of_night", "seventh_median",
     "angle_based" or "middle_of_night"; ``polar`` None, "none", "nearest_day" or
     "nearest_latitude". Overrides: ``fajr_angle`` and ``isha_angle`` (over any method),
-    ``gmt_offset`` (hours), ``dst`` (0 zone, 1 on, 2 off), ``name`` and ``country``.
+    ``gmt_offset`` (hours), ``dst`` (0 zone, 1 on, 2 off), ``name`` and ``country``;
+    ``adjustments``, minutes added to prayers by name (``{"fajr": 2, "maghrib": -1}``; sunset
+    moves with maghrib, so it is not adjusted on its own); ``maghrib_minutes`` (Maghrib that
+    many minutes after sunset) and ``isha_minutes`` (Isha that many after Maghrib) in place of
+    the method's rule.
     """
     unknown = sorted(set(overrides) - set(_OVERRIDES))
     if unknown:
@@ -133,7 +155,9 @@ def times(place_or_lat: Union[str, float], lon: Optional[float] = None, tz: Opti
                           day.month, day.day, _method(method), _choice(asr, _ASR, "Asr school"),
                           _choice(high_latitude, _HIGH_LATITUDE, "high-latitude rule"),
                           _choice(polar, _POLAR, "polar resolution"), overrides.get("fajr_angle"),
-                          overrides.get("isha_angle"), overrides.get("gmt_offset"), overrides.get("dst", 0))
+                          overrides.get("isha_angle"), overrides.get("gmt_offset"), overrides.get("dst", 0),
+                          _adjustments(overrides.get("adjustments")), overrides.get("maghrib_minutes"),
+                          overrides.get("isha_minutes"))
     moments = [_moment(value, place.time_zone) for value in answer["times"]]
     return Times(place.label, day, place.time_zone, _dt.timedelta(seconds=answer["utc_offset"]), *moments,
                  method=answer["method"], asr_school=answer["asr"], high_latitude=answer["high_latitude"],
@@ -185,10 +209,13 @@ def _prayer(value: Optional[Tuple[int, str, Any]], zone: str) -> Optional[Prayer
 def now(place_or_lat: Union[str, float], lon: Optional[float] = None, tz: Optional[str] = None, *,
         at: Optional[_dt.datetime] = None, countdown: bool = False, method: Union[str, int] = "auto",
         asr: Union[str, int] = "auto", high_latitude: Union[str, int] = "auto", name: Optional[str] = None,
-        country: Optional[str] = None) -> Now:
+        country: Optional[str] = None, adjustments: Optional[Dict[str, int]] = None,
+        maghrib_minutes: Optional[float] = None, isha_minutes: Optional[float] = None) -> Now:
     """The current and next prayer at ``at`` (an aware datetime; default now) for a place, with
     the watch summary, as an app shows them once a minute. ``countdown`` moves the focus to the
-    next prayer 40 minutes after the current one."""
+    next prayer 40 minutes after the current one. ``adjustments``, ``maghrib_minutes`` and
+    ``isha_minutes`` move the prayers as in :func:`times`. Calls from several threads run at
+    once."""
     place = _place_of(place_or_lat, lon, tz, name, country)
     if at is None:
         moment = _math.nan
@@ -200,7 +227,8 @@ def now(place_or_lat: Union[str, float], lon: Optional[float] = None, tz: Option
         moment = at.timestamp()
     answer = _tarvo.now(place.latitude, place.longitude, place.time_zone, place.name, place.country, moment,
                         bool(countdown), _method(method), _choice(asr, _ASR, "Asr school"),
-                        _choice(high_latitude, _HIGH_LATITUDE, "high-latitude rule"))
+                        _choice(high_latitude, _HIGH_LATITUDE, "high-latitude rule"), _adjustments(adjustments),
+                        maghrib_minutes, isha_minutes)
     zone = place.time_zone
     summary = answer["summary"]
     if summary is not None:

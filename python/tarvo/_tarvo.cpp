@@ -7,6 +7,8 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
@@ -61,8 +63,13 @@ struct SettingsDeleter {
 using Settings = std::unique_ptr<tarvo_settings, SettingsDeleter>;
 
 // The settings from the keyword arguments the Python half passes (already numbers).
+// Adjustments are (prayer, minutes) pairs by tarvo_prayer number.
+using Adjustments = std::vector<std::pair<int, int>>;
+
 Settings settingsFrom(const py::object& method, int asr, int highLatitude, int polar, std::optional<double> fajrAngle,
-                      std::optional<double> ishaAngle, std::optional<double> gmtOffset, int dst) {
+                      std::optional<double> ishaAngle, std::optional<double> gmtOffset, int dst,
+                      const Adjustments& adjustments = {}, std::optional<double> maghribMinutes = {},
+                      std::optional<double> ishaMinutes = {}) {
     tarvo_settings* raw = nullptr;
     call([&] { return tarvo_settings_create(&raw); });
     Settings s(raw);
@@ -81,6 +88,14 @@ Settings settingsFrom(const py::object& method, int asr, int highLatitude, int p
     }
     if (gmtOffset) setting([&] { return tarvo_settings_set_gmt_offset(s.get(), *gmtOffset); });
     setting([&] { return tarvo_settings_set_dst(s.get(), dst); });
+    for (const auto& [prayer, minutes] : adjustments) {
+        setting([&] { return tarvo_settings_set_adjustment(s.get(), prayer, minutes); });
+    }
+    if (maghribMinutes || ishaMinutes) {
+        setting([&] {
+            return tarvo_settings_set_intervals(s.get(), maghribMinutes.value_or(std::nan("")), ishaMinutes.value_or(std::nan("")));
+        });
+    }
     return s;
 }
 
@@ -215,8 +230,10 @@ PYBIND11_MODULE(_tarvo, m) {
         [](double latitude, double longitude, const std::string& zone, std::optional<std::string> name,
            std::optional<std::string> country, int year, int month, int day, const py::object& method, int asr,
            int highLatitude, int polar, std::optional<double> fajrAngle, std::optional<double> ishaAngle,
-           std::optional<double> gmtOffset, int dst) {
-            Settings s = settingsFrom(method, asr, highLatitude, polar, fajrAngle, ishaAngle, gmtOffset, dst);
+           std::optional<double> gmtOffset, int dst, const Adjustments& adjustments,
+           std::optional<double> maghribMinutes, std::optional<double> ishaMinutes) {
+            Settings s = settingsFrom(method, asr, highLatitude, polar, fajrAngle, ishaAngle, gmtOffset, dst,
+                                      adjustments, maghribMinutes, ishaMinutes);
             Place p(latitude, longitude, zone, std::move(name), std::move(country));
             tarvo_day_times t{};
             call([&] { return tarvo_times(s.get(), &p.place, year, month, day, &t); });
@@ -237,8 +254,10 @@ PYBIND11_MODULE(_tarvo, m) {
         "now",
         [](double latitude, double longitude, const std::string& zone, std::optional<std::string> name,
            std::optional<std::string> country, double at, bool countdown, const py::object& method, int asr,
-           int highLatitude) {
-            Settings s = settingsFrom(method, asr, highLatitude, TARVO_POLAR_NONE, {}, {}, {}, 0);
+           int highLatitude, const Adjustments& adjustments, std::optional<double> maghribMinutes,
+           std::optional<double> ishaMinutes) {
+            Settings s = settingsFrom(method, asr, highLatitude, TARVO_POLAR_NONE, {}, {}, {}, 0, adjustments,
+                                      maghribMinutes, ishaMinutes);
             Place p(latitude, longitude, zone, std::move(name), std::move(country));
             tarvo_now_info n{};
             call([&] { return tarvo_now(s.get(), &p.place, at, countdown ? 1 : 0, &n); });

@@ -116,6 +116,33 @@ def random_settings(rng):
                    highlat=rng.randrange(0, 5))
 
 
+def test_adjustments_and_intervals():
+    # Makkah on 2024-03-15 by the Muslim World League: Fajr 05:15:17, Dhuhr 12:29:29, Asr
+    # 15:53:42, sunset 18:30:13 (`tarvo times --method mwl --json`).
+    day = dt.date(2024, 3, 15)
+    moved = tarvo.times(21.4225, 39.8262, "Asia/Riyadh", date=day, method="mwl", adjustments={"fajr": 5, "maghrib": -2},
+                        maghrib_minutes=3, isha_minutes=90)
+    clock = {name: getattr(moved, name).strftime("%H:%M:%S") for name in ("fajr", "dhuhr", "sunset", "maghrib", "isha")}
+    # Sunset moves with Maghrib; Isha counts from the engine's Maghrib and has no adjustment of its own.
+    assert clock == {"fajr": "05:20:17", "dhuhr": "12:29:29", "sunset": "18:28:13", "maghrib": "18:31:13",
+                     "isha": "20:03:13"}
+    with pytest.raises(ValueError, match=r"^Sunset moves with Maghrib; adjust Maghrib$"):
+        tarvo.times("Makkah", date=day, adjustments={"sunset": 1})
+    with pytest.raises(ValueError, match=r"^'duha' is not a prayer"):
+        tarvo.times("Makkah", date=day, adjustments={"duha": 1})
+    with pytest.raises(ValueError, match=r"^adjustment 1441 is outside -1440 to 1440 minutes$"):
+        tarvo.times("Makkah", date=day, adjustments={"isha": 1441})
+    with pytest.raises(ValueError, match=r"^Isha interval -1 is outside 0 to 1440 minutes$"):
+        tarvo.times("Makkah", date=day, isha_minutes=-1)
+    with pytest.raises(TypeError):
+        tarvo.times("Makkah", date=day, adjustments={"fajr": 1.5})
+    # Ten minutes after the engine's Asr, an Asr moved 30 minutes later has not begun.
+    at = dt.datetime(2024, 3, 15, 16, 3, 42, tzinfo=ZoneInfo("Asia/Riyadh"))
+    assert tarvo.now(21.4225, 39.8262, "Asia/Riyadh", at=at, method="mwl").current.name == "Asr"
+    later = tarvo.now(21.4225, 39.8262, "Asia/Riyadh", at=at, method="mwl", adjustments={"asr": 30})
+    assert later.current.type == 2 and later.next.type == 3 and later.next.time.strftime("%H:%M") == "16:24"
+
+
 def test_hundred_random_days_equal_the_tool():
     for s in random_settings(random.Random(30)):
         printed = subprocess.run(
@@ -182,5 +209,6 @@ def test_readme_example_runs():
         exec(compile(example, "README example", "exec"), {})
     lines = out.getvalue().splitlines()
     assert re.fullmatch(r"2024-03-15T0\d:\d\d:\d\d(\.\d+)?\+03:00 2024-03-15T18:\d\d:\d\d(\.\d+)?\+03:00", lines[0])
-    assert lines[1] == "None" and lines[2] == str(tarvo.qibla(51.5074, -0.1278).bearing)
-    assert "1445" in lines[3] and "Medina" in lines[4]
+    assert lines[1] == "None" and lines[2] == "20:35"  # 18:30:13 + 120 minutes + 5
+    assert lines[3] == str(tarvo.qibla(51.5074, -0.1278).bearing)
+    assert "1445" in lines[4] and "Medina" in lines[5]

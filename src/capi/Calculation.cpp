@@ -1,9 +1,6 @@
 // The calculation settings handle, and the checks and conversions the day computations share.
 #include "Calculation.h"
 
-#include "tarvo/calculation/PolarResolution.h"
-
-#include <chrono>
 #include <cmath>
 #include <new>
 
@@ -11,7 +8,8 @@
 
 #include "Boundary.h"
 #include "tarvo/calculation/CalculationMethod.h"
-#include "tarvo/calculation/PrayerCalculator.h"
+#include "tarvo/cities/CityFields.h"
+#include "tarvo/cities/RequestChecks.h"
 #include "tarvo/cities/TarvoCity.h"
 
 namespace tarvo::capi {
@@ -22,11 +20,8 @@ const tarvo_settings& settingsOrDefault(const tarvo_settings* settings) {
 }
 
 void checkPosition(double latitude, double longitude) {
-    if (!std::isfinite(latitude) || latitude < -90 || latitude > 90) {
-        throw Failure(TARVO_ERROR_INVALID_ARGUMENT, fmt::format("latitude {} is outside -90 to 90", latitude));
-    }
-    if (!std::isfinite(longitude) || longitude < -180 || longitude > 180) {
-        throw Failure(TARVO_ERROR_INVALID_ARGUMENT, fmt::format("longitude {} is outside -180 to 180", longitude));
+    if (auto problem = RequestChecks::positionProblem(latitude, longitude)) {
+        throw Failure(TARVO_ERROR_INVALID_ARGUMENT, *problem);
     }
 }
 
@@ -38,76 +33,31 @@ TimeZone zoneNamed(const char* name) {
 }
 
 void checkGregorianDate(int64_t year, int64_t month, int64_t day) {
-    if (year < 1 || year > 9999) {
-        throw Failure(TARVO_ERROR_INVALID_ARGUMENT, fmt::format("year {} is outside 1 to 9999", year));
-    }
-    if (month < 1 || month > 12) {
-        throw Failure(TARVO_ERROR_INVALID_ARGUMENT, fmt::format("{:04} has no month {}", year, month));
-    }
-    using namespace std::chrono;
-    const year_month_day date{std::chrono::year(static_cast<int>(year)), std::chrono::month(static_cast<unsigned>(month)),
-                              std::chrono::day(static_cast<unsigned>(day < 0 || day > 255 ? 0 : day))};
-    if (!date.ok()) {
-        const auto length = static_cast<unsigned>(
-            (std::chrono::year(static_cast<int>(year)) / std::chrono::month(static_cast<unsigned>(month)) / last).day());
-        throw Failure(TARVO_ERROR_INVALID_ARGUMENT,
-                      fmt::format("{:04}-{:02}-{:02} does not exist ({:04}-{:02} has {} days)", year, month, day, year,
-                                  month, length));
-    }
+    if (auto problem = RequestChecks::dayProblem(year, month, day)) throw Failure(TARVO_ERROR_INVALID_ARGUMENT, *problem);
 }
 
 std::shared_ptr<TarvoCity> cityFor(const tarvo_place& place, const tarvo_settings& s) {
     checkPosition(place.latitude, place.longitude);
     const TimeZone zone = zoneNamed(place.time_zone);
-    // A city the host describes, filled without mirroring anything into the automatic-city
-    // preferences (it is not an edit of the automatic city).
-    auto city = std::make_shared<TarvoCity>();
-    city->setIsLoadingFromDB(true);
-    city->setCityName(std::string(place.name ? place.name
-                                             : fmt::format("{:.4f}, {:.4f}", place.latitude, place.longitude)));
-    city->setCountryName(std::string(place.country ? place.country : ""));
-    city->setStateName(std::string());
-    city->setLatitude(place.latitude);
-    city->setLongitude(place.longitude);
-    city->setTimeZone(zone.name());
-    city->setGMT(s.gmtHours.value_or(TarvoCity::kGMTFromTimeZone));
-    city->setDSTPreference(s.dst);
-    city->setPrayerMethod(s.method);
-    city->setAsrMethod(s.asr);
-    city->setAdjustHighLatitude(s.highLatitude);
-    // 0: not chosen, so the custom method keeps its own angles.
-    city->setCustomFajrAngle(s.fajrAngle.value_or(0));
-    city->setCustomIshaAngle(s.ishaAngle.value_or(0));
-    // The facade's own timetables (the current prayer) follow the city's choice.
-    city->setPolarResolution(storedPolarResolution(static_cast<PolarResolution>(s.polar)));
-    city->setIsLoadingFromDB(false);
-    return city;
-}
-
-void applyPolarResolution(PrayerCalculator& calculator, const tarvo_settings& settings) {
-    // The C values 0-2 are the library's None, NearestDay and NearestLatitude.
-    calculator.setPolarResolution(static_cast<PolarResolution>(settings.polar));
+    CityFields fields;
+    fields.name = place.name ? place.name : fmt::format("{:.4f}, {:.4f}", place.latitude, place.longitude);
+    fields.country = place.country ? place.country : "";
+    fields.latitude = place.latitude;
+    fields.longitude = place.longitude;
+    fields.timeZone = zone.name();
+    fields.calculation = s.choices;
+    return fields.makeCity();
 }
 
 tarvo_moment momentOf(std::optional<Date> moment, const TimeZone& clock) {
+    if (!moment) return tarvo_moment{};
+    return momentOf(moment, clock.secondsFromGMT(*moment));
+}
+
+tarvo_moment momentOf(std::optional<Date> moment, int64_t offsetSeconds) {
     tarvo_moment m{};
     if (!moment || !std::isfinite(moment->timeIntervalSince1970())) return m;
     m.unix_seconds = moment->timeIntervalSince1970();
-    m.utc_offset_seconds = static_cast<int32_t>(clock.secondsFromGMT(*moment));
-    m.present = 1;
-    return m;
-}
-
-tarvo_moment momentOfEngineHours(double hours, int64_t year, int64_t month, int64_t day, int64_t offsetSeconds) {
-    tarvo_moment m{};
-    if (!std::isfinite(hours)) return m;
-    using namespace std::chrono;
-    const sys_days midnight{year_month_day{std::chrono::year(static_cast<int>(year)),
-                                           std::chrono::month(static_cast<unsigned>(month)),
-                                           std::chrono::day(static_cast<unsigned>(day))}};
-    // The engine writes a time of day on the day's clock: that reading less the clock's offset.
-    const double midnightSeconds = static_cast<double>(midnight.time_since_epoch().count()) * 86400.0;
-    m.unix_seconds = midnightSeconds + hours * 3600.0 - static_cast<double>(offsetSeconds);
     m.utc_offset_seconds = static_cast<int32_t>(offsetSeconds);
     m.present = 1;
     return m;
@@ -166,7 +116,7 @@ tarvo_status tarvo_settings_set_method(tarvo_settings* settings, int32_t method)
             throw Failure(TARVO_ERROR_NOT_FOUND,
                           fmt::format("{} is not a calculation method; tarvo_methods lists them", method));
         }
-        s.method = method;
+        s.choices.method = method;
     });
 }
 
@@ -178,41 +128,40 @@ tarvo_status tarvo_settings_set_method_name(tarvo_settings* settings, const char
             throw Failure(TARVO_ERROR_NOT_FOUND,
                           fmt::format("'{}' is not a calculation method; tarvo_methods lists them", name));
         }
-        s.method = *number;
+        s.choices.method = *number;
     });
 }
 
 tarvo_status tarvo_settings_set_asr(tarvo_settings* settings, int32_t school) {
     return withSettings(settings, [&](tarvo_settings& s) {
         checkChoice(school, 2, "Asr school");
-        s.asr = school;
+        s.choices.asr = school;
     });
 }
 
 tarvo_status tarvo_settings_set_high_latitude(tarvo_settings* settings, int32_t rule) {
     return withSettings(settings, [&](tarvo_settings& s) {
         checkChoice(rule, 4, "high-latitude rule");
-        s.highLatitude = rule;
+        s.choices.highLatitude = rule;
     });
 }
 
 tarvo_status tarvo_settings_set_polar(tarvo_settings* settings, int32_t polar) {
     return withSettings(settings, [&](tarvo_settings& s) {
         checkChoice(polar, 2, "polar resolution");
-        s.polar = static_cast<tarvo_polar_resolution>(polar);
+        // The C values 0-2 are the library's None, NearestDay and NearestLatitude.
+        s.choices.polar = storedPolarResolution(static_cast<PolarResolution>(polar));
     });
 }
 
 tarvo_status tarvo_settings_set_custom_angles(tarvo_settings* settings, double fajr, double isha) {
     return withSettings(settings, [&](tarvo_settings& s) {
-        // 0 is what a city stores for "not chosen"; as an angle it would put Fajr at sunrise.
         for (const double angle : {fajr, isha}) {
-            if (!std::isnan(angle) && !(angle > 0 && angle <= 90)) {
-                throw Failure(TARVO_ERROR_INVALID_ARGUMENT, fmt::format("angle {} is outside (0, 90]", angle));
-            }
+            if (std::isnan(angle)) continue;
+            if (auto problem = RequestChecks::angleProblem(angle)) throw Failure(TARVO_ERROR_INVALID_ARGUMENT, *problem);
         }
-        s.fajrAngle = std::isnan(fajr) ? std::nullopt : std::optional<double>(fajr);
-        s.ishaAngle = std::isnan(isha) ? std::nullopt : std::optional<double>(isha);
+        s.choices.fajrAngle = std::isnan(fajr) ? std::nullopt : std::optional<double>(fajr);
+        s.choices.ishaAngle = std::isnan(isha) ? std::nullopt : std::optional<double>(isha);
     });
 }
 
@@ -221,14 +170,32 @@ tarvo_status tarvo_settings_set_gmt_offset(tarvo_settings* settings, double hour
         if (!std::isnan(hours) && !(hours >= -14 && hours <= 14)) {
             throw Failure(TARVO_ERROR_INVALID_ARGUMENT, fmt::format("GMT offset {} is outside -14 to 14", hours));
         }
-        s.gmtHours = std::isnan(hours) ? std::nullopt : std::optional<double>(hours);
+        s.choices.gmt = std::isnan(hours) ? std::nullopt : std::optional<double>(hours);
     });
 }
 
 tarvo_status tarvo_settings_set_dst(tarvo_settings* settings, int32_t rule) {
     return withSettings(settings, [&](tarvo_settings& s) {
         checkChoice(rule, 2, "summer-time rule");
-        s.dst = rule;
+        s.choices.dst = rule;
+    });
+}
+
+tarvo_status tarvo_settings_set_adjustment(tarvo_settings* settings, int32_t prayer, int32_t minutes) {
+    return withSettings(settings, [&](tarvo_settings& s) {
+        if (auto problem = s.adjustments.setMinutes(prayer, minutes)) throw Failure(TARVO_ERROR_INVALID_ARGUMENT, *problem);
+    });
+}
+
+tarvo_status tarvo_settings_set_intervals(tarvo_settings* settings, double maghrib_minutes, double isha_minutes) {
+    return withSettings(settings, [&](tarvo_settings& s) {
+        const auto chosen = [](double minutes) { return std::isnan(minutes) ? std::nullopt : std::optional(minutes); };
+        // Both are checked before either is kept, so a refused call changes nothing.
+        PrayerAdjustments changed = s.adjustments;
+        for (auto problem : {changed.setMaghribMinutes(chosen(maghrib_minutes)), changed.setIshaMinutes(chosen(isha_minutes))}) {
+            if (problem) throw Failure(TARVO_ERROR_INVALID_ARGUMENT, *problem);
+        }
+        s.adjustments = changed;
     });
 }
 

@@ -7,23 +7,22 @@
 #include <memory>
 #include <optional>
 
+#include "tarvo/calculation/PolarResolution.h"
+#include "tarvo/cities/CalculationChoices.h"
 #include "tarvo/platform/Date.h"
 #include "tarvo/platform/TimeZone.h"
+#include "tarvo/prayers/PrayerAdjustments.h"
 #include "tarvo/tarvo.h"
 
 struct tarvo_settings {
-    int64_t method = 0;        ///< 0 automatic
-    int64_t asr = 0;           ///< 0 automatic
-    int64_t highLatitude = 0;  ///< 0 automatic
-    tarvo_polar_resolution polar = TARVO_POLAR_NONE;
-    std::optional<double> fajrAngle;  ///< the custom method's angles, when chosen
-    std::optional<double> ishaAngle;
-    std::optional<double> gmtHours;   ///< a fixed offset instead of the zone's
-    int64_t dst = 0;                  ///< 0 follow the zone, 1 force on, 2 force off
+    // The C interface's default leaves polar times missing (TARVO_POLAR_NONE), whatever the
+    // preferences of the data folder say.
+    tarvo_settings() { choices.polar = tarvo::storedPolarResolution(tarvo::PolarResolution::None); }
+    tarvo::CalculationChoices choices;     ///< all automatic
+    tarvo::PrayerAdjustments adjustments;  ///< minutes per prayer, Maghrib and Isha intervals
 };
 
 namespace tarvo {
-class PrayerCalculator;
 class TarvoCity;
 }  // namespace tarvo
 
@@ -41,14 +40,9 @@ void checkGregorianDate(int64_t year, int64_t month, int64_t day);
 
 /// The place with its settings as the city the engine computes for, after checking both.
 std::shared_ptr<TarvoCity> cityFor(const tarvo_place& place, const tarvo_settings& settings);
-/// Applies the polar resolution of the settings to the calculator.
-void applyPolarResolution(PrayerCalculator& calculator, const tarvo_settings& settings);
-
 /// A moment, or a missing one, shown on `clock`: the one place where the interface decides
 /// how a missing time is written.
 tarvo_moment momentOf(std::optional<Date> moment, const TimeZone& clock);
-/// The moment of an engine time of day: `hours` on the clock of `day` running
-/// `offsetSeconds` ahead of UTC (NaN: missing).
-tarvo_moment momentOfEngineHours(double hours, int64_t year, int64_t month, int64_t day, int64_t offsetSeconds);
-
+/// The same on a clock `offsetSeconds` ahead of UTC.
+tarvo_moment momentOf(std::optional<Date> moment, int64_t offsetSeconds);
 }  // namespace tarvo::capi

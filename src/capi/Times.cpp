@@ -3,13 +3,12 @@
 
 #include "Boundary.h"
 #include "Calculation.h"
-#include "tarvo/calculation/PrayerCalculator.h"
-#include "tarvo/cities/CityCalculatorSetup.h"
 #include "tarvo/cities/TarvoCity.h"
+#include "tarvo/configuration/PrayerConfiguration.h"
+#include "tarvo/facade/CurrentAndNextPrayer.h"
 #include "tarvo/facade/TarvoDAO.h"
-#include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Clock.h"
-#include "tarvo/platform/DispatchQueue.h"
+#include "tarvo/prayers/PlaceDayTimes.h"
 #include "tarvo/prayers/Prayer.h"
 #include "tarvo/summary/SmartPrayerInfo.h"
 
@@ -31,29 +30,6 @@ tarvo_prayer_moment prayerMoment(const std::shared_ptr<Prayer>& prayer, const Ti
     return m;
 }
 
-// Makes the place's clock the device's, and `moment` the library's now, for one request;
-// puts both back afterwards.
-class DeviceForRequest {
-public:
-    DeviceForRequest(const TimeZone& zone, double moment) : zone_(TimeZone::systemDefault()) {
-        TimeZone::setSystemDefault(zone);
-        if (!std::isnan(moment)) {
-            Clock::installFixed(Date(moment));
-            fixed_ = true;
-        }
-    }
-    ~DeviceForRequest() {
-        if (fixed_) Clock::remove();
-        TimeZone::setSystemDefault(zone_);
-    }
-    DeviceForRequest(const DeviceForRequest&) = delete;
-    DeviceForRequest& operator=(const DeviceForRequest&) = delete;
-
-private:
-    TimeZone zone_;
-    bool fixed_ = false;
-};
-
 }  // namespace
 
 extern "C" {
@@ -70,39 +46,22 @@ tarvo_status tarvo_times(const tarvo_settings* settings, const tarvo_place* plac
         checkGregorianDate(year, month, day);
         const tarvo_settings& s = settingsOrDefault(settings);
         const auto city = cityFor(*place, s);
-
-        PrayerCalculator calculator;
-        configureCalculatorFromCity(calculator, *city);
-        applyPolarResolution(calculator, s);
-        // The day asked about is the calculator's calendar day holding this moment: noon of
-        // the date on that calendar.
-        DateComponents noon;
-        noon.year = year;
-        noon.month = month;
-        noon.day = day;
-        noon.hour = 12;
-        const Date moment = calculator.globalGregCal().dateFromComponents(noon);
-        const std::vector<double> hours = calculator.getDatePrayerTimesAsDoubles(
-            moment, city->cityName(), city->countryName(), city->latitude(), city->longitude(), city->TimeZone());
-        if (hours.size() < TARVO_PRAYER_COUNT) {
-            throw Failure(TARVO_ERROR_INTERNAL, "the engine gave no times for this day");
-        }
-        // The offset the day's times are written on.
-        const auto offset = static_cast<int64_t>(std::llround(calculator.getTimeZoneOffset(moment) * 3600.0));
+        const auto computed = PlaceDayTimes::compute(*city, year, month, day, s.adjustments);
+        if (!computed) throw Failure(TARVO_ERROR_INTERNAL, "the engine gave no times for this day");
 
         tarvo_day_times t{};
         t.year = year;
         t.month = month;
         t.day = day;
-        t.utc_offset_seconds = static_cast<int32_t>(offset);
+        t.utc_offset_seconds = static_cast<int32_t>(computed->utcOffsetSeconds);
         for (size_t i = 0; i < TARVO_PRAYER_COUNT; ++i) {
-            t.times[i] = momentOfEngineHours(hours[i], year, month, day, offset);
-            t.hours[i] = t.times[i].present ? hours[i] : std::nan("");
+            t.times[i] = momentOf(computed->moment(i), computed->utcOffsetSeconds);
+            t.hours[i] = t.times[i].present ? computed->hours[i] : std::nan("");
         }
-        t.method = static_cast<int32_t>(calculator.calcMethod());
-        t.asr = static_cast<int32_t>(calculator.asrJuristic());
-        t.high_latitude = static_cast<int32_t>(calculator.adjustHighLats());
-        t.fixed_timings = calculator.isUsingFixedTimings() ? 1 : 0;
+        t.method = static_cast<int32_t>(computed->method);
+        t.asr = static_cast<int32_t>(computed->asr);
+        t.high_latitude = static_cast<int32_t>(computed->highLatitude);
+        t.fixed_timings = computed->fixedTimings ? 1 : 0;
         *out = t;
         return TARVO_OK;
     });
@@ -118,31 +77,19 @@ tarvo_status tarvo_now(const tarvo_settings* settings, const tarvo_place* place,
         }
         const tarvo_settings& s = settingsOrDefault(settings);
         const auto city = cityFor(*place, s);
-        PrayerCalculator probe;
-        applyPolarResolution(probe, s);
-
-        // The app's facade is one per process, and its "now" and the device's zone are the
-        // process's: one request at a time drives them.
-        std::lock_guard lock(deviceStateMutex());
-        // Someone asking about a place wants its clock: the city's zone, or the fixed offset
-        // its settings give, as it stands at the moment asked about.
-        const TimeZone zone =
-            clockOfCity(*city, std::isnan(unix_seconds) ? Clock::now() : Date(unix_seconds));
-        DeviceForRequest device(zone, unix_seconds);
-        const Date now = Clock::now();
-
-        auto facade = TarvoDAO::getSharedInstance();
-        facade->setActiveCity(city);
-        facade->getPrayerTimesForCurrentDateWithDayOffset(0, city);
-        facade->determineCurrentAndNextPrayerTimeForCity(city, true);
-        DispatchQueue::main().drain();
+        const Date now = std::isnan(unix_seconds) ? Clock::now() : Date(unix_seconds);
+        // The settings of the data folder's preferences (ShowQiyam, the extra times), with
+        // the request's own adjustments; nothing of the process is driven, so calls run at once.
+        const CurrentAndNextPrayer::Answer answer =
+            CurrentAndNextPrayer::at(city, TarvoDAO::getSharedInstance()->globalPrayerConfiguration(), s.adjustments, now, countdown != 0);
+        const TimeZone& zone = answer.clock;
 
         tarvo_now_info info{};
         info.now = momentOf(now, zone);
-        info.current = prayerMoment(facade->CurrentPrayer(), zone);
-        info.next = prayerMoment(facade->NextPrayer(), zone);
+        info.current = prayerMoment(answer.current, zone);
+        info.next = prayerMoment(answer.next, zone);
         info.seconds_to_next = info.next.time.present ? info.next.time.unix_seconds - now.timeIntervalSince1970() : std::nan("");
-        if (const auto smart = facade->getLatestSmartInfoForCountdownToNextPrayer(countdown != 0)) {
+        if (const auto& smart = answer.summary) {
             info.has_summary = 1;
             info.focus = prayerMoment(smart->prayerToFocus(), zone);
             info.state = static_cast<int32_t>(smart->prayerState());

@@ -15,6 +15,7 @@
 #include "tarvo/platform/GlobalStateLock.h"
 #include "tarvo/platform/IslamicCalendar.h"
 #include "tarvo/prayers/Prayer.h"
+#include "tarvo/prayers/PrayerAdjustments.h"
 
 namespace tarvo {
 
@@ -30,26 +31,6 @@ TarvoDAO::DayList timelessDay() {
     return day;
 }
 
-// The user's adjustment of a prayer type in minutes, from a configuration already looked up
-// (a day's ten records ask with the one the day started with).
-int64_t adjustmentMinutes(const PrayerConfiguration* config, int64_t type, bool force) {
-    if (!config) return 0;
-    if (!config->UsePrayerAdjustments() && !force) return 0;
-    switch (type) {
-    case Prayer::Fajr:
-    case Prayer::TomorrowFajr: return config->FajrAdj();
-    case Prayer::Sunrise:
-    case Prayer::TomorrowSunrise: return config->SunriseAdj();
-    case Prayer::Dhuhr: return config->DhuhrAdj();
-    case Prayer::Asr: return config->AsrAdj();
-    // Sunset moves with Maghrib: the two are the same moment unless a method delays Maghrib.
-    case Prayer::Sunset:
-    case Prayer::Maghrib: return config->MaghribAdj();
-    case Prayer::Isha: return config->IshaAdj();
-    case Prayer::Qiyam: return config->QiyamAdj();
-    default: return 0;
-    }
-}
 
 // Which entries carry tomorrow's date. The evening's events follow one another: from Dhuhr
 // on, an event whose clock time (as it is stamped, to the minute) is earlier than the one
@@ -79,7 +60,8 @@ std::array<bool, kDaySize> stampedOnNextDay(const std::vector<double>& times) {
 }  // namespace
 
 int64_t TarvoDAO::getAdjustmentMinutesForPrayer(int64_t type, bool force) {
-    return adjustmentMinutes(getSharedInstance()->globalPrayerConfiguration().get(), type, force);
+    return PrayerAdjustments::fromConfiguration(getSharedInstance()->globalPrayerConfiguration().get(), force)
+        .minutesFor(type);
 }
 
 int64_t TarvoDAO::getDaysInMonth(int64_t year, int64_t month) {
@@ -101,16 +83,26 @@ TarvoDAO::DayList TarvoDAO::getPrayerTimesForDate(Date date, const std::shared_p
 TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoCity>& city,
                                          const Calendar& gregorianCalendar, const IslamicCalendar& islamicCalendar,
                                          const std::shared_ptr<PrayerConfiguration>& config) {
+    return dayTimetable(date, city, gregorianCalendar, islamicCalendar, config,
+                        PrayerAdjustments::fromConfiguration(config.get()));
+}
+
+TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoCity>& city,
+                                         const Calendar& gregorianCalendar, const IslamicCalendar& islamicCalendar,
+                                         const std::shared_ptr<PrayerConfiguration>& config,
+                                         const PrayerAdjustments& adjustments) {
     if (!city) return timelessDay();
     PrayerCalculator calculator;
     configureCalculatorFromCity(calculator, *city);
+    // The engine's day is the day of `date` on the calendar the records are stamped with.
+    calculator.setCalendarZone(gregorianCalendar.timeZone());
     // The settings this facade computes with, which need not be the shared ones.
     calculator.setPolarResolution(polarResolutionOfCity(*city, config.get()));
 
     const bool ramadan = config && config->TwoHourAfterMaghribAuto() && city->isCountrySaudiArabia() &&
                          isDateInRamdan(date, islamicCalendar, config->HijriCorrection());
     if (config && config->OneHalfHourBeforeSunrise()) {
-        calculator.setFajrMinutes(static_cast<double>(90 - adjustmentMinutes(config.get(), Prayer::Sunrise, false)));
+        calculator.setFajrMinutes(static_cast<double>(90 - adjustments.minutesFor(Prayer::Sunrise)));
     }
     // In a Saudi Ramadan the two-hour interval wins over the 90-minute option on purpose:
     // that is the official Ramadan rule there. A city's own Isha minutes win over all three:
@@ -118,10 +110,12 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
     if (city->ishaMinutes()) {
         // set by configureCalculatorFromCity
     } else if (config && !ramadan && config->OneHalfHourAfterMaghrib()) {
-        calculator.setIshaMinutes(static_cast<double>(adjustmentMinutes(config.get(), Prayer::Maghrib, false) + 90));
+        calculator.setIshaMinutes(static_cast<double>(adjustments.minutesFor(Prayer::Maghrib) + 90));
     } else if (ramadan || (config && config->TwoHourAfterMaghrib())) {
-        calculator.setIshaMinutes(static_cast<double>(adjustmentMinutes(config.get(), Prayer::Maghrib, false) + 120));
+        calculator.setIshaMinutes(static_cast<double>(adjustments.minutesFor(Prayer::Maghrib) + 120));
     }
+    // Intervals chosen for this request win over the settings' own.
+    adjustments.applyIntervals(calculator);
 
     DateComponents addOneDay;
     addOneDay.day = 1;
@@ -168,13 +162,13 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
         if (!std::isfinite(times[i])) {
             // The sun does not reach the angle, rise or set: the record has no time at all.
             // Written as hour 0, it would be a midnight that never was the prayer's.
-            prayer->setAdjustmentMinutes(adjustmentMinutes(config.get(), type, false));
+            prayer->setAdjustmentMinutes(adjustments.minutesFor(type));
             day.push_back(std::move(prayer));
             continue;
         }
         const DateComponents& stamp = onNextDay[i] ? next : today;
         prayer->setPrayerYear(stamp.year, stamp.month, stamp.day, PrayerCalculator::floatToHour(times[i]),
-                              PrayerCalculator::floatToMin(times[i]), adjustmentMinutes(config.get(), type, false),
+                              PrayerCalculator::floatToMin(times[i]), adjustments.minutesFor(type),
                               wallClock, scratch);
         const double offset = i >= Prayer::TomorrowFajr ? tomorrowOffset : todayOffset;
         prayer->setPrayerTime(prayer->PrayerTime()->addingTimeInterval(-offset));

@@ -29,7 +29,7 @@ bool hasNoStages(int64_t type) {
     return type == Prayer::Sunrise || type == Prayer::TomorrowFajr || type == Prayer::TomorrowSunrise;
 }
 
-double now() { return Clock::now().timeIntervalSince1970(); }
+double clockNow() { return Clock::now().timeIntervalSince1970(); }
 
 }  // namespace
 
@@ -41,6 +41,18 @@ SmartPrayerInfo::SmartPrayerInfo(std::shared_ptr<Prayer> currentPrayer, std::sha
     prayerToFocus_ = nextPrayer_;
     refreshPrayerToFocus();
 }
+
+SmartPrayerInfo::SmartPrayerInfo(std::shared_ptr<Prayer> currentPrayer, std::shared_ptr<Prayer> nextPrayer,
+                                 bool forCountdownToNextPrayer, Date moment)
+    : forCountdownToNextPrayer_(forCountdownToNextPrayer),
+      currentPrayer_(std::move(currentPrayer)),
+      nextPrayer_(std::move(nextPrayer)),
+      moment_(moment) {
+    prayerToFocus_ = nextPrayer_;
+    refreshPrayerToFocus();
+}
+
+double SmartPrayerInfo::now() const { return moment_ ? moment_->timeIntervalSince1970() : clockNow(); }
 
 void SmartPrayerInfo::refreshTimeBetweenPrayers() {
     const double t = now();
@@ -103,7 +115,7 @@ void SmartPrayerInfo::refreshInPrayerStatus() {
 }
 
 void SmartPrayerInfo::refreshColors() {
-    prayerState_ = colorForPrayerToFocus(prayerToFocus_, currentPrayer_, nextPrayer_);
+    prayerState_ = colorForPrayerToFocus(prayerToFocus_, currentPrayer_, nextPrayer_, Date(now()));
 }
 
 Color SmartPrayerInfo::colorForState() {
@@ -120,7 +132,13 @@ bool SmartPrayerInfo::isInfoStale() const {
 int64_t SmartPrayerInfo::colorForPrayerToFocus(const std::shared_ptr<Prayer>& focus,
                                                const std::shared_ptr<Prayer>& current,
                                                const std::shared_ptr<Prayer>& next) {
-    const double t = now();
+    return colorForPrayerToFocus(focus, current, next, Date(clockNow()));
+}
+
+int64_t SmartPrayerInfo::colorForPrayerToFocus(const std::shared_ptr<Prayer>& focus,
+                                               const std::shared_ptr<Prayer>& current,
+                                               const std::shared_ptr<Prayer>& next, Date now) {
+    const double t = now.timeIntervalSince1970();
     const double total = timeOf(next) - timeOf(current);
     const double since = t - timeOf(current);
     const double toNext = timeOf(next) - t;

@@ -181,6 +181,57 @@ static void testNow(void) {
     CHECK_FAILS(tarvo_now(NULL, &kMakkah, at, 0, NULL), TARVO_ERROR_NULL_ARGUMENT);
 }
 
+/* Adjustments move single prayers by whole minutes; intervals put Maghrib and Isha at fixed
+ * distances; both reach the current prayer too. */
+static void testAdjustments(void) {
+    tarvo_settings* s = NULL;
+    tarvo_day_times plain, moved;
+    CHECK(tarvo_settings_create(&s) == TARVO_OK);
+    CHECK(tarvo_settings_set_method_name(s, "mwl") == TARVO_OK);
+    CHECK(tarvo_times(s, &kMakkah, 2024, 3, 15, &plain) == TARVO_OK);
+    CHECK(tarvo_settings_set_adjustment(s, TARVO_FAJR, 5) == TARVO_OK);
+    CHECK(tarvo_settings_set_adjustment(s, TARVO_MAGHRIB, -2) == TARVO_OK);
+    CHECK(tarvo_times(s, &kMakkah, 2024, 3, 15, &moved) == TARVO_OK);
+    CHECK(fabs(moved.times[TARVO_FAJR].unix_seconds - plain.times[TARVO_FAJR].unix_seconds - 300) < 1e-6);
+    CHECK(fabs(moved.hours[TARVO_FAJR] - plain.hours[TARVO_FAJR] - 5.0 / 60) < 1e-9);
+    /* Sunset moves with Maghrib, as the user's settings move it. */
+    CHECK(fabs(moved.times[TARVO_SUNSET].unix_seconds - plain.times[TARVO_SUNSET].unix_seconds + 120) < 1e-6);
+    CHECK(fabs(moved.times[TARVO_MAGHRIB].unix_seconds - plain.times[TARVO_MAGHRIB].unix_seconds + 120) < 1e-6);
+    CHECK(moved.times[TARVO_DHUHR].unix_seconds == plain.times[TARVO_DHUHR].unix_seconds);
+    CHECK_FAILS(tarvo_settings_set_adjustment(s, TARVO_SUNSET, 1), TARVO_ERROR_INVALID_ARGUMENT);
+    CHECK(strcmp(tarvo_last_error(), "Sunset moves with Maghrib; adjust Maghrib") == 0);
+    CHECK_FAILS(tarvo_settings_set_adjustment(s, 8, 1), TARVO_ERROR_INVALID_ARGUMENT);
+    CHECK_FAILS(tarvo_settings_set_adjustment(s, TARVO_ISHA, 1441), TARVO_ERROR_INVALID_ARGUMENT);
+    CHECK_FAILS(tarvo_settings_set_adjustment(NULL, TARVO_ISHA, 1), TARVO_ERROR_NULL_ARGUMENT);
+
+    /* Maghrib 3 minutes after sunset, Isha 90 after Maghrib (the Maghrib adjustment moves both). */
+    CHECK(tarvo_settings_set_intervals(s, 3, 90) == TARVO_OK);
+    CHECK(tarvo_times(s, &kMakkah, 2024, 3, 15, &moved) == TARVO_OK);
+    CHECK(fabs(moved.times[TARVO_MAGHRIB].unix_seconds - moved.times[TARVO_SUNSET].unix_seconds - 180) < 1e-3);
+    CHECK(fabs(moved.times[TARVO_ISHA].unix_seconds - moved.times[TARVO_MAGHRIB].unix_seconds - 5520) < 1e-3);
+    CHECK_FAILS(tarvo_settings_set_intervals(s, -1, NAN), TARVO_ERROR_INVALID_ARGUMENT);
+    CHECK(strcmp(tarvo_last_error(), "Maghrib interval -1 is outside 0 to 1440 minutes") == 0);
+    CHECK_FAILS(tarvo_settings_set_intervals(s, 3, INFINITY), TARVO_ERROR_INVALID_ARGUMENT);
+    CHECK(tarvo_times(s, &kMakkah, 2024, 3, 15, &moved) == TARVO_OK); /* a refused call changed nothing */
+    CHECK(fabs(moved.times[TARVO_MAGHRIB].unix_seconds - moved.times[TARVO_SUNSET].unix_seconds - 180) < 1e-3);
+    CHECK(tarvo_settings_set_intervals(s, NAN, NAN) == TARVO_OK); /* the method's own again */
+    CHECK(tarvo_settings_set_adjustment(s, TARVO_MAGHRIB, 0) == TARVO_OK);
+    CHECK(tarvo_settings_set_adjustment(s, TARVO_FAJR, 0) == TARVO_OK);
+    CHECK(tarvo_times(s, &kMakkah, 2024, 3, 15, &moved) == TARVO_OK);
+    CHECK(memcmp(moved.hours, plain.hours, sizeof plain.hours) == 0);
+
+    /* Ten minutes after Asr, with Asr moved 30 minutes later, Dhuhr is still current. */
+    tarvo_now_info info;
+    const double at = plain.times[TARVO_ASR].unix_seconds + 600;
+    CHECK(tarvo_now(s, &kMakkah, at, 0, &info) == TARVO_OK && info.current.type == TARVO_ASR);
+    CHECK(tarvo_settings_set_adjustment(s, TARVO_ASR, 30) == TARVO_OK);
+    CHECK(tarvo_now(s, &kMakkah, at, 0, &info) == TARVO_OK);
+    CHECK(info.current.type == TARVO_DHUHR && info.next.type == TARVO_ASR);
+    /* The day list is stamped to the nearest minute: the next Asr is 30 minutes after the engine's, within 30 s. */
+    CHECK(fabs(info.next.time.unix_seconds - plain.times[TARVO_ASR].unix_seconds - 1800) <= 30);
+    tarvo_settings_destroy(s);
+}
+
 static void testQiblaHijriMoon(void) {
     tarvo_qibla q;
     CHECK(tarvo_qibla_for(51.5074, -0.1278, &q) == TARVO_OK); /* London */
@@ -331,6 +382,17 @@ static void testMethods(void) {
 enum { kThreads = 8, kPlaces = 24 };
 static tarvo_place places[kPlaces];
 static tarvo_day_times expected[kPlaces];
+static double nowAt[kPlaces];
+static tarvo_now_info expectedNow[kPlaces];
+
+static int sameNow(const tarvo_now_info* a, const tarvo_now_info* b) {
+    return a->current.type == b->current.type && a->next.type == b->next.type &&
+           a->current.time.unix_seconds == b->current.time.unix_seconds &&
+           a->next.time.unix_seconds == b->next.time.unix_seconds && a->has_summary == b->has_summary &&
+           a->focus.type == b->focus.type && a->state == b->state &&
+           a->refresh_at.unix_seconds == b->refresh_at.unix_seconds &&
+           strcmp(a->complication[1], b->complication[1]) == 0;
+}
 
 static void* computeAll(void* argument) {
     long mismatches = 0;
@@ -339,6 +401,8 @@ static void* computeAll(void* argument) {
         for (int i = 0; i < kPlaces; ++i) {
             tarvo_day_times t;
             tarvo_qibla q;
+            tarvo_now_info n;
+            if (tarvo_now(NULL, &places[i], nowAt[i], 1, &n) != TARVO_OK || !sameNow(&n, &expectedNow[i])) ++mismatches;
             if (tarvo_times(NULL, &places[i], 2024, 1 + i % 12, 1 + i, &t) != TARVO_OK ||
                 memcmp(t.hours, expected[i].hours, sizeof t.hours) != 0 ||
                 tarvo_qibla_for(places[i].latitude, places[i].longitude, &q) != TARVO_OK) {
@@ -364,6 +428,10 @@ static void testThreads(void) {
         places[i].name = NULL;
         places[i].country = i % 2 ? "Pakistan" : "Egypt";
         CHECK(tarvo_times(NULL, &places[i], 2024, 1 + i % 12, 1 + i, &expected[i]) == TARVO_OK);
+        /* The small hours (yesterday's list), the afternoon and the late evening, around Dhuhr,
+         * which every day has. */
+        nowAt[i] = expected[i].times[TARVO_DHUHR].unix_seconds + 3600.0 * (i % 3 == 0 ? -10 : i % 3 == 1 ? 2 : 10);
+        CHECK(tarvo_now(NULL, &places[i], nowAt[i], 1, &expectedNow[i]) == TARVO_OK && expectedNow[i].current.present);
     }
     pthread_t threads[kThreads];
     for (int i = 0; i < kThreads; ++i) CHECK(pthread_create(&threads[i], NULL, computeAll, NULL) == 0);
@@ -468,6 +536,7 @@ int main(int argc, char** argv) {
     testZonesAndLog();
     testTimes();
     testNow();
+    testAdjustments();
     testQiblaHijriMoon();
     testDirectory(argv[1]);
     testSavedCities(argv[2]);

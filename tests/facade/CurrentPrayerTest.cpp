@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "support/FacadeFixture.h"
+#include "support/StatelessPrayerCheck.h"
 #include "tarvo/facade/TarvoDAODelegate.h"
 #include "tarvo/platform/DispatchQueue.h"
 #include "tarvo/platform/IslamicCalendar.h"
@@ -212,6 +213,7 @@ TEST_F(RealWorldTimes, CurrentAndNextThroughClockChangeNights) {
             const Date now = eve.addingTimeInterval(step * 1800.0);
             Clock::installFixed(now);
             auto facade = std::make_shared<TarvoDAO>();
+            facade->setActiveCity(city);
             facade->getPrayerTimesForCurrentDateWithDayOffset(0, city);
             ASSERT_TRUE(facade->determineCurrentAndNextPrayerTimeForCity(city, false));
             const std::string where = std::string(n.place.zone) + " " + now.description();
@@ -224,6 +226,7 @@ TEST_F(RealWorldTimes, CurrentAndNextThroughClockChangeNights) {
             EXPECT_TRUE(moments.count(current) && moments.count(next)) << where << ": not a listed moment";
             const auto between = std::distance(moments.upper_bound(current), moments.lower_bound(next));
             EXPECT_EQ(between, 0) << where << ": a prayer lies between the current and the next";
+            tarvo::test::expectSameWithoutProcessState(facade, city, now, where);
         }
     }
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "support/FacadeFixture.h"
+#include "support/StatelessPrayerCheck.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/platform/IslamicCalendar.h"
 #include "tarvo/summary/SmartPrayerInfo.h"
@@ -197,6 +198,7 @@ TEST_F(PolarDays, CurrentAndNextAmongExistingPrayersAtEveryHour) {
                     ASSERT_TRUE(info) << where;
                     EXPECT_EQ(info->secondsToNextPrayer(), next - t) << where << ": the countdown is not the wait";
                     EXPECT_TRUE(std::isfinite(info->getBestTimeToRefreshComplication().timeIntervalSince1970())) << where;
+                    tarvo::test::expectSameWithoutProcessState(facade, city, now, where);
                 }
             }
         }

@@ -134,7 +134,7 @@ CityChange add(const CLI::App& cmd, const CitiesOptions& o) {
     checkCalculationOptions(o.calculation);
     auto user = openUserDatabase();
 
-    const auto city = cityFromFields(fields);
+    const auto city = fields.makeCity();
     city->setIsLoadingFromDB(true);
     city->setMaghribMinutes(o.maghribMinutes);
     city->setIshaMinutes(o.ishaMinutes);

@@ -10,6 +10,7 @@
 #include "tarvo/calculation/CalculationMethod.h"
 #include "tarvo/calculation/PolarResolution.h"
 #include "tarvo/calculation/PrayerCalculator.h"
+#include "tarvo/cities/RequestChecks.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/DateFormatter.h"
 #include "tarvo/platform/Locale.h"
@@ -54,15 +55,27 @@ CLI::Validator polarResolutionName() {
         "none|nearest-day|nearest-latitude");
 }
 
+// A coordinate checked by the library's rule for positions ("latitude 91 is outside -90 to 90").
+CLI::Validator coordinate(bool latitude) {
+    return CLI::Validator(
+        [latitude](std::string& text) -> std::string {
+            double value = 0;
+            if (!CLI::detail::lexical_cast(text, value) || !std::isfinite(value)) return "'" + text + "' is not a number";
+            const auto problem = latitude ? RequestChecks::positionProblem(value, 0) : RequestChecks::positionProblem(0, value);
+            return problem.value_or("");
+        },
+        latitude ? "-90..90" : "-180..180");
+}
+
 void addLatitudeOption(CLI::App& command, double& latitude, bool required) {
     auto* option = command.add_option("--lat", latitude, "Latitude in degrees, north positive (-90 to 90)")
-                       ->check(numberBetween(-90, 90));
+                       ->check(coordinate(true));
     if (required) option->required();
 }
 
 void addLongitudeOption(CLI::App& command, double& longitude, bool required) {
     auto* option = command.add_option("--lon", longitude, "Longitude in degrees, east positive (-180 to 180)")
-                       ->check(numberBetween(-180, 180));
+                       ->check(coordinate(false));
     if (required) option->required();
 }
 
@@ -96,9 +109,12 @@ void addCalculationOptions(CLI::App& command, CalculationOptions& options, const
 }
 
 void checkCalculationOptions(const CalculationOptions& o) {
-    // 0 is what a city stores for "not chosen"; as an angle it would put Fajr at sunrise.
-    if (o.fajrAngle.value_or(1) <= 0) throw UsageError("--fajr-angle must be above 0 degrees");
-    if (o.ishaAngle.value_or(1) <= 0) throw UsageError("--isha-angle must be above 0 degrees");
+    if (o.fajrAngle) {
+        if (auto problem = RequestChecks::angleProblem(*o.fajrAngle)) throw UsageError("--fajr-angle: " + *problem);
+    }
+    if (o.ishaAngle) {
+        if (auto problem = RequestChecks::angleProblem(*o.ishaAngle)) throw UsageError("--isha-angle: " + *problem);
+    }
 }
 
 void addClockOption(CLI::App& command, std::optional<int64_t>& clock) {
@@ -129,20 +145,16 @@ DateComponents parseDate(std::string_view text, std::string_view option) {
         if ((i == 4 || i == 7) ? text[i] != '-' : (text[i] < '0' || text[i] > '9')) throw bad();
     }
     const int year = std::stoi(std::string(text.substr(0, 4)));
-    const auto month = static_cast<unsigned>(std::stoi(std::string(text.substr(5, 2))));
-    if (month < 1 || month > 12) {
-        throw UsageError(fmt::format("{}: {} has no month {}", option, text.substr(0, 4), text.substr(5, 2)));
+    const int month = std::stoi(std::string(text.substr(5, 2)));
+    const int day = std::stoi(std::string(text.substr(8, 2)));
+    if (auto problem = RequestChecks::dayProblem(year, month, day)) {
+        throw UsageError(std::string(option) + ": " + *problem);
     }
-    const auto day = static_cast<unsigned>(std::stoi(std::string(text.substr(8, 2))));
-    if (std::chrono::year_month_day{std::chrono::year(year), std::chrono::month(month), std::chrono::day(day)}.ok()) {
-        DateComponents date;
-        date.year = year;
-        date.month = month;
-        date.day = day;
-        return date;
-    }
-    const auto length = static_cast<unsigned>((std::chrono::year(year) / std::chrono::month(month) / std::chrono::last).day());
-    throw UsageError(fmt::format("{}: {} does not exist ({:04}-{:02} has {} days)", option, text, year, month, length));
+    DateComponents date;
+    date.year = year;
+    date.month = month;
+    date.day = day;
+    return date;
 }
 
 Date parseMoment(std::string_view text, std::string_view option) {

@@ -8,6 +8,7 @@
 #include <CLI/CLI.hpp>
 
 #include "UsageError.h"
+#include "tarvo/cities/CalculationChoices.h"
 #include "tarvo/platform/Date.h"
 #include "tarvo/platform/DateComponents.h"
 
@@ -23,17 +24,9 @@ CLI::Validator numberBetween(double min, double max);
 void addLatitudeOption(CLI::App& command, double& latitude, bool required);
 void addLongitudeOption(CLI::App& command, double& longitude, bool required);
 
-/// The calculation choices a place can carry, shared by `times` and `cities add`.
-struct CalculationOptions {
-    int64_t method = 0;        ///< 0 automatic
-    int64_t asr = 0;           ///< 0 automatic
-    int64_t highLatitude = 0;  ///< 0 automatic
-    std::optional<int64_t> dst;  ///< 0 follow the zone, 1 force on, 2 force off
-    std::optional<double> gmt;   ///< fixed offset in hours
-    std::optional<double> fajrAngle;  ///< replaces the method's Fajr angle (any method)
-    std::optional<double> ishaAngle;
-    int64_t polar = 0;  ///< as stored: 0 not chosen (the preference decides), 1 none, 2 nearest day, 3 nearest latitude
-};
+/// The calculation choices a place can carry, shared by `times` and `cities add` (the
+/// library's own record of them).
+using CalculationOptions = tarvo::CalculationChoices;
 /// --method, --asr, --highlat, --dst, --gmt, --fajr-angle, --isha-angle and --polar with their value
 /// ranges; `gmtHelp` says what leaving out --gmt means for the command.
 void addCalculationOptions(CLI::App& command, CalculationOptions& options, const std::string& gmtHelp);

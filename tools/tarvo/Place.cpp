@@ -86,13 +86,15 @@ std::shared_ptr<TarvoCity> cityAt(const CLI::App& cmd, const PlaceOptions& o) {
     if (const auto name = placeNameOf(o)) {
         const ResolvedPlace found = namedPlace(*name, o.country);
         const ResolvedPlace::City& c = found.city;
-        return cityFromFields({o.city.value_or(c.name), c.country, c.state,
+        return CityFields{o.city.value_or(c.name), c.country, c.state,
                                given(cmd, "--lat") ? o.latitude : c.latitude,
                                given(cmd, "--lon") ? o.longitude : c.longitude,
-                               given(cmd, "--tz") ? o.timeZone : c.timeZone, o.calculation});
+                               given(cmd, "--tz") ? o.timeZone : c.timeZone, o.calculation}
+            .makeCity();
     }
-    return cityFromFields({o.city.value_or(fmt::format("{:.4f}, {:.4f}", o.latitude, o.longitude)),
-                           o.country.value_or(""), "", o.latitude, o.longitude, o.timeZone, o.calculation});
+    return CityFields{o.city.value_or(fmt::format("{:.4f}, {:.4f}", o.latitude, o.longitude)),
+                      o.country.value_or(""), "", o.latitude, o.longitude, o.timeZone, o.calculation}
+        .makeCity();
 }
 
 }  // namespace
@@ -202,28 +204,6 @@ Place resolvePlace(const CLI::App& cmd, const PlaceOptions& o) {
     const TimeZone zone = clockOfCity(*city, Clock::now());
     TimeZone::setSystemDefault(zone);
     return Place{city, zone};
-}
-
-std::shared_ptr<TarvoCity> cityFromFields(const CityFields& f) {
-    auto city = std::make_shared<TarvoCity>();
-    city->setIsLoadingFromDB(true);
-    city->setCityName(f.name);
-    city->setCountryName(f.country);
-    city->setStateName(f.state);
-    city->setLatitude(f.latitude);
-    city->setLongitude(f.longitude);
-    city->setTimeZone(f.timeZone);
-    city->setGMT(f.calculation.gmt.value_or(TarvoCity::kGMTFromTimeZone));
-    city->setDSTPreference(f.calculation.dst.value_or(0));
-    city->setPrayerMethod(f.calculation.method);
-    city->setAsrMethod(f.calculation.asr);
-    city->setAdjustHighLatitude(f.calculation.highLatitude);
-    // 0: not chosen, so the custom method keeps its own angles.
-    city->setCustomFajrAngle(f.calculation.fajrAngle.value_or(0));
-    city->setCustomIshaAngle(f.calculation.ishaAngle.value_or(0));
-    city->setPolarResolution(f.calculation.polar);
-    city->setIsLoadingFromDB(false);
-    return city;
 }
 
 std::string Place::iso(Date moment) const { return isoText(moment, zone, true); }

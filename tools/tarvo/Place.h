@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Options.h"
+#include "tarvo/cities/CityFields.h"
 #include "tarvo/cities/PlaceResolver.h"
 #include "tarvo/platform/Date.h"
 #include "tarvo/platform/TimeZone.h"
@@ -50,19 +51,7 @@ struct Place {
 };
 
 /// The fields of a city the user gives on the command line.
-struct CityFields {
-    std::string name;
-    std::string country;
-    std::string state;
-    double latitude = 0;
-    double longitude = 0;
-    std::string timeZone;
-    CalculationOptions calculation;
-};
-/// A city with those fields (offset from the zone unless --gmt was given), filled silently:
-/// it describes a place the user named, not an edit of the automatic city, so nothing is
-/// mirrored into the automatic-city preferences.
-std::shared_ptr<TarvoCity> cityFromFields(const CityFields& fields);
+using CityFields = tarvo::CityFields;
 
 /// A place the user named (PLACE or --place, narrowed by --country), resolved in the city
 /// directory. When the name fits several cities, the one chosen and the others are named on

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <ostream>
+#include <stdexcept>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -13,8 +14,8 @@
 #include "Output.h"
 #include "Place.h"
 #include "tarvo/calculation/PrayerCalculator.h"
-#include "tarvo/cities/CityCalculatorSetup.h"
 #include "tarvo/cities/TarvoCity.h"
+#include "tarvo/prayers/PlaceDayTimes.h"
 #include "tarvo/platform/Calendar.h"
 
 namespace tarvo::cli {
@@ -56,29 +57,26 @@ DayTimes timesFrom(const CLI::App& cmd, const TimesOptions& o) {
     const Date moment = noonOf(o.date, "--date", device);
     const DateComponents noon = device.components(moment);
 
-    PrayerCalculator calculator;
-    configureCalculatorFromCity(calculator, *city);
     // --clock is the name every command uses; --format stays for the form without am/pm.
     const std::string format = o.clock ? std::to_string(*o.clock) : o.format;
-    calculator.setTimeFormat(format == "12" ? 1 : format == "12ns" ? 2 : 0);
+    const auto day = PlaceDayTimes::compute(*city, noon.year, noon.month, noon.day, {},
+                                            format == "12" ? 1 : format == "12ns" ? 2 : 0);
+    if (!day) throw std::runtime_error("the engine gave no times for " + noon.isoDay());
 
     DayTimes t;
     t.date = noon.isoDay();
-    t.hours = calculator.getDatePrayerTimesAsDoubles(moment, city->cityName(), city->countryName(), city->latitude(),
-                                                     city->longitude(), zoneName);
-    t.text = calculator.adjustTimesFormat(t.hours);
+    t.hours = day->hours;
+    t.text = day->text;
     t.place = city->cityName().value_or("");
     if (city->countryName() && !city->countryName()->empty()) t.place += ", " + *city->countryName();
     t.timeZone = city->TimeZone().value_or("");
-    // The offset the day's times are written on (tomorrow's entries may differ on the night
-    // the clocks change).
-    t.utcOffset = static_cast<int64_t>(std::llround(calculator.getTimeZoneOffset(moment) * 3600.0));
-    t.names = calculator.getTimeNames();
-    t.fixedTimings = calculator.isUsingFixedTimings();
-    t.dubai = calculator.isDubai();
-    t.method = calculator.calcMethod();
-    t.asr = calculator.asrJuristic();
-    t.highLatitude = calculator.adjustHighLats();
+    t.utcOffset = day->utcOffsetSeconds;
+    t.names = day->names;
+    t.fixedTimings = day->fixedTimings;
+    t.dubai = day->dubai;
+    t.method = day->method;
+    t.asr = day->asr;
+    t.highLatitude = day->highLatitude;
     if (usesSavedCity(cmd, o.place)) t.savedCity = cityJson(*city);
     return t;
 }

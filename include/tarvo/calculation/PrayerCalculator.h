@@ -190,6 +190,8 @@ public:
     int64_t overrideDST() const { return overrideDST_; }
     void setOverrideDST(int64_t rule) { overrideDST_ = rule; }
     const Calendar& globalGregCal() const { return globalGregCal_; }
+    /// The zone of the calendar whose day a date falls on (the device's by default).
+    void setCalendarZone(TimeZone zone) { globalGregCal_.setTimeZone(std::move(zone)); }
     const Calendar& globalGregCalUTC() const { return globalGregCalUTC_; }
     const std::map<int64_t, MethodParams>& methodParams() const { return *methodParams_; }
     bool isDubai() const { return isDubai_; }

@@ -23,6 +23,7 @@ class CityDirectory;
 class SqliteDatabase;
 class IslamicCalendar;
 class Prayer;
+class PrayerAdjustments;
 class PrayerConfiguration;
 class SmartPrayerInfo;
 class TarvoCity;
@@ -113,6 +114,12 @@ public:
     static DayList dayTimetable(Date date, const std::shared_ptr<TarvoCity>& city, const Calendar& gregorianCalendar,
                                 const IslamicCalendar& islamicCalendar,
                                 const std::shared_ptr<PrayerConfiguration>& configuration);
+    /// The same with the adjustments given as a value (minutes per prayer and the Maghrib and
+    /// Isha intervals) in place of the configuration's own minutes.
+    static DayList dayTimetable(Date date, const std::shared_ptr<TarvoCity>& city, const Calendar& gregorianCalendar,
+                                const IslamicCalendar& islamicCalendar,
+                                const std::shared_ptr<PrayerConfiguration>& configuration,
+                                const PrayerAdjustments& adjustments);
     /// 28 to 31; month 1 is January (month 0, negative and above 12 give 31).
     static int64_t getDaysInMonth(int64_t year, int64_t month);
     /// Generates today + `dayOffset` and the `toDateOffset` following days under the global

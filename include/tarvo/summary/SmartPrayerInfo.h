@@ -30,6 +30,10 @@ public:
     /// Stores the pair, focuses on the next prayer, then runs refreshPrayerToFocus once.
     SmartPrayerInfo(std::shared_ptr<Prayer> currentPrayer, std::shared_ptr<Prayer> nextPrayer,
                     bool forCountdownToNextPrayer);
+    /// The same summary seen at a fixed moment: every refresh reads `moment` instead of the
+    /// clock, so a host can ask about any moment without touching the process's clock.
+    SmartPrayerInfo(std::shared_ptr<Prayer> currentPrayer, std::shared_ptr<Prayer> nextPrayer,
+                    bool forCountdownToNextPrayer, Date moment);
 
     const std::shared_ptr<Prayer>& currentPrayer() const { return currentPrayer_; }
     const std::shared_ptr<Prayer>& nextPrayer() const { return nextPrayer_; }
@@ -66,6 +70,9 @@ public:
     /// The state for a focus and a pair, from the clock alone (no field is read).
     static int64_t colorForPrayerToFocus(const std::shared_ptr<Prayer>& focus, const std::shared_ptr<Prayer>& current,
                                          const std::shared_ptr<Prayer>& next);
+    /// The same at the moment `now`.
+    static int64_t colorForPrayerToFocus(const std::shared_ptr<Prayer>& focus, const std::shared_ptr<Prayer>& current,
+                                         const std::shared_ptr<Prayer>& next, Date now);
     /// The state's colour; white for states 0 and 5 and for any unknown value.
     static Color colorForPrayerState(int64_t state);
 
@@ -78,6 +85,8 @@ public:
 
 private:
     bool focusIsCurrent() const;
+    // Seconds since 1970 of now: the fixed moment when there is one, else the clock.
+    double now() const;
 
     bool forCountdownToNextPrayer_ = false;
     std::shared_ptr<Prayer> currentPrayer_;
@@ -89,6 +98,7 @@ private:
     double secondsToNextPrayer_ = 0.0;
     double percentOfTimeElapsedBeforeNext_ = 0.0;
     int64_t prayerState_ = 0;
+    std::optional<Date> moment_;
 };
 
 }  // namespace tarvo

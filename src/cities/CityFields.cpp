@@ -1,0 +1,29 @@
+#include "tarvo/cities/CityFields.h"
+
+#include "tarvo/cities/TarvoCity.h"
+
+namespace tarvo {
+
+std::shared_ptr<TarvoCity> CityFields::makeCity() const {
+    auto city = std::make_shared<TarvoCity>();
+    city->setIsLoadingFromDB(true);
+    city->setCityName(name);
+    city->setCountryName(country);
+    city->setStateName(state);
+    city->setLatitude(latitude);
+    city->setLongitude(longitude);
+    city->setTimeZone(timeZone);
+    city->setGMT(calculation.gmt.value_or(TarvoCity::kGMTFromTimeZone));
+    city->setDSTPreference(calculation.dst.value_or(0));
+    city->setPrayerMethod(calculation.method);
+    city->setAsrMethod(calculation.asr);
+    city->setAdjustHighLatitude(calculation.highLatitude);
+    // 0: not chosen, so the method keeps its own angles.
+    city->setCustomFajrAngle(calculation.fajrAngle.value_or(0));
+    city->setCustomIshaAngle(calculation.ishaAngle.value_or(0));
+    city->setPolarResolution(calculation.polar);
+    city->setIsLoadingFromDB(false);
+    return city;
+}
+
+}  // namespace tarvo
