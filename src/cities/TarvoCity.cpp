@@ -233,6 +233,8 @@ void TarvoCity::copyPrayerPreferencesToCity(const std::shared_ptr<TarvoCity>& ci
     city->setPolarResolution(polarResolution_);
     city->setCustomFajrAngle(customFajrAngle_);
     city->setCustomIshaAngle(customIshaAngle_);
+    city->setCustomMaghribMinutes(customMaghribMinutes_);
+    city->setCustomIshaMinutes(customIshaMinutes_);
 }
 
 std::shared_ptr<TarvoCity> TarvoCity::copyWithZone() const {
@@ -255,6 +257,8 @@ std::shared_ptr<TarvoCity> TarvoCity::copyWithZone() const {
     copy->setPolarResolution(polarResolution_);
     copy->setCustomFajrAngle(customFajrAngle_);
     copy->setCustomIshaAngle(customIshaAngle_);
+    copy->setCustomMaghribMinutes(customMaghribMinutes_);
+    copy->setCustomIshaMinutes(customIshaMinutes_);
     copy->setIsSelectedCity(isSelectedCity_);
     copy->setIsDefaultCity(isDefaultCity_);
     copy->setTimeZone(TimeZone_);

@@ -95,10 +95,23 @@ void addCalculationOptions(CLI::App& command, CalculationOptions& options, const
         ->transform(polarResolutionName());
 }
 
+void addMinuteOptions(CLI::App& command, CalculationOptions& options) {
+    command.add_option("--maghrib-minutes", options.maghribMinutes,
+                       "Maghrib this many minutes after sunset instead of the method's own rule; the method's other "
+                       "numbers, safety minutes and rounding stay")
+        ->check(numberBetween(0, 240));
+    command.add_option("--isha-minutes", options.ishaMinutes,
+                       "Isha this many minutes after Maghrib instead of the method's angle (not with --isha-angle); "
+                       "the method's other numbers, safety minutes and rounding stay")
+        ->check(numberBetween(0, 240));
+}
+
+MethodOverrides methodOverrides(const CalculationOptions& o) {
+    return MethodOverrides{o.fajrAngle, o.ishaAngle, o.maghribMinutes, o.ishaMinutes};
+}
+
 void checkCalculationOptions(const CalculationOptions& o) {
-    // 0 is what a city stores for "not chosen"; as an angle it would put Fajr at sunrise.
-    if (o.fajrAngle.value_or(1) <= 0) throw UsageError("--fajr-angle must be above 0 degrees");
-    if (o.ishaAngle.value_or(1) <= 0) throw UsageError("--isha-angle must be above 0 degrees");
+    if (const auto why = methodOverrides(o).problem()) throw UsageError(*why);
 }
 
 void addClockOption(CLI::App& command, std::optional<int64_t>& clock) {

@@ -129,6 +129,13 @@ public:
     void setCustomFajrAngle(double value);
     double customIshaAngle() const { return customIshaAngle_; }
     void setCustomIshaAngle(double value);
+    /// Maghrib as minutes after sunset and Isha as minutes after Maghrib, over the city's
+    /// method; nothing when the city keeps its method's own rule. Not stored in the saved-cities
+    /// table: a city made for one computation carries them.
+    const std::optional<double>& customMaghribMinutes() const { return customMaghribMinutes_; }
+    void setCustomMaghribMinutes(const std::optional<double>& value) { customMaghribMinutes_ = value; }
+    const std::optional<double>& customIshaMinutes() const { return customIshaMinutes_; }
+    void setCustomIshaMinutes(const std::optional<double>& value) { customIshaMinutes_ = value; }
     /// The city's choice for times the sun gives none for beyond the polar circles, as stored:
     /// 0 not chosen (the preference "PolarResolution" decides), 1 none, 2 nearest day,
     /// 3 nearest latitude (tarvo/calculation/PolarResolution.h).
@@ -257,6 +264,8 @@ private:
     int64_t polarResolution_ = 0;
     double customFajrAngle_ = 0.0;
     double customIshaAngle_ = 0.0;
+    std::optional<double> customMaghribMinutes_;
+    std::optional<double> customIshaMinutes_;
 };
 
 }  // namespace tarvo
