@@ -240,7 +240,8 @@ void addPlaceOptions(CLI::App& cmd, PlaceOptions& o, const std::string& zoneHelp
     cmd.add_option("--zone", o.zone,
                    "A JAKIM e-Solat zone (e.g. WLY01): its timetable, computed at the zone's reference point with the "
                    "jakim method on Malaysian time; 'auto' finds the zone of --lat/--lon or of the named place "
-                   "('tarvo zones' lists them)");
+                   "('tarvo zones' lists them)")
+        ->type_name("CODE|auto");
     cmd.add_option("--city", o.city, "City name (Dubai and Kuala Lumpur use their official timetables)");
     cmd.add_option("--country", o.country,
                    "Country name or code: narrows PLACE; with --lat/--lon it chooses the automatic Asr school");
