@@ -51,6 +51,7 @@ set(TARVO_SOURCES_calculation
   src/calculation/CalculationMethod.cpp
   src/calculation/DubaiFixedTimes.cpp
   src/calculation/FixedTimetable.cpp
+  src/calculation/MethodOverrides.cpp
   src/calculation/KLFixedTimes.cpp
   src/calculation/PolarResolution.cpp
   src/calculation/PolarResolver.cpp
@@ -59,6 +60,7 @@ set(TARVO_SOURCES_calculation
   src/calculation/PrayerCalculatorMethods.cpp
   src/calculation/PrayerCalculatorSolar.cpp
   src/calculation/PrayerCalculatorTimeFormat.cpp
+  src/calculation/PrayerZone.cpp
   src/calculation/TimetableCsvParser.cpp
 )
 set(TARVO_SOURCES_configuration
@@ -76,6 +78,7 @@ set(TARVO_SOURCES_cities
   src/cities/NearestPlace.cpp
   src/cities/OfflineGeocoder.cpp
   src/cities/PlaceResolver.cpp
+  src/cities/PrayerZoneLocator.cpp
   src/cities/RequestChecks.cpp
   src/cities/TarvoCity.cpp
   src/cities/TarvoCityDirectory.cpp
@@ -133,4 +136,5 @@ set(TARVO_TOOL_SOURCES
   tools/tarvo/SkyCommand.cpp
   tools/tarvo/TimesCommand.cpp
   tools/tarvo/Tool.cpp
+  tools/tarvo/ZonesCommand.cpp
 )

@@ -50,7 +50,8 @@ std::vector<CalculationMethod> buildCatalogue() {
          "20 deg before; reprinted at binamasyarakat.com and kartelmedia.blogspot.com); Isyak 18 deg as generally "
          "published. Safety minutes (Subuh +2, syuruk -1, Zohor +3, Asar +2, Maghrib 2 after sunset, Isyak +2) "
          "fitted to the e-Solat WLY01 2024 table, no JAKIM statement of them found (see docs/methods.md)",
-         "e-Solat WLY01 2025 (60 days, January and July), held out from the fit"},
+         "e-Solat WLY01 2025 (60 days, January and July), JHR02 2024 (60 days, at Johor Bahru) and PNG01 2024 "
+         "(31 days, at George Town), held out from the fit"},
         {10, "Kemenag (Indonesia)", "kemenag", {0, 20, 1, 2, 0, 18}, {2, -2, 3, 2, 0, 2}, Midnight::Standard,
          "Kementerian Agama RI, kriteria jadwal shalat: Subuh -20 deg, Isya -18 deg, ihtiyati +2 minutes on every "
          "time (sunrise -2), as quoted from Kemenag on rizalsuhardieksakta.blogspot.com (2012). Rounding (up; "
@@ -95,12 +96,14 @@ std::vector<CalculationMethod> buildCatalogue() {
         {21, "Morocco", "morocco", {0, 19, 1, 4, 0, 17}, {0, -3, 5, 0, 0, 0}, Midnight::Standard,
          "Morocco Ministry of Habous: Fajr 19 deg, Isha 17 deg (generally published; no authority page found). "
          "Sunrise -3, Dhuhr +5 and Maghrib 4 minutes after sunset fitted to the Habous table for Rabat, "
-         "26 Sep - 12 Oct 2026 (see docs/methods.md); no other Habous table was found to check them",
-         ""},
+         "26 Sep - 12 Oct 2026 (see docs/methods.md)",
+         "Habous times for Casablanca, Fes, Oujda and Agadir, 26 Sep - 12 Oct 2026 (68 days), held out from the fit"},
         {22, "Tunisia", "tunisia", {0, 18, 1, 0, 0, 18}, kNoOffsets, Midnight::Standard,
          "Tunisia Ministry of Religious Affairs: Fajr 18 deg, Isha 18 deg (generally published; no authority page found)", ""},
         {23, "Algeria", "algeria", {0, 18, 1, 0, 0, 17}, kNoOffsets, Midnight::Standard,
-         "Algeria Ministry of Religious Affairs: Fajr 18 deg, Isha 17 deg (generally published; no authority page found)", ""},
+         "Algeria Ministry of Religious Affairs: Fajr 18 deg, Isha 17 deg (generally published; no authority page found)",
+         "Ministry imsakiya, Ramadan 2024: Fajr and Maghrib of nine cities on two days; its Maghrib is 3-7 minutes "
+         "after sunset, which these parameters do not give (see docs/methods.md)"},
         {24, "Portugal", "portugal", {0, 18, 1, 0, 1, 77}, kNoOffsets, Midnight::Standard,
          "Comunidade Islamica de Lisboa: Fajr 18 deg, Isha 77 minutes after Maghrib (generally published; no authority page found)", ""},
     };

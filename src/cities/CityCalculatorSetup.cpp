@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "tarvo/calculation/MethodOverrides.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
@@ -28,17 +29,18 @@ void configureCalculatorFromCity(PrayerCalculator& calculator, const TarvoCity& 
                   "a city's marker passes to the calculator unchanged");
     const double gmt = city.GMT() == TarvoCity::kGMTFromTimeZoneLegacy ? PrayerCalculator::kOffsetFromZone : city.GMT();
     calculator.setOverrideTimeZoneOffset(gmt);
-    // A city's own angles replace its method's, whatever the method: the method's other
-    // numbers stay, and so do a named authority's safety minutes and rounding ("Karachi with
-    // a 19.5 degree Fajr"). A city that never chose its angles (0, the record's default)
+    // A city's own angles and minutes replace its method's, whatever the method: the method's
+    // other numbers stay, and so do a named authority's safety minutes and rounding ("Karachi
+    // with a 19.5 degree Fajr"). A city that never chose its angles (0, the record's default)
     // keeps the method's own; on the custom method those are the Muslim League's 18 and 17
-    // degrees: an angle of 0 would put Fajr at sunrise and Isha at sunset.
-    if (city.customFajrAngle() > 0) calculator.setFajrAngle(city.customFajrAngle());
-    if (city.customIshaAngle() > 0) calculator.setIshaAngle(city.customIshaAngle());
-    // Minutes after sunset and after Maghrib replace the method's rule for those two times in
-    // the same way (Umm al-Qura's 90 minutes kept by a city that follows a local mosque's 120).
-    if (city.maghribMinutes()) calculator.setMaghribMinutes(*city.maghribMinutes());
-    if (city.ishaMinutes()) calculator.setIshaMinutes(*city.ishaMinutes());
+    // degrees: an angle of 0 would put Fajr at sunrise and Isha at sunset. A city carrying
+    // Isha both as an angle and as minutes keeps the minutes, the rule it was given last.
+    MethodOverrides overrides;
+    if (city.customFajrAngle() > 0) overrides.fajrAngle = city.customFajrAngle();
+    if (city.customIshaAngle() > 0 && !city.ishaMinutes()) overrides.ishaAngle = city.customIshaAngle();
+    overrides.maghribMinutes = city.maghribMinutes();
+    overrides.ishaMinutes = city.ishaMinutes();
+    overrides.applyTo(calculator);
     // Only the city's own choice: the engine by itself leaves polar times missing, and the
     // facade's day timetable adds the user's preference and the default.
     if (const auto chosen = polarResolutionFromStored(city.polarResolution())) calculator.setPolarResolution(*chosen);

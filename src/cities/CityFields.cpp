@@ -21,6 +21,8 @@ std::shared_ptr<TarvoCity> CityFields::makeCity() const {
     // 0: not chosen, so the method keeps its own angles.
     city->setCustomFajrAngle(calculation.fajrAngle.value_or(0));
     city->setCustomIshaAngle(calculation.ishaAngle.value_or(0));
+    city->setMaghribMinutes(calculation.maghribMinutes);
+    city->setIshaMinutes(calculation.ishaMinutes);
     city->setPolarResolution(calculation.polar);
     city->setIsLoadingFromDB(false);
     return city;

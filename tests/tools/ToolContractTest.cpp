@@ -78,7 +78,8 @@ TEST_F(ToolContract, BadInputIsOneLineStatusTwoAndChangesNothing) {
         {{"times", "--format", "13"}, "tarvo: --format: '13' is not one of 24,12,12ns\n"},
     };
     for (const auto& [args, start] : said) EXPECT_EQ(runTarvo(args).err.rfind(start, 0), 0u) << runTarvo(args).err;
-    for (const char* command : {"methods", "alerts", "duration", "hijri", "month", "day", "now", "moon", "sky", "dish"}) {
+    for (const char* command :
+         {"methods", "zones", "alerts", "duration", "hijri", "month", "day", "now", "moon", "sky", "dish"}) {
         const auto help = runTarvo({command, "--help"});
         EXPECT_EQ(help.status, 0) << command;
         EXPECT_NE(help.out.find("--"), std::string::npos) << command;

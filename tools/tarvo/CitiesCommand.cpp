@@ -37,8 +37,6 @@ struct CitiesOptions {
     double longitude = 0;
     std::string timeZone;
     CalculationOptions calculation;
-    std::optional<double> maghribMinutes;
-    std::optional<double> ishaMinutes;
     int64_t primaryKey = 0;
     bool json = false;
 };
@@ -135,10 +133,6 @@ CityChange add(const CLI::App& cmd, const CitiesOptions& o) {
     auto user = openUserDatabase();
 
     const auto city = fields.makeCity();
-    city->setIsLoadingFromDB(true);
-    city->setMaghribMinutes(o.maghribMinutes);
-    city->setIshaMinutes(o.ishaMinutes);
-    city->setIsLoadingFromDB(false);
     // Saved and selected together, or not at all.
     auto saved = user->addCity(city);
     if (!saved) throw std::runtime_error(saved.error().message);
@@ -217,12 +211,7 @@ void registerCitiesCommand(CLI::App& app) {
                        "options given replace; or give --name, --country, --lat, --lon and --tz.");
     addCalculationOptions(*addCommand, options->calculation,
                           "Fixed offset from GMT in hours (default: the time zone's offset, stored as 50)");
-    addCommand->add_option("--maghrib-minutes", options->maghribMinutes,
-                           "Maghrib this many minutes after sunset, instead of the method's rule (0 to 300)")
-        ->check(numberBetween(0, 300));
-    addCommand->add_option("--isha-minutes", options->ishaMinutes,
-                           "Isha this many minutes after Maghrib, instead of the method's rule (0 to 300)")
-        ->check(numberBetween(0, 300));
+    addMinuteOptions(*addCommand, options->calculation);
     addCommand->add_flag("--json", options->json, "Print the saved city as a JSON object");
     addCommand->callback([options, addCommand] { render(add(*addCommand, *options), options->json); });
 

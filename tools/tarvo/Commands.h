@@ -27,5 +27,6 @@ void registerDurationCommand(CLI::App& app);
 void registerHijriCommand(CLI::App& app);
 void registerMonthCommand(CLI::App& app);
 void registerMethodsCommand(CLI::App& app);
+void registerZonesCommand(CLI::App& app);
 
 }  // namespace tarvo::cli

@@ -108,7 +108,23 @@ void addCalculationOptions(CLI::App& command, CalculationOptions& options, const
         ->transform(polarResolutionName());
 }
 
+void addMinuteOptions(CLI::App& command, CalculationOptions& options) {
+    command.add_option("--maghrib-minutes", options.maghribMinutes,
+                       "Maghrib this many minutes after sunset instead of the method's own rule; the method's other "
+                       "numbers, safety minutes and rounding stay")
+        ->check(numberBetween(0, 240));
+    command.add_option("--isha-minutes", options.ishaMinutes,
+                       "Isha this many minutes after Maghrib instead of the method's angle (not with --isha-angle); "
+                       "the method's other numbers, safety minutes and rounding stay")
+        ->check(numberBetween(0, 240));
+}
+
+MethodOverrides methodOverrides(const CalculationOptions& o) {
+    return MethodOverrides{o.fajrAngle, o.ishaAngle, o.maghribMinutes, o.ishaMinutes};
+}
+
 void checkCalculationOptions(const CalculationOptions& o) {
+    if (const auto why = methodOverrides(o).problem()) throw UsageError(*why);
     if (o.fajrAngle) {
         if (auto problem = RequestChecks::angleProblem(*o.fajrAngle)) throw UsageError("--fajr-angle: " + *problem);
     }

@@ -8,6 +8,7 @@
 #include <CLI/CLI.hpp>
 
 #include "UsageError.h"
+#include "tarvo/calculation/MethodOverrides.h"
 #include "tarvo/cities/CalculationChoices.h"
 #include "tarvo/platform/Date.h"
 #include "tarvo/platform/DateComponents.h"
@@ -30,7 +31,12 @@ using CalculationOptions = tarvo::CalculationChoices;
 /// --method, --asr, --highlat, --dst, --gmt, --fajr-angle, --isha-angle and --polar with their value
 /// ranges; `gmtHelp` says what leaving out --gmt means for the command.
 void addCalculationOptions(CLI::App& command, CalculationOptions& options, const std::string& gmtHelp);
-/// Refuses angles of 0 or below (0 is a city's "not chosen").
+/// --maghrib-minutes and --isha-minutes, for the commands that compute.
+void addMinuteOptions(CLI::App& command, CalculationOptions& options);
+/// The angle and minute overrides as the library applies them.
+MethodOverrides methodOverrides(const CalculationOptions& options);
+/// Refuses angles of 0 or below (0 is a city's "not chosen") and contradicting overrides
+/// (Isha both as an angle and as minutes).
 void checkCalculationOptions(const CalculationOptions& options);
 
 /// --clock 12|24 for the commands that print clock times.

@@ -12,7 +12,10 @@
 #include "HostDefaults.h"
 #include "OpenUserDatabase.h"
 #include "Output.h"
+#include "tarvo/calculation/CalculationMethod.h"
+#include "tarvo/calculation/PrayerZone.h"
 #include "tarvo/cities/CityCalculatorSetup.h"
+#include "tarvo/cities/PrayerZoneLocator.h"
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
@@ -24,10 +27,11 @@ namespace tarvo::cli {
 
 namespace {
 
-constexpr const char* kPositionOptions[] = {"--lat",     "--lon", "--tz",  "--city", "--country",    "--method",
-                                            "--highlat", "--asr", "--dst", "--gmt",  "--fajr-angle", "--isha-angle",
-                                            "--polar"};
-constexpr const char* kWhereOptions[] = {"--lat", "--lon", "--tz", "--city", "--country"};
+constexpr const char* kPositionOptions[] = {"--lat",        "--lon",        "--tz",         "--city",
+                                            "--country",    "--method",     "--highlat",    "--asr",
+                                            "--dst",        "--gmt",        "--fajr-angle", "--isha-angle",
+                                            "--polar",      "--zone",       "--maghrib-minutes", "--isha-minutes"};
+constexpr const char* kWhereOptions[] = {"--lat", "--lon", "--tz", "--city", "--country", "--zone"};
 
 bool given(const CLI::App& cmd, const char* name) { return cmd.get_option(name)->count() > 0; }
 
@@ -45,6 +49,30 @@ void checkCombination(const CLI::App& cmd, const PlaceOptions& o) {
     }
     if (o.saved) return;
     checkCalculationOptions(o.calculation);
+    if (o.zone) {
+        // A zone's timetable is JAKIM's: its own method and Malaysian time.
+        const auto jakim = CalculationMethod::numberForName(PrayerZone::kMethodKey);
+        if (given(cmd, "--method") && o.calculation.method != jakim) {
+            throw UsageError("--zone computes JAKIM's zone timetable with the jakim method; leave out --method or give jakim");
+        }
+        for (const char* option : {"--gmt", "--dst"}) {
+            if (given(cmd, option)) throw UsageError(std::string("--zone keeps Malaysian time; leave out ") + option);
+        }
+        if (!PrayerZone::meansAutomatic(*o.zone)) {
+            for (const char* option : {"--lat", "--lon", "--tz", "--city"}) {
+                if (given(cmd, option)) {
+                    throw UsageError("--zone " + *o.zone + " computes at the zone's reference point; leave out " + option +
+                                     " (or give --zone auto to find the zone of a position)");
+                }
+            }
+            if (name) throw UsageError("--zone " + *o.zone + " names the place; leave out '" + *name + "'");
+            return;
+        }
+        if (!name && (!given(cmd, "--lat") || !given(cmd, "--lon"))) {
+            throw UsageError("--zone auto finds the zone of a position: give --lat and --lon, or name a place");
+        }
+        return;
+    }
     if (name) return;  // --lat, --lon and --tz, when given, correct the named place
     bool where = false;
     for (const char* option : kWhereOptions) where = where || given(cmd, option);
@@ -79,10 +107,52 @@ void applyCalculationOptions(const CLI::App& cmd, const CalculationOptions& c, T
     if (c.gmt) city.setGMT(*c.gmt);
     if (c.fajrAngle) city.setCustomFajrAngle(*c.fajrAngle);
     if (c.ishaAngle) city.setCustomIshaAngle(*c.ishaAngle);
+    if (c.maghribMinutes) city.setMaghribMinutes(c.maghribMinutes);
+    if (c.ishaMinutes) city.setIshaMinutes(c.ishaMinutes);
     city.setIsLoadingFromDB(false);
 }
 
+// The JAKIM zone --zone names, or the zone of the position (--zone auto).
+const PrayerZone& chosenZone(const CLI::App& cmd, const PlaceOptions& o) {
+    if (!PrayerZone::meansAutomatic(*o.zone)) {
+        const PrayerZone* zone = PrayerZone::withCode(*o.zone);
+        if (!zone) {
+            std::string closest;
+            for (const auto& code : PrayerZone::closestCodes(*o.zone)) closest += (closest.empty() ? "" : ", ") + code;
+            throw UsageError("'" + *o.zone + "' is not a JAKIM zone; the closest codes are " + closest +
+                             " ('tarvo zones' lists them all)");
+        }
+        return *zone;
+    }
+    double latitude = o.latitude, longitude = o.longitude;
+    if (const auto name = placeNameOf(o)) {
+        const ResolvedPlace found = namedPlace(*name, o.country);
+        if (!given(cmd, "--lat")) latitude = found.city.latitude;
+        if (!given(cmd, "--lon")) longitude = found.city.longitude;
+    }
+    auto directory = CityDirectory::open("");
+    if (!directory) throw UsageError("cannot use the city directory: " + directory.error().message);
+    auto zone = PrayerZoneLocator::zoneAt(**directory, latitude, longitude);
+    if (!zone) throw UsageError("--zone auto: " + zone.error().message);
+    return **zone;
+}
+
+std::shared_ptr<TarvoCity> zoneCity(const CLI::App& cmd, const PlaceOptions& o) {
+    const PrayerZone& zone = chosenZone(cmd, o);
+    auto city = PrayerZoneLocator::cityFor(zone);
+    if (!city) throw UsageError("zone " + zone.code + " (" + zone.districtList() + ") has no known reference point");
+    if (PrayerZone::meansAutomatic(*o.zone)) {
+        std::cerr << "tarvo: zone " << zone.code << " (" << printable(zone.districtList()) << "), computed at "
+                  << printable(zone.reference) << "\n";
+    }
+    CalculationOptions c = o.calculation;
+    c.method = city->prayerMethod();
+    applyCalculationOptions(cmd, c, *city);
+    return city;
+}
+
 std::shared_ptr<TarvoCity> cityAt(const CLI::App& cmd, const PlaceOptions& o) {
+    if (o.zone) return zoneCity(cmd, o);
     if (const auto name = placeNameOf(o)) {
         const ResolvedPlace found = namedPlace(*name, o.country);
         const ResolvedPlace::City& c = found.city;
@@ -168,6 +238,12 @@ void addPlaceOptions(CLI::App& cmd, PlaceOptions& o, const std::string& zoneHelp
     addLongitudeOption(cmd, o.longitude, false);
     cmd.add_option("--tz", o.timeZone, zoneHelp);
     addCalculationOptions(cmd, o.calculation, "Fixed offset from GMT in hours instead of the zone's");
+    addMinuteOptions(cmd, o.calculation);
+    cmd.add_option("--zone", o.zone,
+                   "A JAKIM e-Solat zone (e.g. WLY01): its timetable, computed at the zone's reference point with the "
+                   "jakim method on Malaysian time; 'auto' finds the zone of --lat/--lon or of the named place "
+                   "('tarvo zones' lists them)")
+        ->type_name("CODE|auto");
     cmd.add_option("--city", o.city, "City name (Dubai and Kuala Lumpur use their official timetables)");
     cmd.add_option("--country", o.country,
                    "Country name or code: narrows PLACE; with --lat/--lon it chooses the automatic Asr school");

@@ -30,6 +30,7 @@ struct PlaceOptions {
     CalculationOptions calculation;
     std::optional<std::string> city;
     std::optional<std::string> country;
+    std::optional<std::string> zone;  ///< --zone: a JAKIM zone code, or "auto" for the position's
 };
 
 /// A resolved place: the city, and the zone that was made the device's zone for the run.

@@ -228,6 +228,7 @@ int tarvo::cli::run(int argc, const char* const* argv) {
     tarvo::cli::registerDurationCommand(app);
     tarvo::cli::registerAlertsCommand(app);
     tarvo::cli::registerMethodsCommand(app);
+    tarvo::cli::registerZonesCommand(app);
 
     int status = 0;
     if (argc <= 1) {

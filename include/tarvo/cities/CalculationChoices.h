@@ -15,6 +15,8 @@ struct CalculationChoices {
     std::optional<double> gmt;   ///< a fixed offset from GMT in hours instead of the zone's
     std::optional<double> fajrAngle;  ///< replaces the method's Fajr angle (any method)
     std::optional<double> ishaAngle;
+    std::optional<double> maghribMinutes;  ///< Maghrib this many minutes after sunset (any method)
+    std::optional<double> ishaMinutes;     ///< Isha this many minutes after Maghrib (any method)
     /// As a city stores it: 0 not chosen (the preference decides), 1 none, 2 nearest day,
     /// 3 nearest latitude.
     int64_t polar = 0;
