@@ -9,7 +9,7 @@
 #include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Clock.h"
-#include "tarvo/platform/DispatchQueue.h"
+#include "platform/host/DispatchQueue.h"
 #include "tarvo/prayers/Prayer.h"
 #include "tarvo/summary/SmartPrayerInfo.h"
 

@@ -10,9 +10,10 @@
 #include <sqlite3.h>
 #include <unicode/unistr.h>
 
-#include "platform/LogMacros.h"
+#include "platform/host/LogMacros.h"
 #include "tarvo/cities/TarvoCity.h"
-#include "tarvo/platform/SqliteStatement.h"
+#include "platform/storage/SqliteDatabase.h"
+#include "platform/storage/SqliteStatement.h"
 
 namespace tarvo {
 
@@ -71,6 +72,12 @@ Result<std::filesystem::path> CityDirectory::locate() {
     return Error{"no city directory found (looked at " + tried + ")"};
 }
 
+CityDirectory::CityDirectory() : database_(std::make_unique<SqliteDatabase>()) {}
+
+CityDirectory::~CityDirectory() = default;
+
+const std::filesystem::path& CityDirectory::path() const { return database_->path(); }
+
 Result<std::shared_ptr<CityDirectory>> CityDirectory::open(const std::filesystem::path& path) {
     std::filesystem::path file = path;
     if (file.empty()) {
@@ -83,17 +90,17 @@ Result<std::shared_ptr<CityDirectory>> CityDirectory::open(const std::filesystem
     if (!std::filesystem::is_regular_file(file, ec)) return Error{file.string() + ": no such file"};
     // Immutable: the directory is data shipped with the library, never written, so it is
     // read without locks and nothing is ever created beside it.
-    if (!directory->database_.open(file, SqliteDatabase::kOpenReadOnly | SqliteDatabase::kOpenImmutable)) {
-        return Error{file.string() + ": " + directory->database_.errorMessage()};
+    if (!directory->database_->open(file, SqliteDatabase::kOpenReadOnly | SqliteDatabase::kOpenImmutable)) {
+        return Error{file.string() + ": " + directory->database_->errorMessage()};
     }
     // The look-ups scan the whole `cities` table: keep the file in memory (read through a
     // mapping, and a page cache the size of the shipped file) instead of reading it again
     // from the system at every call.
-    directory->database_.exec("PRAGMA mmap_size = 268435456");
-    directory->database_.exec("PRAGMA cache_size = -16384");
+    directory->database_->exec("PRAGMA mmap_size = 268435456");
+    directory->database_->exec("PRAGMA cache_size = -16384");
     SqliteStatement probe;
-    if (probe.prepare(directory->database_, "SELECT count(*) FROM cities JOIN countries") != SQLITE_OK) {
-        return Error{file.string() + ": not a city directory (" + directory->database_.errorMessage() + ")"};
+    if (probe.prepare(*directory->database_, "SELECT count(*) FROM cities JOIN countries") != SQLITE_OK) {
+        return Error{file.string() + ": not a city directory (" + directory->database_->errorMessage() + ")"};
     }
     probe.finalize();
     if (auto usable = directory->checkUsable(); !usable) {
@@ -101,7 +108,7 @@ Result<std::shared_ptr<CityDirectory>> CityDirectory::open(const std::filesystem
     }
     directory->faultsAtOpen_ = SqliteDatabase::storageFaults();
     // No look-up on the directory may run for ever, whatever its file holds.
-    sqlite3_progress_handler(directory->database_.handle(), kProgressInterval, &CityDirectory::tooMuchWork,
+    sqlite3_progress_handler(directory->database_->handle(), kProgressInterval, &CityDirectory::tooMuchWork,
                              directory.get());
     return directory;
 }
@@ -110,9 +117,9 @@ Result<void> CityDirectory::checkUsable() {
     // A directory holds tables and their indexes only. A view or a trigger could make a
     // look-up run a query of the file's choosing instead of a scan of the cities.
     SqliteStatement objects;
-    if (objects.prepare(database_, "SELECT type, name FROM sqlite_master WHERE type NOT IN ('table', 'index')") !=
+    if (objects.prepare(*database_, "SELECT type, name FROM sqlite_master WHERE type NOT IN ('table', 'index')") !=
         SQLITE_OK) {
-        return Error{"unreadable (" + database_.errorMessage() + ")"};
+        return Error{"unreadable (" + database_->errorMessage() + ")"};
     }
     if (objects.step() == SQLITE_ROW) {
         return Error{"not a city directory (it holds the " + objects.columnText(0) + " '" + objects.columnText(1) +
@@ -125,13 +132,13 @@ std::optional<std::string> CityDirectory::damage(bool always) {
     if (!always && SqliteDatabase::storageFaults() == faultsAtOpen_) return std::nullopt;
     std::lock_guard lock(TarvoCity::syncObj());
     SqliteStatement check;
-    if (check.prepare(database_, "PRAGMA quick_check(1)") == SQLITE_OK && check.step() == SQLITE_ROW &&
+    if (check.prepare(*database_, "PRAGMA quick_check(1)") == SQLITE_OK && check.step() == SQLITE_ROW &&
         check.columnText(0) == "ok") {
         return std::nullopt;
     }
-    std::string problem = check.columnText(0).empty() ? database_.errorMessage() : check.columnText(0);
+    std::string problem = check.columnText(0).empty() ? database_->errorMessage() : check.columnText(0);
     std::replace(problem.begin(), problem.end(), '\n', ' ');  // one line
-    return database_.path().string() + ": damaged (" + problem + ")";
+    return database_->path().string() + ": damaged (" + problem + ")";
 }
 
 int CityDirectory::tooMuchWork(void* self) {
@@ -141,7 +148,7 @@ int CityDirectory::tooMuchWork(void* self) {
     // statement, or a new run of the same one, starts the count again); a run past the bound
     // is interrupted, and its step answers SQLITE_INTERRUPT.
     auto& work = static_cast<CityDirectory*>(self)->work_;
-    sqlite3* connection = static_cast<CityDirectory*>(self)->database_.handle();
+    sqlite3* connection = static_cast<CityDirectory*>(self)->database_->handle();
     sqlite3_stmt* running = nullptr;
     for (sqlite3_stmt* statement = sqlite3_next_stmt(connection, nullptr); statement;
          statement = sqlite3_next_stmt(connection, statement)) {
@@ -159,8 +166,8 @@ std::vector<CityDirectory::Country> CityDirectory::countries() const {
     std::vector<Country> all;
     std::lock_guard lock(TarvoCity::syncObj());
     SqliteStatement query;
-    if (query.prepare(database_, "SELECT id, code, name FROM countries ORDER BY name") != SQLITE_OK) {
-        TARVO_LOG_ERROR("[DB] Error: failed to list the countries with message '{}'.", database_.errorMessage());
+    if (query.prepare(*database_, "SELECT id, code, name FROM countries ORDER BY name") != SQLITE_OK) {
+        TARVO_LOG_ERROR("[DB] Error: failed to list the countries with message '{}'.", database_->errorMessage());
         return all;
     }
     while (query.step() == SQLITE_ROW) all.push_back({query.columnInt64(0), query.columnText(1), query.columnText(2)});
@@ -184,19 +191,19 @@ Result<T> CityDirectory::unlessDamaged(T answer) {
 }
 
 Result<CityDirectory::Cities> CityDirectory::search(std::string_view text) {
-    return unlessDamaged(TarvoCity::SearchCities(database_, text));
+    return unlessDamaged(TarvoCity::SearchCities(*database_, text));
 }
 
 Result<CityDirectory::Cities> CityDirectory::listing(std::string_view text) {
-    return unlessDamaged(TarvoCity::GetCities(database_, std::string(text)));
+    return unlessDamaged(TarvoCity::GetCities(*database_, std::string(text)));
 }
 
 Result<CityDirectory::Cities> CityDirectory::cities(const Country& country) {
-    return unlessDamaged(TarvoCity::GetAllCities(database_, country.identifier, country.name));
+    return unlessDamaged(TarvoCity::GetAllCities(*database_, country.identifier, country.name));
 }
 
 Result<std::shared_ptr<TarvoCity>> CityDirectory::nearest(double latitude, double longitude, double km) {
-    return unlessDamaged(TarvoCity::GetCityForLat(latitude, longitude, &database_, km, false));
+    return unlessDamaged(TarvoCity::GetCityForLat(latitude, longitude, database_.get(), km, false));
 }
 
 std::string CityDirectory::stateName(SqliteDatabase& directory, const TarvoCity& city) {
@@ -225,7 +232,7 @@ std::string CityDirectory::stateName(SqliteDatabase& directory, const TarvoCity&
 }
 
 std::vector<std::shared_ptr<TarvoCity>> CityDirectory::rankedSearch(std::string_view text) const {
-    return TarvoCity::SearchCities(database_, text);
+    return TarvoCity::SearchCities(*database_, text);
 }
 
 std::optional<int64_t> CityDirectory::population(const TarvoCity& city) const {
@@ -233,7 +240,7 @@ std::optional<int64_t> CityDirectory::population(const TarvoCity& city) const {
     SqliteStatement query;
     // An older directory has no population column: the statement does not prepare, and the
     // answer is "not known".
-    if (query.prepare(database_, "SELECT population FROM cities WHERE name = ? AND lat = ? AND lon = ? LIMIT 1") !=
+    if (query.prepare(*database_, "SELECT population FROM cities WHERE name = ? AND lat = ? AND lon = ? LIMIT 1") !=
         SQLITE_OK) {
         return std::nullopt;
     }

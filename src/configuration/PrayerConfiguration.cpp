@@ -5,10 +5,11 @@
 #include <limits>
 #include <string>
 
-#include "tarvo/platform/KeyedArchiver.h"
-#include "tarvo/platform/KeyedUnarchiver.h"
+#include "platform/storage/KeyedArchiver.h"
+#include "platform/storage/KeyedUnarchiver.h"
 #include "tarvo/platform/Locale.h"
 #include "tarvo/platform/UserDefaults.h"
+#include "platform/storage/PreferenceStore.h"
 
 namespace tarvo {
 
@@ -191,7 +192,7 @@ void PrayerConfiguration::encodeWithCoder(KeyedArchiver& coder) const {
         coder.encodeBool(store()->boolForKey(vibrateKey(prayer)), vibrateKey(prayer));
         coder.encodeBool(store()->boolForKey(soundOffKey(prayer)), soundOffKey(prayer));
         // Kept as stored (usually the sound's number or its text); an absent alert stays absent.
-        coder.encodeObject(store()->objectForKey(alertKey(prayer)).value_or(nullptr), alertKey(prayer));
+        coder.encodeObject(PreferenceStore::of(*store()).objectForKey(alertKey(prayer)).value_or(nullptr), alertKey(prayer));
     }
 }
 
@@ -214,7 +215,7 @@ std::shared_ptr<PrayerConfiguration> PrayerConfiguration::initWithCoder(const Ke
         store()->setBool(vibrateKey(prayer), coder.decodeBool(vibrateKey(prayer)));
         store()->setBool(soundOffKey(prayer), coder.decodeBool(soundOffKey(prayer)));
         if (auto alert = coder.decodeObject(alertKey(prayer))) {
-            store()->setObject(alertKey(prayer), *alert);
+            PreferenceStore::of(*store()).setObject(alertKey(prayer), *alert);
         } else {
             store()->removeObjectForKey(alertKey(prayer));
         }

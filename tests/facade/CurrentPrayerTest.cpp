@@ -6,7 +6,7 @@
 
 #include "support/FacadeFixture.h"
 #include "tarvo/facade/TarvoDAODelegate.h"
-#include "tarvo/platform/DispatchQueue.h"
+#include "platform/host/DispatchQueue.h"
 #include "tarvo/platform/IslamicCalendar.h"
 
 using namespace tarvo;

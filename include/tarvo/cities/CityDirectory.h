@@ -10,10 +10,10 @@
 
 #include "tarvo/platform/Result.h"
 #include "tarvo/Export.h"
-#include "tarvo/platform/SqliteDatabase.h"
 
 namespace tarvo {
 
+class SqliteDatabase;
 class TarvoCity;
 
 /// The read-only directory of the world's cities shipped with the library (cities.sqlite,
@@ -53,12 +53,13 @@ public:
     /// connection is stopped past kMaxSteps steps.
     static Result<std::shared_ptr<CityDirectory>> open(const std::filesystem::path& path);
 
+    ~CityDirectory();
     CityDirectory(const CityDirectory&) = delete;
     CityDirectory& operator=(const CityDirectory&) = delete;
 
     /// The connection, for TarvoCity's directory operations.
-    SqliteDatabase& database() { return database_; }
-    const std::filesystem::path& path() const { return database_.path(); }
+    SqliteDatabase& database() { return *database_; }
+    const std::filesystem::path& path() const;
 
     /// Every country in name order.
     std::vector<Country> countries() const;
@@ -83,7 +84,7 @@ public:
 
     /// The state of the directory city at exactly this place in this country ("" when the
     /// directory has none or does not hold the city).
-    std::string stateName(const TarvoCity& city) const { return stateName(database_, city); }
+    std::string stateName(const TarvoCity& city) const { return stateName(*database_, city); }
     /// The ranked city search of TarvoCity::SearchCities on this directory, without the
     /// damage check (the place resolver asks several times for one name).
     std::vector<std::shared_ptr<TarvoCity>> rankedSearch(std::string_view text) const;
@@ -105,7 +106,7 @@ private:
     /// How often, in virtual-machine steps, the work bound is checked.
     static constexpr int kProgressInterval = 10'000;
 
-    CityDirectory() = default;
+    CityDirectory();
     /// Fails, saying why, when the opened file cannot serve as a directory.
     Result<void> checkUsable();
     /// `answer`, or the damage that makes it untrustworthy.
@@ -125,7 +126,7 @@ private:
 
     // Look-ups only read the file (opened immutable); the connection's statements change
     // state while they run, so const look-ups use it as mutable.
-    mutable SqliteDatabase database_;
+    std::unique_ptr<SqliteDatabase> database_;
 };
 
 }  // namespace tarvo
