@@ -32,9 +32,7 @@ TEST_F(TextCommands, AlertsListSetAndTheGlobalSwitch) {
     ASSERT_EQ(runTarvo({"alerts", "set", "Sunrise", "--on", "--sound", "1", "--prealert", "on"}).status, 0);
     ASSERT_EQ(runTarvo({"alerts", "set", "6", "--on"}).status, 0);
     ASSERT_EQ(runTarvo({"alerts", "set", "fajr", "--vibrate", "--file", picked}).status, 0);  // any case
-    auto run = runTarvo({"alerts", "--json"}, {"TARVO_RESOURCES=" + sounds.path().string()});
-    ASSERT_EQ(run.status, 0) << run.err;
-    const json a = json::parse(run.out)["alerts"];
+    const json a = jsonOf({"alerts", "--json"}, {"TARVO_RESOURCES=" + sounds.path().string()})["alerts"];
     ASSERT_EQ(a.size(), 10u);
     EXPECT_EQ(a[1]["preAlert"], true);
     EXPECT_EQ(a[9]["missingFile"], (sounds / "1.mp3").string());  // tomorrow's sunrise shares the sound
@@ -42,7 +40,7 @@ TEST_F(TextCommands, AlertsListSetAndTheGlobalSwitch) {
     EXPECT_EQ(a[0]["vibrateOnly"], true);
     EXPECT_EQ(a[0]["file"], picked);
 
-    run = runTarvo({"alerts", "all-off"});
+    const auto run = runTarvo({"alerts", "all-off"});
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_NE(line(run.out, "6 Isha").find("sound on, all sounds off"), std::string::npos) << run.out;
     ASSERT_EQ(runTarvo({"alerts", "all-on"}).status, 0);

@@ -48,9 +48,7 @@ TEST(TarvoTimes, UnknownZoneWarnsAndUsesGMT) {
 }
 
 TEST(TarvoMethods, ListsThemAndTimesAcceptsNames) {
-    const auto listed = runTarvo({"methods", "--json"});
-    ASSERT_EQ(listed.status, 0) << listed.err;
-    const auto methods = json::parse(listed.out);
+    const json methods = tarvo::test::jsonOf({"methods", "--json"});
     EXPECT_EQ(methods[7]["key"], "diyanet");
     EXPECT_EQ(methods[7]["minuteOffsets"]["sunrise"], -7);
     EXPECT_EQ(methods[11]["maghrib"]["selector"], "angle");
