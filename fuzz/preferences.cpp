@@ -17,6 +17,7 @@
 namespace {
 
 using tarvo::UserDefaults;
+using tarvo::PreferenceStore;
 
 
 
