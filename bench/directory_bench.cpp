@@ -14,8 +14,8 @@
 
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/TarvoCity.h"
-#include "tarvo/platform/SqliteDatabase.h"
-#include "tarvo/platform/SqliteStatement.h"
+#include "platform/storage/SqliteDatabase.h"
+#include "platform/storage/SqliteStatement.h"
 
 namespace {
 

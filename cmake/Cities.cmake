@@ -7,7 +7,7 @@
 # location, this build tree).
 pkg_check_modules(GEONAMES IMPORTED_TARGET geonames)
 
-add_executable(tarvo_citydirgen data/cities/citydirgen.cpp data/cities/GettextCatalog.cpp src/platform/Text.cpp)
+add_executable(tarvo_citydirgen data/cities/citydirgen.cpp data/cities/GettextCatalog.cpp src/platform/text/Text.cpp)
 target_include_directories(tarvo_citydirgen PRIVATE include src)
 target_link_libraries(tarvo_citydirgen PRIVATE tarvo_warnings tarvo_fp SQLite::SQLite3 PkgConfig::ICU fmt::fmt)
 if(GEONAMES_FOUND)

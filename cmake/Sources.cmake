@@ -2,34 +2,36 @@
 # only when it is named here (a stray or half-written file in a folder is not picked up).
 
 set(TARVO_SOURCES_platform
-  src/platform/ArchiveFormat.cpp
-  src/platform/AttributedString.cpp
-  src/platform/Bundle.cpp
-  src/platform/Calendar.cpp
-  src/platform/CborCodec.cpp
-  src/platform/Clock.cpp
-  src/platform/Date.cpp
-  src/platform/DateComponents.cpp
-  src/platform/DateFormatter.cpp
-  src/platform/DispatchQueue.cpp
-  src/platform/GlobalStateLock.cpp
-  src/platform/IslamicCalendar.cpp
-  src/platform/KeyedArchiver.cpp
-  src/platform/KeyedUnarchiver.cpp
-  src/platform/Locale.cpp
-  src/platform/Log.cpp
-  src/platform/NotificationCenter.cpp
-  src/platform/NumberFormatter.cpp
-  src/platform/PosixTimeZoneRule.cpp
-  src/platform/PreferenceValue.cpp
-  src/platform/SearchText.cpp
-  src/platform/SqliteDatabase.cpp
-  src/platform/SqliteStatement.cpp
-  src/platform/SqliteTransaction.cpp
-  src/platform/Text.cpp
-  src/platform/TimeZone.cpp
-  src/platform/UserDefaults.cpp
-  src/platform/ZoneRules.cpp
+  src/platform/host/Bundle.cpp
+  src/platform/host/DispatchQueue.cpp
+  src/platform/host/GlobalStateLock.cpp
+  src/platform/host/HostServices.cpp
+  src/platform/host/Log.cpp
+  src/platform/host/NotificationCenter.cpp
+  src/platform/storage/ArchiveFormat.cpp
+  src/platform/storage/CborCodec.cpp
+  src/platform/storage/KeyedArchiver.cpp
+  src/platform/storage/KeyedUnarchiver.cpp
+  src/platform/storage/PreferenceStore.cpp
+  src/platform/storage/PreferenceValue.cpp
+  src/platform/storage/SqliteDatabase.cpp
+  src/platform/storage/SqliteStatement.cpp
+  src/platform/storage/SqliteTransaction.cpp
+  src/platform/storage/UserDefaults.cpp
+  src/platform/text/AttributedString.cpp
+  src/platform/text/DateFormatter.cpp
+  src/platform/text/Locale.cpp
+  src/platform/text/NumberFormatter.cpp
+  src/platform/text/SearchText.cpp
+  src/platform/text/Text.cpp
+  src/platform/time/Calendar.cpp
+  src/platform/time/Clock.cpp
+  src/platform/time/Date.cpp
+  src/platform/time/DateComponents.cpp
+  src/platform/time/IslamicCalendar.cpp
+  src/platform/time/PosixTimeZoneRule.cpp
+  src/platform/time/TimeZone.cpp
+  src/platform/time/ZoneRules.cpp
 )
 set(TARVO_SOURCES_astronomy
   src/astronomy/EquatorialPosition.cpp

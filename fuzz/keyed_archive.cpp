@@ -11,8 +11,8 @@
 #include "configuration/PrayerConfigurationArchive.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
-#include "tarvo/platform/KeyedArchiver.h"
-#include "tarvo/platform/KeyedUnarchiver.h"
+#include "platform/storage/KeyedArchiver.h"
+#include "platform/storage/KeyedUnarchiver.h"
 
 namespace {
 

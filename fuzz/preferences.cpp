@@ -12,10 +12,12 @@
 
 #include "FuzzSupport.h"
 #include "tarvo/platform/UserDefaults.h"
+#include "platform/storage/PreferenceStore.h"
 
 namespace {
 
 using tarvo::UserDefaults;
+using tarvo::PreferenceStore;
 
 
 
@@ -25,8 +27,9 @@ void readEveryWay(const UserDefaults& store, const std::string& key) {
     (void)store.doubleForKey(key);
     (void)store.stringForKey(key);
     (void)store.dataForKey(key);
-    (void)store.arrayForKey(key);
-    (void)store.dictionaryForKey(key);
+    (void)store.jsonForKey(key);
+    (void)PreferenceStore::of(store).arrayForKey(key);
+    (void)PreferenceStore::of(store).dictionaryForKey(key);
 }
 
 void wholeFile(std::string_view bytes) {
@@ -35,7 +38,7 @@ void wholeFile(std::string_view bytes) {
     tarvo::fuzz::writeFile(path, bytes);
     {
         UserDefaults store(path);
-        const UserDefaults::Value all = store.dictionaryRepresentation();
+        const PreferenceStore::Value all = PreferenceStore::of(store).dictionaryRepresentation();
         for (const auto& [key, value] : all.items()) readEveryWay(store, key);
         if (!store.isPersistent()) {
             TARVO_FUZZ_CHECK(tarvo::fuzz::readFile(path) == bytes, "a refused suite file was changed");
@@ -83,15 +86,15 @@ void storedValues(std::string_view bytes) {
 
     UserDefaults store(path);
     TARVO_FUZZ_CHECK(store.isPersistent(), "a well-formed suite is refused");
-    (void)store.dictionaryRepresentation();
+    (void)PreferenceStore::of(store).dictionaryRepresentation();
     for (const std::string& key : keys) {
         readEveryWay(store, key);
-        const auto value = store.objectForKey(key);
+        const auto value = PreferenceStore::of(store).objectForKey(key);
         // Unreadable values are logged and left as they are; a stored null reads as nothing.
         if (!value || value->is_null()) continue;
-        store.setObject(key, *value);
-        const auto back = store.objectForKey(key);
-        TARVO_FUZZ_CHECK(back && UserDefaults::Value::to_cbor(*back) == UserDefaults::Value::to_cbor(*value),
+        PreferenceStore::of(store).setObject(key, *value);
+        const auto back = PreferenceStore::of(store).objectForKey(key);
+        TARVO_FUZZ_CHECK(back && PreferenceStore::Value::to_cbor(*back) == PreferenceStore::Value::to_cbor(*value),
                          "a value written back reads differently");
     }
 }

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "FuzzSupport.h"
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 #include "tarvo/calculation/FixedTimetable.h"
 
 namespace {

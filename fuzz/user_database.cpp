@@ -10,7 +10,7 @@
 #include "FuzzSupport.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
-#include "tarvo/platform/SqliteStatement.h"
+#include "platform/storage/SqliteStatement.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     tarvo::fuzz::dataFolder();

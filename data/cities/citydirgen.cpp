@@ -47,7 +47,7 @@
 
 #include "GettextCatalog.h"
 #include "cities/DirectoryGeometry.h"
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include "astronomy/MoonRiseSet.h"
 #include "astronomy/Parabola.h"
-#include "platform/LogMacros.h"
+#include "platform/host/LogMacros.h"
 #include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/platform/Calendar.h"
 

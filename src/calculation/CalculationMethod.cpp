@@ -13,7 +13,7 @@
 #include <cmath>
 #include <limits>
 
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 
 namespace tarvo {

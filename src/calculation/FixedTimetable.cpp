@@ -4,7 +4,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "platform/LogMacros.h"
+#include "platform/host/LogMacros.h"
 
 namespace tarvo {
 

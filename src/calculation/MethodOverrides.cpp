@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "platform/LogMacros.h"
+#include "platform/host/LogMacros.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 
 namespace tarvo {

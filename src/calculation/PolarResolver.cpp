@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "platform/LogMacros.h"
+#include "platform/host/LogMacros.h"
 
 namespace tarvo {
 

@@ -20,8 +20,8 @@
 
 #include "calculation/BuiltInMethods.h"
 #include "calculation/PolarResolver.h"
-#include "platform/LogMacros.h"
-#include "platform/PureResultCache.h"
+#include "platform/host/LogMacros.h"
+#include "platform/util/PureResultCache.h"
 #include "tarvo/astronomy/QiblaCalculator.h"
 #include "tarvo/calculation/CalculationMethod.h"
 #include "tarvo/calculation/DubaiFixedTimes.h"

@@ -10,8 +10,8 @@
 //             after locale-independent lower-casing.
 #include "calculation/BuiltInMethods.h"
 #include "tarvo/calculation/CalculationMethod.h"
-#include "platform/LogMacros.h"
-#include "platform/Text.h"
+#include "platform/host/LogMacros.h"
+#include "platform/text/Text.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/platform/Bundle.h"
 

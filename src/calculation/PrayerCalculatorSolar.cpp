@@ -11,7 +11,7 @@
 //             asks for the same sun position, latitude sine and event time more than once
 //             (and a run of days asks for today's what yesterday asked as tomorrow's), so
 //             those pure results are kept per thread and repeated requests get the very same
-//             bits back (platform/PureResultCache.h). The
+//             bits back (platform/util/PureResultCache.h). The
 //             hour angle is the classic cos H = (-sin a - sin d sin phi) / (cos d cos phi)
 //             (Meeus, Astronomical Algorithms, chapter 15); the Asr altitude is
 //             acot(s + tan|phi - d|) for shadow factor s.
@@ -20,7 +20,7 @@
 #include <cmath>
 
 #include "astronomy/SolarKernel.h"
-#include "platform/PureResultCache.h"
+#include "platform/util/PureResultCache.h"
 
 namespace tarvo {
 

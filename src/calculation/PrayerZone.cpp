@@ -10,8 +10,8 @@
 #include <limits>
 #include <sstream>
 
-#include "platform/LogMacros.h"
-#include "platform/Text.h"
+#include "platform/host/LogMacros.h"
+#include "platform/text/Text.h"
 #include "tarvo/astronomy/QiblaCalculator.h"
 
 namespace tarvo::generated {

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <initializer_list>
 
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 
 namespace tarvo {
 

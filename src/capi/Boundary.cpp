@@ -6,7 +6,7 @@
 #include <mutex>
 
 #include "tarvo/Version.h"
-#include "tarvo/platform/Log.h"
+#include "platform/host/Log.h"
 
 namespace tarvo::capi {
 
@@ -119,7 +119,8 @@ tarvo_status tarvo_set_log_handler(tarvo_log_handler handler, void* user_data, i
         // formatted: it is installed only while a handler wants lines. (Outside the route's
         // lock: a line being written holds the observer's lock while it asks the route.)
         if (handler && level != TARVO_LOG_OFF) {
-            Log::setObserver(forward);
+            // A closure rather than the function pointer, whose type would be exported.
+            Log::setObserver([](Log::Level at, const std::string& message) { forward(at, message); });
         } else {
             Log::setObserver({});
         }

@@ -8,6 +8,7 @@
 #include "tarvo/facade/CurrentAndNextPrayer.h"
 #include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/platform/Clock.h"
+#include "platform/host/DispatchQueue.h"
 #include "tarvo/prayers/PlaceDayTimes.h"
 #include "tarvo/prayers/Prayer.h"
 #include "tarvo/summary/SmartPrayerInfo.h"

@@ -12,9 +12,9 @@
 
 #include "cities/CityDirectoryImpl.h"
 #include "cities/CityRows.h"
-#include "platform/LogMacros.h"
-#include "platform/SearchText.h"
-#include "platform/Text.h"
+#include "platform/host/LogMacros.h"
+#include "platform/text/SearchText.h"
+#include "platform/text/Text.h"
 #include "tarvo/cities/TarvoCity.h"
 
 namespace tarvo {

@@ -6,8 +6,8 @@
 
 #include "cities/NearestPlace.h"
 #include "tarvo/cities/CityDirectory.h"
-#include "tarvo/platform/SqliteDatabase.h"
-#include "tarvo/platform/SqliteStatement.h"
+#include "platform/storage/SqliteDatabase.h"
+#include "platform/storage/SqliteStatement.h"
 
 namespace tarvo {
 

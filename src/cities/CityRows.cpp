@@ -1,7 +1,7 @@
 #include "cities/CityRows.h"
 
 #include "tarvo/cities/TarvoCity.h"
-#include "tarvo/platform/SqliteStatement.h"
+#include "platform/storage/SqliteStatement.h"
 
 namespace tarvo::cityrows {
 

@@ -9,8 +9,8 @@
 
 #include <fmt/format.h>
 
-#include "platform/LogMacros.h"
-#include "tarvo/platform/SqliteDatabase.h"
+#include "platform/host/LogMacros.h"
+#include "platform/storage/SqliteDatabase.h"
 
 namespace tarvo {
 

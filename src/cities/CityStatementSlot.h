@@ -7,9 +7,9 @@
 #include <type_traits>
 
 #include "tarvo/cities/TarvoCity.h"
-#include "tarvo/platform/Log.h"
+#include "platform/host/Log.h"
 #include "tarvo/platform/Result.h"
-#include "tarvo/platform/SqliteStatement.h"
+#include "platform/storage/SqliteStatement.h"
 
 namespace tarvo {
 

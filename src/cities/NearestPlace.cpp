@@ -5,9 +5,9 @@
 
 #include "cities/CityRows.h"
 #include "cities/DirectoryGeometry.h"
-#include "platform/LogMacros.h"
+#include "platform/host/LogMacros.h"
 #include "tarvo/cities/TarvoCity.h"
-#include "tarvo/platform/SqliteDatabase.h"
+#include "platform/storage/SqliteDatabase.h"
 
 namespace tarvo {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "tarvo/platform/SqliteStatement.h"
+#include "platform/storage/SqliteStatement.h"
 
 namespace tarvo {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/TarvoCity.h"
 

@@ -5,11 +5,11 @@
 #include <type_traits>
 
 #include <fmt/format.h>
-#include "platform/LogMacros.h"
-#include "platform/Text.h"
+#include "platform/host/LogMacros.h"
+#include "platform/text/Text.h"
 #include "tarvo/calculation/CalculationMethod.h"
-#include "tarvo/platform/KeyedArchiver.h"
-#include "tarvo/platform/KeyedUnarchiver.h"
+#include "platform/storage/KeyedArchiver.h"
+#include "platform/storage/KeyedUnarchiver.h"
 #include "tarvo/platform/TimeZone.h"
 #include "tarvo/platform/UserDefaults.h"
 

@@ -9,14 +9,14 @@
 #include "cities/CityStatementSlot.h"
 #include "cities/DirectoryGeometry.h"
 #include "cities/NearestPlace.h"
-#include "platform/LogMacros.h"
-#include "platform/SearchText.h"
-#include "platform/SqliteTransaction.h"
-#include "platform/Text.h"
+#include "platform/host/LogMacros.h"
+#include "platform/text/SearchText.h"
+#include "platform/storage/SqliteTransaction.h"
+#include "platform/text/Text.h"
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/TarvoCity.h"
-#include "tarvo/platform/SqliteDatabase.h"
-#include "tarvo/platform/SqliteStatement.h"
+#include "platform/storage/SqliteDatabase.h"
+#include "platform/storage/SqliteStatement.h"
 
 namespace tarvo {
 

@@ -5,11 +5,11 @@
 #include <sqlite3.h>
 
 #include "cities/CityStatementSlot.h"
-#include "platform/LogMacros.h"
+#include "platform/host/LogMacros.h"
 #include "tarvo/calculation/CalculationMethod.h"
 #include "tarvo/cities/TarvoCity.h"
-#include "tarvo/platform/SqliteDatabase.h"
-#include "tarvo/platform/SqliteStatement.h"
+#include "platform/storage/SqliteDatabase.h"
+#include "platform/storage/SqliteStatement.h"
 
 namespace tarvo {
 

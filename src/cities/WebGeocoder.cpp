@@ -7,9 +7,9 @@
 #include <nlohmann/json.hpp>
 
 #include "cities/CurlLibrary.h"
-#include "platform/LogMacros.h"
-#include "platform/SearchText.h"
-#include "platform/Text.h"
+#include "platform/host/LogMacros.h"
+#include "platform/text/SearchText.h"
+#include "platform/text/Text.h"
 #include "tarvo/Version.h"
 #include "tarvo/platform/UserDefaults.h"
 

@@ -6,10 +6,11 @@
 
 #include "configuration/PrayerConfigurationArchive.h"
 #include "configuration/PrayerConfigurationField.h"
-#include "tarvo/platform/KeyedArchiver.h"
-#include "tarvo/platform/KeyedUnarchiver.h"
+#include "platform/storage/KeyedArchiver.h"
+#include "platform/storage/KeyedUnarchiver.h"
 #include "tarvo/platform/Locale.h"
 #include "tarvo/platform/UserDefaults.h"
+#include "platform/storage/PreferenceStore.h"
 
 namespace tarvo {
 

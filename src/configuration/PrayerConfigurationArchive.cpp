@@ -7,8 +7,9 @@
 
 #include "configuration/PrayerConfigurationField.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
-#include "tarvo/platform/KeyedArchiver.h"
-#include "tarvo/platform/KeyedUnarchiver.h"
+#include "platform/storage/KeyedArchiver.h"
+#include "platform/storage/KeyedUnarchiver.h"
+#include "platform/storage/PreferenceStore.h"
 #include "tarvo/platform/UserDefaults.h"
 
 namespace tarvo {
@@ -46,7 +47,7 @@ void PrayerConfigurationArchive::encode(const PrayerConfiguration& configuration
         coder.encodeBool(store()->boolForKey(vibrateKey(prayer)), vibrateKey(prayer));
         coder.encodeBool(store()->boolForKey(soundOffKey(prayer)), soundOffKey(prayer));
         // Kept as stored (usually the sound's number or its text); an absent alert stays absent.
-        coder.encodeObject(store()->objectForKey(alertKey(prayer)).value_or(nullptr), alertKey(prayer));
+        coder.encodeObject(PreferenceStore::of(*store()).objectForKey(alertKey(prayer)).value_or(nullptr), alertKey(prayer));
     }
 }
 
@@ -70,7 +71,7 @@ std::shared_ptr<PrayerConfiguration> PrayerConfigurationArchive::decode(const Ke
         store()->setBool(vibrateKey(prayer), coder.decodeBool(vibrateKey(prayer)));
         store()->setBool(soundOffKey(prayer), coder.decodeBool(soundOffKey(prayer)));
         if (auto alert = coder.decodeObject(alertKey(prayer))) {
-            store()->setObject(alertKey(prayer), *alert);
+            PreferenceStore::of(*store()).setObject(alertKey(prayer), *alert);
         } else {
             store()->removeObjectForKey(alertKey(prayer));
         }

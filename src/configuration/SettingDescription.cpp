@@ -5,7 +5,7 @@
 
 #include <fmt/format.h>
 
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 
 namespace tarvo {
 

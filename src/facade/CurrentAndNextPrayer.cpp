@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "platform/LogMacros.h"
+#include "platform/host/LogMacros.h"
 #include "tarvo/cities/CityCalculatorSetup.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
 #include "tarvo/facade/TarvoDAO.h"

@@ -6,12 +6,13 @@
 #include "tarvo/configuration/PrayerConfiguration.h"
 #include "tarvo/facade/TarvoDAODelegate.h"
 #include "tarvo/platform/Calendar.h"
-#include "tarvo/platform/DispatchQueue.h"
+#include "platform/host/DispatchQueue.h"
 #include "tarvo/platform/IslamicCalendar.h"
-#include "tarvo/platform/KeyedArchiver.h"
-#include "tarvo/platform/KeyedUnarchiver.h"
-#include "tarvo/platform/NotificationCenter.h"
+#include "platform/storage/KeyedArchiver.h"
+#include "platform/storage/KeyedUnarchiver.h"
+#include "platform/host/NotificationCenter.h"
 #include "tarvo/platform/UserDefaults.h"
+#include "platform/storage/PreferenceStore.h"
 #include "tarvo/prayers/Prayer.h"
 #include "tarvo/summary/SmartPrayerInfo.h"
 
@@ -83,9 +84,9 @@ void TarvoDAO::updateSharedValues() {
     const auto standard = UserDefaults::standardUserDefaults();
     if (standard->boolForKey(kHasUpdatedSharedCopyKey)) return;
     const auto shared = UserDefaults::sharedUserDefaultsObj();
-    const UserDefaults::Value everything = standard->dictionaryRepresentation();
+    const PreferenceStore::Value everything = PreferenceStore::of(*standard).dictionaryRepresentation();
     for (auto it = everything.begin(); it != everything.end(); ++it) {
-        if (!it.value().is_null()) shared->setObject(it.key(), it.value());
+        if (!it.value().is_null()) PreferenceStore::of(*shared).setObject(it.key(), it.value());
     }
     shared->synchronize();
     standard->setBool(kHasUpdatedSharedCopyKey, true);

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <mutex>
 
-#include "platform/LogMacros.h"
+#include "platform/host/LogMacros.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/cities/CityCalculatorSetup.h"
 #include "tarvo/cities/TarvoCity.h"
@@ -12,7 +12,7 @@
 #include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Clock.h"
-#include "tarvo/platform/GlobalStateLock.h"
+#include "platform/host/GlobalStateLock.h"
 #include "tarvo/platform/IslamicCalendar.h"
 #include "tarvo/prayers/Prayer.h"
 #include "tarvo/prayers/PrayerAdjustments.h"

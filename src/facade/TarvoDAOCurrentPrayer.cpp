@@ -2,14 +2,14 @@
 // next, the corrections around midnight, Fajr and Qiyam, and the delegate's reports.
 #include <mutex>
 
-#include "platform/LogMacros.h"
+#include "platform/host/LogMacros.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
 #include "tarvo/facade/CurrentAndNextPrayer.h"
 #include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/facade/TarvoDAODelegate.h"
 #include "tarvo/platform/Calendar.h"
-#include "tarvo/platform/DispatchQueue.h"
-#include "tarvo/platform/GlobalStateLock.h"
+#include "platform/host/DispatchQueue.h"
+#include "platform/host/GlobalStateLock.h"
 #include "tarvo/prayers/Prayer.h"
 
 namespace tarvo {

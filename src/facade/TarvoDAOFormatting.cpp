@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
 #include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/platform/Bundle.h"

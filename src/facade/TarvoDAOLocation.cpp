@@ -3,17 +3,19 @@
 // answer published on the main queue.
 #include <mutex>
 
-#include "platform/LogMacros.h"
-#include "platform/Text.h"
+#include "platform/host/LogMacros.h"
+#include "platform/text/Text.h"
+#include "platform/host/LogMacros.h"
+#include "platform/text/Text.h"
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/Geocoder.h"
 #include "tarvo/cities/OfflineGeocoder.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/WebGeocoder.h"
 #include "tarvo/facade/TarvoDAO.h"
-#include "tarvo/platform/DispatchQueue.h"
-#include "tarvo/platform/NotificationCenter.h"
-#include "tarvo/platform/SqliteDatabase.h"
+#include "platform/host/DispatchQueue.h"
+#include "platform/host/NotificationCenter.h"
+#include "platform/storage/SqliteDatabase.h"
 #include "tarvo/platform/TimeZone.h"
 
 namespace tarvo {

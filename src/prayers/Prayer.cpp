@@ -13,7 +13,7 @@
 #include "tarvo/platform/Bundle.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Clock.h"
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 
 namespace tarvo {
 

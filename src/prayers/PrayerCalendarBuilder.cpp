@@ -9,7 +9,7 @@
 #include <fmt/format.h>
 #include <libical/ical.h>
 
-#include "platform/LogMacros.h"
+#include "platform/host/LogMacros.h"
 #include "tarvo/Version.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
 #include "tarvo/facade/TarvoDAO.h"

@@ -20,6 +20,7 @@
 #include "support/StoreWriter.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
+#include "platform/storage/PreferenceStore.h"
 #include "tarvo/platform/UserDefaults.h"
 
 namespace tarvo {
@@ -39,7 +40,7 @@ public:
     Names contents() {
         Names names;
         if (auto name = store_.stringForKey("CityName")) names.push_back(*name);
-        if (store_.objectForKey("NewKey")) names.push_back("NewKey");
+        if (PreferenceStore::of(store_).objectForKey("NewKey")) names.push_back("NewKey");
         return names;
     }
     bool holdsWrite(int i) { return store_.integerForKey("key." + std::to_string(i)) == i; }

@@ -6,12 +6,13 @@
 #include <gtest/gtest.h>
 
 #include "support/DataFolder.h"
+#include "platform/storage/PreferenceStore.h"
 #include "support/LogCapture.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/cities/CityCalculatorSetup.h"
 #include "tarvo/cities/TarvoCity.h"
-#include "tarvo/platform/KeyedArchiver.h"
-#include "tarvo/platform/KeyedUnarchiver.h"
+#include "platform/storage/KeyedArchiver.h"
+#include "platform/storage/KeyedUnarchiver.h"
 #include "tarvo/platform/TimeZone.h"
 
 namespace tarvo {
@@ -31,7 +32,7 @@ TEST_F(TarvoCityRecordTest, TrackedSettersLogMarkStampAndMirrorButNotWhileLoadin
     city.setPrayerMethod(3);
     city.setCountryName("United States Minor Outlying Islands");  // shortened while loading too
     city.setIsLoadingFromDB(false);
-    EXPECT_FALSE(city.isDirty() || shared()->objectForKey("AutoCityPrayerMethod").has_value());
+    EXPECT_FALSE(city.isDirty() || PreferenceStore::of(*shared()).objectForKey("AutoCityPrayerMethod").has_value());
     EXPECT_EQ(city.countryName(), "United States");
 
     const Date before = Date::now();

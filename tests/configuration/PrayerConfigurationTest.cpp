@@ -3,16 +3,17 @@
 
 #include "configuration/PrayerConfigurationArchive.h"
 #include "support/DataFolder.h"
+#include "platform/storage/PreferenceStore.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
-#include "tarvo/platform/KeyedArchiver.h"
-#include "tarvo/platform/KeyedUnarchiver.h"
+#include "platform/storage/KeyedArchiver.h"
+#include "platform/storage/KeyedUnarchiver.h"
 #include "tarvo/platform/Locale.h"
 
 namespace tarvo {
 namespace {
 
 using test::ScopedDataFolder;
-using Value = UserDefaults::Value;
+using Value = PreferenceStore::Value;
 
 std::shared_ptr<UserDefaults> shared() { return UserDefaults::sharedUserDefaultsObj(); }
 
@@ -71,24 +72,24 @@ TEST_F(PrayerConfigurationTest, SavesEverySettingSoThatALoadReadsItBack) {
     ScopedDataFolder other;  // an empty store
     loaded.saveIntoPreferences();
     // The flags loaded from integers are saved as integers 1/0; the rest keep their kinds.
-    EXPECT_EQ(shared()->objectForKey("UsePrayerAdjustments"), Value(1));
-    EXPECT_EQ(shared()->objectForKey("SoundAlertsDisabled"), Value(1));
-    EXPECT_EQ(shared()->objectForKey("20HourAfterMaghrib"), Value(true));
+    EXPECT_EQ(PreferenceStore::of(*shared()).objectForKey("UsePrayerAdjustments"), Value(1));
+    EXPECT_EQ(PreferenceStore::of(*shared()).objectForKey("SoundAlertsDisabled"), Value(1));
+    EXPECT_EQ(PreferenceStore::of(*shared()).objectForKey("20HourAfterMaghrib"), Value(true));
     // The 31 stored settings (HijriCalendar and PolarResolution among them) and nothing else: the locale flags are
     // never stored.
-    EXPECT_EQ(shared()->persistentDomain().size(), 31u);
-    EXPECT_EQ(shared()->objectForKey("HijriCalendar"), Value(0));
-    EXPECT_FALSE(shared()->objectForKey("ar").has_value());
+    EXPECT_EQ(PreferenceStore::of(*shared()).persistentDomain().size(), 31u);
+    EXPECT_EQ(PreferenceStore::of(*shared()).objectForKey("HijriCalendar"), Value(0));
+    EXPECT_FALSE(PreferenceStore::of(*shared()).objectForKey("ar").has_value());
     EXPECT_EQ(UserDefaults(shared()->path()).integerForKey("IshaAdj"), 12) << "durable";
 }
 
 TEST_F(PrayerConfigurationTest, LegacyArabicLabelsFlagIsTakenOverOnce) {
     shared()->setBool("ArabicLabels", true);
     EXPECT_TRUE(PrayerConfiguration().ShowPrayerNamesInArabic());
-    EXPECT_EQ(shared()->objectForKey("ArabicLabels"), Value(false));
+    EXPECT_EQ(PreferenceStore::of(*shared()).objectForKey("ArabicLabels"), Value(false));
     // The migration does not write the new key, so a second load before any save reads the
     // new key as stored: one-shot by design.
-    EXPECT_FALSE(shared()->objectForKey("ShowPrayerNamesInArabic").has_value());
+    EXPECT_FALSE(PreferenceStore::of(*shared()).objectForKey("ShowPrayerNamesInArabic").has_value());
     EXPECT_FALSE(PrayerConfiguration().ShowPrayerNamesInArabic());
     // Once saved, the migrated value sticks.
     shared()->setBool("ArabicLabels", true);
@@ -128,13 +129,13 @@ TEST_F(PrayerConfigurationTest, ArchiveCarriesSettingsAndLiveAlertsAndDecodingHa
     EXPECT_TRUE(decoded->IsLanguageArabic());
     EXPECT_FALSE(decoded->IsDateLanguageArabic());
     EXPECT_TRUE(shared()->boolForKey("FajrSoundAlertVibrate"));
-    EXPECT_EQ(shared()->objectForKey("FajrSoundAlert"), Value("7"));
-    EXPECT_EQ(shared()->objectForKey("IshaSoundAlert"), Value(4));
-    EXPECT_FALSE(shared()->objectForKey("DhuhrSoundAlert").has_value());
-    EXPECT_EQ(shared()->objectForKey("SunriseSoundOff"), Value(false));
+    EXPECT_EQ(PreferenceStore::of(*shared()).objectForKey("FajrSoundAlert"), Value("7"));
+    EXPECT_EQ(PreferenceStore::of(*shared()).objectForKey("IshaSoundAlert"), Value(4));
+    EXPECT_FALSE(PreferenceStore::of(*shared()).objectForKey("DhuhrSoundAlert").has_value());
+    EXPECT_EQ(PreferenceStore::of(*shared()).objectForKey("SunriseSoundOff"), Value(false));
     // The other properties are not written to the store.
     EXPECT_EQ(shared()->integerForKey("MaghribAdj"), -8);
-    EXPECT_FALSE(shared()->objectForKey("UsePrayerAdjustments").has_value());
+    EXPECT_FALSE(PreferenceStore::of(*shared()).objectForKey("UsePrayerAdjustments").has_value());
 }
 
 TEST_F(PrayerConfigurationTest, ArchivedDataIsTheHostsWayToSendAConfiguration) {

@@ -7,7 +7,7 @@
 #include "support/FacadeFixture.h"
 #include "support/StatelessPrayerCheck.h"
 #include "tarvo/facade/TarvoDAODelegate.h"
-#include "tarvo/platform/DispatchQueue.h"
+#include "platform/host/DispatchQueue.h"
 #include "tarvo/platform/IslamicCalendar.h"
 
 using namespace tarvo;

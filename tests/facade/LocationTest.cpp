@@ -10,8 +10,8 @@
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/Geocoder.h"
 #include "tarvo/cities/UserDatabase.h"
-#include "tarvo/platform/DispatchQueue.h"
-#include "tarvo/platform/NotificationCenter.h"
+#include "platform/host/DispatchQueue.h"
+#include "platform/host/NotificationCenter.h"
 
 using namespace tarvo;
 using tarvo::test::FacadeTest;

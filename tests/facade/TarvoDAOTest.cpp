@@ -5,11 +5,12 @@
 #include <vector>
 
 #include "support/FacadeFixture.h"
+#include "platform/storage/PreferenceStore.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
-#include "tarvo/platform/DispatchQueue.h"
-#include "tarvo/platform/GlobalStateLock.h"
-#include "tarvo/platform/KeyedArchiver.h"
-#include "tarvo/platform/NotificationCenter.h"
+#include "platform/host/DispatchQueue.h"
+#include "platform/host/GlobalStateLock.h"
+#include "platform/storage/KeyedArchiver.h"
+#include "platform/host/NotificationCenter.h"
 
 using namespace tarvo;
 using tarvo::test::FacadeTest;
@@ -38,7 +39,7 @@ TEST_F(Facade, ReloadBroadcastsOnlyWhenAsked) {
 TEST_F(Facade, SharedActiveCityAndTheOneTimeCopy) {
     auto facade = std::make_shared<TarvoDAO>();
     facade->saveActiveCityInSharedPreferences();  // no city: nothing written
-    EXPECT_FALSE(UserDefaults::sharedUserDefaultsObj()->objectForKey("SharedActiveCity"));
+    EXPECT_FALSE(PreferenceStore::of(*UserDefaults::sharedUserDefaultsObj()).objectForKey("SharedActiveCity"));
     EXPECT_EQ(facade->getActiveCityFromSharedPreferences(), nullptr);
     facade->setActiveCity(makkah());
     facade->saveActiveCityInSharedPreferences();

@@ -11,9 +11,10 @@
 #include <string>
 #include <thread>
 
+#include <sqlite3.h>
+
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
-#include "tarvo/platform/SqliteDatabase.h"
 #include "tarvo/platform/UserDefaults.h"
 
 namespace {
@@ -55,9 +56,11 @@ int writeCities(const std::filesystem::path& path, int count) {
 }
 
 int hold(const std::filesystem::path& path) {
-    tarvo::SqliteDatabase db;
-    if (!db.open(path) || db.exec("BEGIN EXCLUSIVE") != 0) {
-        std::fprintf(stderr, "%s\n", db.errorMessage().c_str());
+    // Another program's connection, straight through SQLite.
+    sqlite3* db = nullptr;
+    if (sqlite3_open(path.c_str(), &db) != SQLITE_OK ||
+        sqlite3_exec(db, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) != SQLITE_OK) {
+        std::fprintf(stderr, "%s\n", sqlite3_errmsg(db));
         return 1;
     }
     std::printf("locked\n");

@@ -7,9 +7,10 @@
 
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Clock.h"
-#include "tarvo/platform/DispatchQueue.h"
+#include "platform/host/DispatchQueue.h"
 #include "tarvo/platform/IslamicCalendar.h"
-#include "tarvo/platform/NotificationCenter.h"
+#include "platform/host/NotificationCenter.h"
+#include "tarvo/platform/HostServices.h"
 
 using namespace tarvo;
 
@@ -36,6 +37,26 @@ TEST(HostNotifications, DeliveredByNameOnThePostingThread) {
     center.removeObserver(token);
     center.post("A");
     EXPECT_EQ(seen, (std::vector<std::string>{"A", "A:7", "B"}));
+}
+
+TEST(HostServices, HostsDriveTheMainQueueAndObserveTheLibrarysNotifications) {
+    std::vector<std::string> seen;
+    const auto token = HostServices::addObserver("Moved", [&](const std::string& name, const std::any& object) {
+        seen.push_back(name + std::to_string(std::any_cast<int>(object)));
+    });
+    runAsyncOnMainQueue([] { NotificationCenter::defaultCenter().post("Moved", 1); });
+    runAsyncOnMainQueue([] { NotificationCenter::defaultCenter().post("Other", 2); });
+    EXPECT_TRUE(seen.empty()) << "nothing runs before the host drives the queue";
+    EXPECT_EQ(HostServices::drainMainQueue(), 2u);
+    EXPECT_EQ(seen, std::vector<std::string>{"Moved1"});
+    HostServices::removeObserver(token);
+    NotificationCenter::defaultCenter().post("Moved", 3);
+    EXPECT_EQ(seen.size(), 1u);
+
+    std::atomic<bool> done{false};
+    runAsyncInBackgroundQueue([&] { runAsyncOnMainQueue([&] { done = true; }); });
+    EXPECT_TRUE(HostServices::runMainQueueUntil([&] { return done.load(); }, std::chrono::seconds(20)));
+    EXPECT_FALSE(HostServices::runMainQueueUntil([] { return false; }, std::chrono::milliseconds(20)));
 }
 
 TEST(HostQueues, ConcurrentMainBackgroundAndSerialQueues) {

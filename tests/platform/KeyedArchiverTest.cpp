@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "support/LogCapture.h"
-#include "tarvo/platform/KeyedArchiver.h"
-#include "tarvo/platform/KeyedUnarchiver.h"
+#include "platform/storage/KeyedArchiver.h"
+#include "platform/storage/KeyedUnarchiver.h"
 
 namespace tarvo {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/PureResultCache.h"
+#include "platform/util/PureResultCache.h"
 
 using tarvo::PureResultCache;
 

@@ -3,13 +3,13 @@
 // reverse-geocode cache), and the rules that read names, under a Turkish default locale.
 #include <gtest/gtest.h>
 
-#include "platform/SearchText.h"
-#include "platform/Text.h"
+#include "platform/text/SearchText.h"
+#include "platform/text/Text.h"
 #include "support/RunProcess.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/platform/Locale.h"
-#include "tarvo/platform/Log.h"
+#include "platform/host/Log.h"
 
 using tarvo::Locale;
 using tarvo::PrayerCalculator;

@@ -9,8 +9,8 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/PosixTimeZoneRule.h"
-#include "platform/ZoneRules.h"
+#include "platform/time/PosixTimeZoneRule.h"
+#include "platform/time/ZoneRules.h"
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/TimeZone.h"
 

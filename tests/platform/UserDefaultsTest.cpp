@@ -13,6 +13,7 @@
 #include "support/LogCapture.h"
 #include "support/SqliteScript.h"
 #include "tarvo/platform/UserDefaults.h"
+#include "platform/storage/PreferenceStore.h"
 
 namespace tarvo {
 namespace {
@@ -52,8 +53,8 @@ TEST(UserDefaultsReading, EveryStoredKindReadsByTheRulesWhetherReopenedOrRegiste
     for (const ReadingRow& row : rows) {
         SCOPED_TRACE(row.stored.dump());
         UserDefaults registered(folder / "registered.sqlite");
-        if (!row.stored.is_null()) registered.registerDefaults(json{{"key", row.stored}});
-        UserDefaults(folder / "suite.sqlite").setObject("key", row.stored);
+        if (!row.stored.is_null()) PreferenceStore::of(registered).registerDefaults(json{{"key", row.stored}});
+        PreferenceStore::of(UserDefaults(folder / "suite.sqlite")).setObject("key", row.stored);
         const UserDefaults reopened(folder / "suite.sqlite");
         for (const UserDefaults* store : {&reopened, static_cast<const UserDefaults*>(&registered)}) {
             EXPECT_EQ(store->boolForKey("key"), row.asBool);
@@ -61,10 +62,10 @@ TEST(UserDefaultsReading, EveryStoredKindReadsByTheRulesWhetherReopenedOrRegiste
             EXPECT_EQ(store->doubleForKey("key"), row.asDouble);
             EXPECT_EQ(store->stringForKey("key"), row.asString);
             EXPECT_EQ(store->dataForKey("key").has_value(), row.stored.is_binary());
-            EXPECT_EQ(store->arrayForKey("key").has_value(), row.stored.is_array());
-            EXPECT_EQ(store->dictionaryForKey("key").has_value(), row.stored.is_object());
-            EXPECT_EQ(store->objectForKey("key").value_or(nullptr), row.stored);
-            EXPECT_EQ(store->objectForKey("key").value_or(nullptr).is_number_float(), row.stored.is_number_float());
+            EXPECT_EQ(PreferenceStore::of(*store).arrayForKey("key").has_value(), row.stored.is_array());
+            EXPECT_EQ(PreferenceStore::of(*store).dictionaryForKey("key").has_value(), row.stored.is_object());
+            EXPECT_EQ(PreferenceStore::of(*store).objectForKey("key").value_or(nullptr), row.stored);
+            EXPECT_EQ(PreferenceStore::of(*store).objectForKey("key").value_or(nullptr).is_number_float(), row.stored.is_number_float());
         }
     }
 }
@@ -75,23 +76,54 @@ TEST(UserDefaultsStore, WritesAreSeenAtOnceAndDurableAndUnreadableValuesReadAsAb
     UserDefaults store(file);
     const UserDefaults other(file);
     const json nested = {{"alerts", json::array({json::binary({7}), 1.5})}};
-    store.setObject("nested", nested);
+    PreferenceStore::of(store).setObject("nested", nested);
     store.setString("gone", "x");
-    store.setObject("gone", nullptr);
-    EXPECT_EQ(other.persistentDomain(), (json{{"nested", nested}}));
+    PreferenceStore::of(store).setObject("gone", nullptr);
+    EXPECT_EQ(PreferenceStore::of(other).persistentDomain(), (json{{"nested", nested}}));
     // After synchronize the main file alone, without the write-ahead log, holds the values.
     ASSERT_TRUE(store.synchronize());
     std::filesystem::copy_file(file, folder / "copy.sqlite");
     EXPECT_EQ(test::queryText(folder / "copy.sqlite", "SELECT count(*) FROM preferences"), "1");
 
     // Bytes that do not decode read as absent, with a logged error.
-    store.registerDefaults({{"UseSunrise", true}});
+    PreferenceStore::of(store).registerDefaults({{"UseSunrise", true}});
     ASSERT_TRUE(test::runSql(file, "INSERT INTO preferences(key, value) VALUES('UseSunrise', x'9f01'), ('FajrAdj', x'ff')"));
     test::LogCapture log;
     EXPECT_TRUE(store.boolForKey("UseSunrise")) << "the registered default answers instead";
     EXPECT_EQ(store.integerForKey("FajrAdj"), 0);
     EXPECT_TRUE(log.hasError("unreadable"));
-    EXPECT_FALSE(store.persistentDomain().contains("FajrAdj"));
+    EXPECT_FALSE(PreferenceStore::of(store).persistentDomain().contains("FajrAdj"));
+}
+
+TEST(UserDefaultsJson, HostsReadAndWriteAnyKindAsJsonTextAndBadTextChangesNothing) {
+    ScopedDataFolder folder;
+    UserDefaults store(folder / "suite.sqlite");
+    ASSERT_TRUE(store.setJson("alerts", R"({"Fajr": [1, 2.5, "x"], "on": true})"));
+    EXPECT_EQ(store.jsonForKey("alerts"), R"({"Fajr":[1,2.5,"x"],"on":true})");
+    EXPECT_EQ(store.integerForKey("n"), 0);
+    ASSERT_TRUE(store.setJson("n", "4"));
+    EXPECT_EQ(store.integerForKey("n"), 4);
+    EXPECT_EQ(store.jsonForKey("n"), "4");
+    // Text that is not JSON, or defaults that are not one object, change nothing.
+    test::LogCapture log;
+    EXPECT_FALSE(store.setJson("n", "{4"));
+    EXPECT_FALSE(store.registerDefaultsJson("[1]"));
+    EXPECT_FALSE(store.registerDefaultsJson("{\"a\": "));
+    EXPECT_TRUE(log.hasError("not JSON"));
+    EXPECT_EQ(store.jsonForKey("n"), "4");
+    EXPECT_FALSE(store.jsonForKey("a"));
+    // JSON null removes the key; a registered default answers then, and only the whole view
+    // carries it.
+    ASSERT_TRUE(store.registerDefaultsJson(R"({"n": 7, "d": 1})"));
+    ASSERT_TRUE(store.setJson("n", "null"));
+    EXPECT_EQ(store.integerForKey("n"), 7);
+    store.setData("bytes", {0x01, 0xff});
+    store.setString("bad", std::string("a\xff"));
+    EXPECT_EQ(store.persistentDomainJson(),
+              R"({"alerts":{"Fajr":[1,2.5,"x"],"on":true},"bad":"a�","bytes":{"bytes":[1,255],"subtype":null}})");
+    EXPECT_EQ(json::parse(store.dictionaryRepresentationJson())["n"], 7);
+    EXPECT_EQ(json::parse(store.dictionaryRepresentationJson()).size(), 5u);
+    EXPECT_EQ(store.stringForKey("bad"), std::string("a\xff")) << "the typed reading keeps the bytes";
 }
 
 TEST(UserDefaultsStore, ProcessWideSuitesLiveInTheDataFolderFoundByPrecedence) {
@@ -187,7 +219,7 @@ TEST(UserDefaultsConcurrent, ThreadsSharingOneSuiteLoseNoWrite) {
     for (auto& thread : threads) thread.join();
     EXPECT_EQ(badReads.load(), 0);
     const UserDefaults store(suite);
-    EXPECT_EQ(store.persistentDomain().size(), size_t{kThreads * kWrites + kOverlapKeys});
+    EXPECT_EQ(PreferenceStore::of(store).persistentDomain().size(), size_t{kThreads * kWrites + kOverlapKeys});
     for (int t = 0; t < kThreads; ++t) {
         for (int i = 0; i < kWrites; ++i) {
             ASSERT_EQ(store.integerForKey(std::to_string(t) + "." + std::to_string(i)), i) << t << " lost write " << i;

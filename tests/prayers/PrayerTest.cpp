@@ -3,6 +3,7 @@
 // shared store: the enable rules, the global switch, the text write of the default sound,
 // the knock-knock rule and the sound files.
 #include "support/FacadeFixture.h"
+#include "platform/storage/PreferenceStore.h"
 #include "tarvo/platform/Bundle.h"
 
 using namespace tarvo;
@@ -37,7 +38,7 @@ TEST_F(PrayerAlerts, EnabledVibrateAndNamesFollowTheKeys) {
 
     // The global switch counts only when asked to.
     Prayer::setSoundAlertsDisabled(true);
-    EXPECT_EQ(*store()->objectForKey("SoundAlertsDisabled"), 1);  // the number the configuration saves
+    EXPECT_EQ(*PreferenceStore::of(*store()).objectForKey("SoundAlertsDisabled"), 1);  // the number the configuration saves
     EXPECT_FALSE(fajr.isSoundAlertEnabledCheckGlobalSetting(true));
     EXPECT_TRUE(fajr.isSoundAlertEnabledCheckGlobalSetting(false));
     Prayer::setSoundAlertsDisabled(false);
@@ -53,7 +54,7 @@ TEST_F(PrayerAlerts, EnabledVibrateAndNamesFollowTheKeys) {
     EXPECT_EQ(store()->integerForKey("FajrSoundAlert"), 4);
     fajr.turnSoundAlertON();
     EXPECT_TRUE(fajr.isSoundAlertEnabledCheckGlobalSetting(true));
-    EXPECT_EQ(*store()->objectForKey("FajrSoundAlert"), "4");  // an existing choice is not rewritten
+    EXPECT_EQ(*PreferenceStore::of(*store()).objectForKey("FajrSoundAlert"), "4");  // an existing choice is not rewritten
 
     // Names go through the host's strings; the user-picked file has no name.
     ASSERT_TRUE(Bundle::main().registerStringTable(R"({"Telmari Azan": "Azan Telmari", "No Alert": "Aucune"})"));
@@ -61,7 +62,7 @@ TEST_F(PrayerAlerts, EnabledVibrateAndNamesFollowTheKeys) {
     EXPECT_EQ(Prayer(Prayer::Asr).getNameForCurrentPrayerSelection(), "Aucune");
     Bundle::main().removeAllStringTables();
     fajr.setBuiltInAlertType(Prayer::kUserPickedSound);
-    EXPECT_EQ(*store()->objectForKey("FajrSoundAlert"), 100);
+    EXPECT_EQ(*PreferenceStore::of(*store()).objectForKey("FajrSoundAlert"), 100);
     EXPECT_EQ(fajr.getNameForCurrentPrayerSelection(), "");
 
     Prayer(Prayer::Isha).setCanPlayPrealert(true);
@@ -75,12 +76,12 @@ TEST_F(PrayerAlerts, SwitchingOnStoresTheTypesDefaultAsText) {
         const Prayer prayer(type);
         prayer.turnSoundAlertON();
         const std::string key = std::string(Prayer::alertKeyPrefix(type)) + "SoundAlert";
-        EXPECT_EQ(store()->objectForKey(key), UserDefaults::Value(sound)) << key;  // a string, not a number
+        EXPECT_EQ(PreferenceStore::of(*store()).objectForKey(key), PreferenceStore::Value(sound)) << key;  // a string, not a number
         EXPECT_FALSE(store()->boolForKey(std::string(Prayer::alertKeyPrefix(type)) + "SoundOff"));
     }
     // Types without keys of their own use the bare suffixes.
     Prayer(12).turnSoundAlertON();
-    EXPECT_EQ(*store()->objectForKey("SoundAlert"), "8");
+    EXPECT_EQ(*PreferenceStore::of(*store()).objectForKey("SoundAlert"), "8");
 }
 
 TEST_F(PrayerAlerts, SoundFilesAndTheKnockKnockRule) {
@@ -117,7 +118,7 @@ TEST_F(PrayerAlerts, SoundFilesAndTheKnockKnockRule) {
     EXPECT_FALSE(builtIn);
     EXPECT_EQ(asr.builtInAlertType(), 100);  // storing a path does not select it
     asr.setPathToCustomAlert(std::nullopt);
-    EXPECT_FALSE(store()->objectForKey("AsrSoundAlertUserPicked"));
+    EXPECT_FALSE(PreferenceStore::of(*store()).objectForKey("AsrSoundAlertUserPicked"));
 
     // A value outside the table: nothing.
     store()->setInteger("IshaSoundAlert", 11);

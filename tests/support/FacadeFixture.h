@@ -14,6 +14,7 @@
 #include "tarvo/platform/Clock.h"
 #include "tarvo/platform/TimeZone.h"
 #include "tarvo/platform/UserDefaults.h"
+#include "platform/storage/PreferenceStore.h"
 #include "tarvo/prayers/Prayer.h"
 
 namespace tarvo::test {
@@ -37,7 +38,7 @@ protected:
     /// Stores the settings (a JSON object) in the shared preferences and reloads.
     static void setPreferences(const nlohmann::json& values) {
         const auto shared = UserDefaults::sharedUserDefaultsObj();
-        for (auto it = values.begin(); it != values.end(); ++it) shared->setObject(it.key(), it.value());
+        for (auto it = values.begin(); it != values.end(); ++it) PreferenceStore::of(*shared).setObject(it.key(), it.value());
         TarvoDAO::getSharedInstance()->reloadConfiguration();
     }
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tarvo/platform/Log.h"
+#include "platform/host/Log.h"
 
 namespace tarvo::test {
 

@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include "tarvo/platform/SqliteDatabase.h"
-#include "tarvo/platform/SqliteStatement.h"
+#include "platform/storage/SqliteDatabase.h"
+#include "platform/storage/SqliteStatement.h"
 
 namespace tarvo::test {
 

@@ -1,35 +1,25 @@
 // The tarvo tool's cities commands and times --saved, run as a separate process in a fresh
 // data folder: saved cities, the shipped directory (search, countries, country, nearest), the
 // answers' shapes and statuses, and unusable, damaged or crafted database files.
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-
-#include "support/DataFolder.h"
-#include "support/RunProcess.h"
 #include "support/SqliteScript.h"
+#include "support/ToolHarness.h"
 #include "tarvo/cities/UserDatabase.h"
 
 namespace tarvo {
 namespace {
 
-using json = nlohmann::json;
+using test::json;
+using test::jsonOf;
 using test::runTarvo;
 
-class CitiesToolTest : public ::testing::Test {
+class CitiesToolTest : public test::ToolTest {
 protected:
-    static json jsonOf(const std::vector<std::string>& args) {
-        const auto run = runTarvo(args);
-        EXPECT_EQ(run.status, 0) << run.err;
-        return json::parse(run.out, nullptr, false);
-    }
     static json savedCities() { return jsonOf({"cities", "saved", "--json"}); }
     // The parts of a times --json answer that the place and settings decide.
     static json timesOf(std::vector<std::string> args) {
         args.insert(args.begin(), "times");
         args.insert(args.end(), {"--date", "2024-06-21", "--json"});
-        const auto run = runTarvo(args);
-        EXPECT_EQ(run.status, 0) << run.err;
-        const json all = json::parse(run.out);
+        const json all = jsonOf(args);
         return {all["hours"], all["text"], all["method"], all["asr"], all["highlat"], all["fixedTimings"]};
     }
 
@@ -42,9 +32,6 @@ protected:
         EXPECT_EQ(run.status, 0) << run.err;
         return run;
     }
-
-    test::ScopedDataFolder folder_;
-    test::ScopedEnvironment environment_;
 };
 
 TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
@@ -77,9 +64,7 @@ TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
     EXPECT_EQ(savedCities()[2]["stateName"], "\x1b[31mAlberta\u202e");
     const std::string shown = runTarvo({"cities", "saved"}).out;
     EXPECT_NE(shown.find("Calgary ([31mAlberta) "), std::string::npos) << shown;
-    const auto removed = runTarvo({"cities", "delete", calgary, "--json"});
-    ASSERT_EQ(removed.status, 0) << removed.err;
-    EXPECT_EQ(json::parse(removed.out)["cityName"], "Calgary");
+    EXPECT_EQ(jsonOf({"cities", "delete", calgary, "--json"})["cityName"], "Calgary");
     EXPECT_EQ(savedCities().size(), 2u);
 }
 

@@ -2,26 +2,28 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include "support/RunProcess.h"
-#include "tarvo/platform/SqliteDatabase.h"
+#include "support/ToolHarness.h"
+#include "platform/storage/SqliteDatabase.h"
 #include "tarvo/platform/UserDefaults.h"
+#include "platform/storage/PreferenceStore.h"
 
 namespace tarvo {
 namespace {
 
-using json = nlohmann::json;
+using test::json;
+using test::jsonOf;
 using test::runTarvo;
 
-class ConfigCommand : public ::testing::Test {
+class ConfigCommand : public test::ToolTest {
 protected:
     static test::ProcessResult config(std::vector<std::string> args) {
         args.insert(args.begin(), "config");
         return runTarvo(args);
     }
     // What is in the file, read by the library rather than by the tool.
-    json storedInFile() const { return UserDefaults(folder / "shared.sqlite").persistentDomain(); }
-
-    test::ScopedDataFolder folder;
+    json storedInFile() const {
+        return PreferenceStore::of(UserDefaults(folder_ / "shared.sqlite")).persistentDomain();
+    }
 };
 
 TEST_F(ConfigCommand, SetGetAndUnsetAroundTheHostDefaultsWhichAreNeverWritten) {
@@ -40,12 +42,12 @@ TEST_F(ConfigCommand, SetGetAndUnsetAroundTheHostDefaultsWhichAreNeverWritten) {
         EXPECT_EQ(config(bad).status, 2) << bad[1] << " " << bad[2];
     }
     EXPECT_EQ(storedInFile().size(), 5u);
-    EXPECT_GT(json::parse(config({"keys", "--json"}).out).size(), 30u);
+    EXPECT_GT(jsonOf({"config", "keys", "--json"}).size(), 30u);
     EXPECT_EQ(config({"get", "UseSunrise", "--json"}).out, "false\n");
     ASSERT_EQ(config({"unset", "UseSunrise"}).status, 0);
     EXPECT_EQ(config({"get", "UseSunrise", "--json"}).out, "true\n") << "the default shows again";
     EXPECT_EQ(config({"unset", "NeverSet"}).status, 0) << "removing nothing is no error";
-    EXPECT_EQ(config({"path"}).out, (folder / "shared.sqlite").string() + "\n");
+    EXPECT_EQ(config({"path"}).out, (folder_ / "shared.sqlite").string() + "\n");
 }
 
 TEST_F(ConfigCommand, BadInputIsAOneLineErrorAndChangesNothing) {
@@ -68,10 +70,10 @@ TEST_F(ConfigCommand, WritesThatCannotHappenFailAndChangeNothing) {
               0);
     // The preferences made read-only; the saved cities locked for writing by this process
     // (the tool waits out the busy time-out, then gives up).
-    const auto shared = folder / "shared.sqlite";
+    const auto shared = folder_ / "shared.sqlite";
     std::filesystem::permissions(shared, std::filesystem::perms::owner_read);
     SqliteDatabase lock;
-    ASSERT_TRUE(lock.open(folder / "user.sqlite"));
+    ASSERT_TRUE(lock.open(folder_ / "user.sqlite"));
     ASSERT_EQ(lock.exec("BEGIN IMMEDIATE"), SQLITE_OK);
     const std::string before = test::readBytes(shared);
     for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
@@ -87,11 +89,11 @@ TEST_F(ConfigCommand, WritesThatCannotHappenFailAndChangeNothing) {
     EXPECT_EQ(test::readBytes(shared), before);
     EXPECT_EQ(config({"get", "FajrAdj"}).out, "-3\n") << "still read";
     ASSERT_EQ(lock.exec("ROLLBACK"), SQLITE_OK);
-    EXPECT_EQ(json::parse(runTarvo({"cities", "saved", "--json"}).out).size(), 1u);
+    EXPECT_EQ(jsonOf({"cities", "saved", "--json"}).size(), 1u);
 }
 
 TEST_F(ConfigCommand, RefusedSuiteIsExplainedOnceBeforeTheValuesAndLeftAsItWas) {
-    const auto file = folder / "shared.sqlite";
+    const auto file = folder_ / "shared.sqlite";
     test::writeBytes(file, "my own notes, not preferences\n");
     // Both streams into one, as a person at a terminal sees them.
     const auto run = test::runProcess("/bin/sh", {"-c", std::string("\"") + TARVO_TOOL_PATH + "\" config get 2>&1"});
@@ -108,7 +110,7 @@ TEST_F(ConfigCommand, RefusedSuiteIsExplainedOnceBeforeTheValuesAndLeftAsItWas) 
     EXPECT_NE(set.err.find("cannot be written"), std::string::npos) << set.err;
     EXPECT_EQ(test::readBytes(file), "my own notes, not preferences\n");
     std::vector<std::string> listing;
-    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.path())) {
         listing.push_back(entry.path().filename());
     }
     EXPECT_EQ(listing, std::vector<std::string>{"shared.sqlite"});

@@ -2,28 +2,21 @@
 // status when nothing names the place, the places it leaves for cities cache and last-used,
 // and libcurl loaded only for a request. The order of the look-ups is the library's
 // (tests/facade/LocationTest.cpp).
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-
-#include "support/DataFolder.h"
 #include "support/GeocodingServer.h"
-#include "support/RunProcess.h"
+#include "support/ToolHarness.h"
 
-using nlohmann::json;
+using tarvo::test::json;
+using tarvo::test::jsonOf;
 using tarvo::test::runTarvo;
+using tarvo::test::with;
 
 namespace {
 
-class Locate : public ::testing::Test {
+class Locate : public tarvo::test::ToolTest {
 protected:
-    json locate(const std::vector<std::string>& extra, const std::vector<std::string>& env, int status = 0) {
-        std::vector<std::string> args = {"locate", "--json", "--timeout", "20"};
-        args.insert(args.end(), extra.begin(), extra.end());
-        const auto run = runTarvo(args, env);
-        EXPECT_EQ(run.status, status) << run.err;
-        return run.out.empty() ? json() : json::parse(run.out);
+    static json locate(const tarvo::test::Args& extra, const tarvo::test::Args& env, int status = 0) {
+        return jsonOf(with({"locate", "--json", "--timeout", "20"}, extra), env, status);
     }
-    tarvo::test::ScopedDataFolder folder_;
 };
 
 constexpr const char* kAnswer = R"({"place_id":7,"display_name":"Testhausen, Testland",
@@ -39,8 +32,8 @@ TEST_F(Locate, SourcesStatusTheCacheCommandsAndLazyLibcurl) {
     EXPECT_EQ(london["cityName"], "London");
     EXPECT_EQ(london["source"], "directory");
     // The fix is cached and is the last used city.
-    EXPECT_EQ(json::parse(runTarvo({"cities", "cache", "--json"}).out)[0]["cityName"], "London");
-    EXPECT_EQ(json::parse(runTarvo({"cities", "last-used", "--json"}).out)["countryName"], "United Kingdom");
+    EXPECT_EQ(jsonOf({"cities", "cache", "--json"})[0]["cityName"], "London");
+    EXPECT_EQ(jsonOf({"cities", "last-used", "--json"})["countryName"], "United Kingdom");
 
     tarvo::test::GeocodingServer server;
     server.answer(kAnswer);

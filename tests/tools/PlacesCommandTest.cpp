@@ -3,27 +3,21 @@
 // which city was chosen, an unknown one fails with the closest names; no place is the
 // selected saved city; cities add and select by name; the Hijri calendar choice; and errors
 // and text in people's words.
-#include <gtest/gtest.h>
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
-#include "support/DataFolder.h"
-#include "support/RunProcess.h"
+#include "support/ToolHarness.h"
 
 namespace tarvo {
 namespace {
 
-using json = nlohmann::json;
+using test::Args;
+using test::json;
+using test::jsonOf;
 using test::runTarvo;
-using Args = std::vector<std::string>;
+using test::with;
 
-class PlacesToolTest : public ::testing::Test {
+class PlacesToolTest : public test::ToolTest {
 protected:
-    static json jsonOf(const Args& args, const Args& env = {}) {
-        const auto run = runTarvo(args, env);
-        EXPECT_EQ(run.status, 0) << run.err;
-        return json::parse(run.out, nullptr, false);
-    }
     // The directory's first answer for a name, as `cities search` gives it.
     static json directoryCity(const std::string& name) { return jsonOf({"cities", "search", name, "--json"})[0]; }
     static Args at(const json& city) {
@@ -31,27 +25,20 @@ protected:
                 fmt::format("{:.17g}", city["longitude"].get<double>()), "--tz", city["TimeZone"].get<std::string>(),
                 "--country", city["countryName"].get<std::string>()};
     }
-    static Args plus(Args a, const Args& b) {
-        a.insert(a.end(), b.begin(), b.end());
-        return a;
-    }
-
-    test::ScopedDataFolder folder_;
-    test::ScopedEnvironment environment_;
 };
 
 TEST_F(PlacesToolTest, ANamedPlaceIsTheDirectoryCitysPositionZoneAndCountry) {
     const Args day = {"--date", "2025-03-01", "--json"};
     const json istanbul = directoryCity("Istanbul");
     ASSERT_EQ(istanbul["TimeZone"], "Europe/Istanbul");
-    const auto named = runTarvo(plus({"times", "Istanbul"}, day));
+    const auto named = runTarvo(with({"times", "Istanbul"}, day));
     ASSERT_EQ(named.status, 0) << named.err;
     EXPECT_EQ(named.err, "") << "one Istanbul: nothing to choose";
-    EXPECT_EQ(json::parse(named.out), jsonOf(plus(plus({"times"}, at(istanbul)), day)));
-    EXPECT_EQ(jsonOf(plus({"times", "--place", "istanbul", "--method", "3"}, day)),
-              jsonOf(plus(plus({"times", "--method", "3"}, at(istanbul)), day)));
+    EXPECT_EQ(json::parse(named.out), jsonOf(with(with({"times"}, at(istanbul)), day)));
+    EXPECT_EQ(jsonOf(with({"times", "--place", "istanbul", "--method", "3"}, day)),
+              jsonOf(with(with({"times", "--method", "3"}, at(istanbul)), day)));
     // --lat given with the place wins over the directory's.
-    EXPECT_NE(jsonOf(plus({"times", "Istanbul", "--lat", "50"}, day))["hours"], json::parse(named.out)["hours"]);
+    EXPECT_NE(jsonOf(with({"times", "Istanbul", "--lat", "50"}, day))["hours"], json::parse(named.out)["hours"]);
     // Kuala Lumpur by name takes its official timetable where it covers the date.
     EXPECT_EQ(jsonOf({"times", "Kuala Lumpur", "--date", "2020-01-01", "--json"})["fixedTimings"], true);
     const json jakarta = directoryCity("Jakarta");
@@ -60,8 +47,8 @@ TEST_F(PlacesToolTest, ANamedPlaceIsTheDirectoryCitysPositionZoneAndCountry) {
                       fmt::format("{:.17g}", jakarta["longitude"].get<double>()), "--json"}));
     // Machine output is the same in a Turkish or Saudi locale, and "Izmir" keeps its I.
     for (const char* locale : {"LC_ALL=tr_TR.UTF-8", "LC_ALL=ar_SA.UTF-8"}) {
-        EXPECT_EQ(jsonOf(plus({"times", "ISTANBUL"}, day), {locale}), json::parse(named.out)) << locale;
-        EXPECT_EQ(jsonOf(plus({"times", "Izmir"}, day), {locale}), jsonOf(plus({"times", "izmir"}, day))) << locale;
+        EXPECT_EQ(jsonOf(with({"times", "ISTANBUL"}, day), {locale}), json::parse(named.out)) << locale;
+        EXPECT_EQ(jsonOf(with({"times", "Izmir"}, day), {locale}), jsonOf(with({"times", "izmir"}, day))) << locale;
     }
 }
 

@@ -1,13 +1,10 @@
 // The tool in a polar night: a missing time is null in JSON, an empty CSV field and "—" in
 // text, never 00:00; --polar fills it, and a wrong name is a usage error.
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
+#include "support/ToolHarness.h"
 
-#include "support/RunProcess.h"
-
-using nlohmann::json;
+using tarvo::test::Args;
+using tarvo::test::json;
 using tarvo::test::runTarvo;
-using Args = std::vector<std::string>;
 
 TEST(PolarCommands, MissingTimesAreNullEmptyOrDashAndPolarFillsThem) {
     const Args tromso = {"--lat", "69.6492", "--lon", "18.9553", "--tz", "Europe/Oslo", "--method", "1"};

@@ -2,35 +2,26 @@
 // the user's settings, one custom-method rule in every command. The wording and the rules are
 // the library's (tests/facade, tests/prayers); here what the flags, the settings and the
 // process's locale change. Each locale is its own run of the tool.
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
+#include "support/ToolHarness.h"
 
-#include "support/DataFolder.h"
-#include "support/RunProcess.h"
-
-using nlohmann::json;
+using tarvo::test::Args;
+using tarvo::test::json;
+using tarvo::test::jsonOf;
 using tarvo::test::runTarvo;
-using Args = std::vector<std::string>;
+using tarvo::test::with;
 
 namespace {
 
 const std::string kArabicDigits = "LANG=ar_SA.UTF-8@numbers=arab";
 
-Args makkah(const char* command, const Args& tail) {
-    Args args = {command, "--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "4"};
-    args.insert(args.end(), tail.begin(), tail.end());
-    return args;
-}
+Args makkah(const char* command, const Args& tail) { return with(with({command}, tarvo::test::kMakkah), tail); }
 
 std::string line(const std::string& text, const std::string& start) {
     const auto at = text.find(start);
     return at == std::string::npos ? std::string() : text.substr(at, text.find('\n', at) - at);
 }
 
-class TextCommands : public ::testing::Test {
-protected:
-    tarvo::test::ScopedDataFolder folder_;
-};
+using TextCommands = tarvo::test::ToolTest;
 
 }  // namespace
 
@@ -41,9 +32,7 @@ TEST_F(TextCommands, AlertsListSetAndTheGlobalSwitch) {
     ASSERT_EQ(runTarvo({"alerts", "set", "Sunrise", "--on", "--sound", "1", "--prealert", "on"}).status, 0);
     ASSERT_EQ(runTarvo({"alerts", "set", "6", "--on"}).status, 0);
     ASSERT_EQ(runTarvo({"alerts", "set", "fajr", "--vibrate", "--file", picked}).status, 0);  // any case
-    auto run = runTarvo({"alerts", "--json"}, {"TARVO_RESOURCES=" + sounds.path().string()});
-    ASSERT_EQ(run.status, 0) << run.err;
-    const json a = json::parse(run.out)["alerts"];
+    const json a = jsonOf({"alerts", "--json"}, {"TARVO_RESOURCES=" + sounds.path().string()})["alerts"];
     ASSERT_EQ(a.size(), 10u);
     EXPECT_EQ(a[1]["preAlert"], true);
     EXPECT_EQ(a[9]["missingFile"], (sounds / "1.mp3").string());  // tomorrow's sunrise shares the sound
@@ -51,11 +40,11 @@ TEST_F(TextCommands, AlertsListSetAndTheGlobalSwitch) {
     EXPECT_EQ(a[0]["vibrateOnly"], true);
     EXPECT_EQ(a[0]["file"], picked);
 
-    run = runTarvo({"alerts", "all-off"});
+    const auto run = runTarvo({"alerts", "all-off"});
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_NE(line(run.out, "6 Isha").find("sound on, all sounds off"), std::string::npos) << run.out;
     ASSERT_EQ(runTarvo({"alerts", "all-on"}).status, 0);
-    EXPECT_EQ(json::parse(runTarvo({"alerts", "--json"}).out)["alerts"][6]["soundOn"], true);
+    EXPECT_EQ(jsonOf({"alerts", "--json"})["alerts"][6]["soundOn"], true);
 }
 
 TEST_F(TextCommands, DurationsAndHijriDatesWithTheCorrectionAndTheLocale) {
@@ -63,10 +52,10 @@ TEST_F(TextCommands, DurationsAndHijriDatesWithTheCorrectionAndTheLocale) {
     EXPECT_EQ(runTarvo({"duration", "3909", "--timer"}).out, "01:05:09\n");
     EXPECT_EQ(runTarvo({"duration", "3660", "--short"}).out, "1h 1m\n");
 
-    EXPECT_EQ(json::parse(runTarvo({"hijri", "1", "9", "1445", "--json"}).out),
+    EXPECT_EQ(jsonOf({"hijri", "1", "9", "1445", "--json"}),
               json({{"text", "11 Mar 2024"}, {"date", "2024-03-11"}, {"parts", {11, 3, 2024, 2}}}));
     ASSERT_EQ(runTarvo({"config", "set", "HijriCorrection", "2", "--type", "int"}).status, 0);
-    EXPECT_EQ(json::parse(runTarvo({"hijri", "--date", "2024-03-09", "--json"}).out),
+    EXPECT_EQ(jsonOf({"hijri", "--date", "2024-03-09", "--json"}),
               json({{"text", "1 Ramadan 1445"}, {"date", "2024-03-09"}, {"parts", {1, 9, 1445, 7}}}));
     // The process's locale reaches the formatter: Arabic digits and month names.
     ASSERT_EQ(runTarvo({"config", "set", "HijriCorrection", "0", "--type", "int"}).status, 0);
@@ -88,7 +77,7 @@ TEST_F(TextCommands, MonthTimetableAsTableCsvAndJson) {
     EXPECT_EQ(line(run.out, "date,"), "date,weekday,hijri,fajr,sunrise,dhuhr,asr,maghrib,isha,qiyam");
     EXPECT_EQ(line(run.out, "2016-01-05"), csvLine);
 
-    const json j = json::parse(runTarvo(makkah("month", {"--month", "2016-02", "--json"})).out);
+    const json j = jsonOf(makkah("month", {"--month", "2016-02", "--json"}));
     EXPECT_EQ(j["islamicMonthNumber"], 4);  // 1 February 2016 is 21 Rabi' II 1437
     ASSERT_EQ(j["days"].size(), 29u);       // a leap February
     EXPECT_EQ(j["days"][0]["hijri"]["parts"], json({21, 4, 1437, 2}));
@@ -108,11 +97,11 @@ TEST_F(TextCommands, DayAndNowUseThePlacesClockTheUsersSettingsAndTheClockFlag) 
     EXPECT_EQ(line(run.out, "In:"), "In:       30 seconds (00:00:30)") << run.out;
     EXPECT_EQ(line(run.out, "Next:"), "Next:     Asr 15:31") << run.out;
     // Today's list always has something to count down to: tomorrow's Fajr and Sunrise are in it.
-    EXPECT_GT(json::parse(runTarvo(makkah("day", {"--json"})).out)["next"]["seconds"].get<double>(), 0);
+    EXPECT_GT(jsonOf(makkah("day", {"--json"}))["next"]["seconds"].get<double>(), 0);
 
     ASSERT_EQ(runTarvo({"config", "set", "UsePrayerAdjustments", "1", "--type", "int"}).status, 0);
     ASSERT_EQ(runTarvo({"config", "set", "FajrAdj", "-45", "--type", "int"}).status, 0);
-    const json day = json::parse(runTarvo(makkah("day", {"--date", "2016-01-05", "--days", "2", "--json"})).out);
+    const json day = jsonOf(makkah("day", {"--date", "2016-01-05", "--days", "2", "--json"}));
     ASSERT_EQ(day["days"].size(), 2u);
     EXPECT_EQ(day["days"][1]["date"], "2016-01-06");
     const json& p = day["days"][0]["prayers"];
@@ -124,7 +113,7 @@ TEST_F(TextCommands, DayAndNowUseThePlacesClockTheUsersSettingsAndTheClockFlag) 
     EXPECT_NE(run.out.find("  Fajr           4:53 am  -45 min\n"), std::string::npos) << run.out;
     EXPECT_EQ(line(run.out, "Next:"), "") << run.out;  // the day is long past
     // A fixed offset of five hours: Umm al-Qura's 05:38 (+03:00) Fajr, less 45 minutes, on that clock.
-    EXPECT_EQ(json::parse(runTarvo(makkah("day", {"--gmt", "5", "--date", "2016-01-05", "--json"})).out)["days"][0]
+    EXPECT_EQ(jsonOf(makkah("day", {"--gmt", "5", "--date", "2016-01-05", "--json"}))["days"][0]
                   ["prayers"][0]["time"], "2016-01-05T06:53:00+05:00");
 }
 
@@ -134,8 +123,8 @@ TEST_F(TextCommands, OneCustomMethodRuleInEveryCommand) {
         return Args{command, "--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "6", "--date",
                     "2016-01-05", "--json"};
     };
-    const json prayers = json::parse(runTarvo(custom("day")).out)["days"][0]["prayers"];
-    const json text = json::parse(runTarvo(custom("times")).out)["text"];
+    const json prayers = jsonOf(custom("day"))["days"][0]["prayers"];
+    const json text = jsonOf(custom("times"))["text"];
     EXPECT_EQ(prayers[0]["clock"], text[0]);
     EXPECT_EQ(prayers[6]["clock"], text[6]);
 }

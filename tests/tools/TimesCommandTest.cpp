@@ -1,28 +1,23 @@
 // The tarvo tool's one-shot commands: times (the fields, the text, an unknown zone, methods by
 // name), qibla, methods, and moon, sky and dish (the place's clock, the wall clock of --at and
 // the empty answers). The figures themselves are the library's (tests/astronomy, tests/calculation).
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
+#include "support/ToolHarness.h"
 
-#include "support/RunProcess.h"
-
-using nlohmann::json;
+using tarvo::test::Args;
+using tarvo::test::json;
 using tarvo::test::runTarvo;
-using Args = std::vector<std::string>;
 
 namespace {
-json jsonOf(Args args, const Args& env = {"TZ=UTC"}) {
-    args.push_back("--json");
-    const auto r = runTarvo(args, env);
-    EXPECT_EQ(r.status, 0) << r.err;
-    return json::parse(r.out);
+// The JSON answer of a command, on the UTC clock unless `env` says otherwise.
+json answer(const Args& args, const Args& env = {"TZ=UTC"}) {
+    return tarvo::test::jsonOf(tarvo::test::with(args, {"--json"}), env);
 }
 }  // namespace
 
 TEST(TarvoTimes, JsonTextAndPolarDays) {
     const Args makkah = {"times", "--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh",
                                              "--date", "2016-01-05", "--method", "4"};
-    const json j = jsonOf(makkah);
+    const json j = answer(makkah);
     EXPECT_EQ(j["text"], json({"05:38", "07:00", "12:26", "15:31", "17:52", "17:52", "19:22", "01:43", "05:39", "07:00"}));
     EXPECT_EQ(j["fixedTimings"], false);
     auto args = makkah;
@@ -34,10 +29,10 @@ TEST(TarvoTimes, JsonTextAndPolarDays) {
     }
     // No sunrise at midsummer in Longyearbyen: null in hours, N/A in the text.
     const json polar =
-        jsonOf({"times", "--lat", "78.22", "--lon", "15.65", "--tz", "Arctic/Longyearbyen", "--date", "2024-06-21"});
+        answer({"times", "--lat", "78.22", "--lon", "15.65", "--tz", "Arctic/Longyearbyen", "--date", "2024-06-21"});
     EXPECT_TRUE(polar["hours"][1].is_null());
     EXPECT_EQ(polar["text"][1], "N/A");
-    EXPECT_EQ(jsonOf({"qibla", "--lat", "51.5", "--lon", "-0.1167"})["bearing"], 118);
+    EXPECT_EQ(answer({"qibla", "--lat", "51.5", "--lon", "-0.1167"})["bearing"], 118);
 }
 
 TEST(TarvoTimes, UnknownZoneWarnsAndUsesGMT) {
@@ -53,9 +48,7 @@ TEST(TarvoTimes, UnknownZoneWarnsAndUsesGMT) {
 }
 
 TEST(TarvoMethods, ListsThemAndTimesAcceptsNames) {
-    const auto listed = runTarvo({"methods", "--json"});
-    ASSERT_EQ(listed.status, 0) << listed.err;
-    const auto methods = json::parse(listed.out);
+    const json methods = tarvo::test::jsonOf({"methods", "--json"});
     EXPECT_EQ(methods[7]["key"], "diyanet");
     EXPECT_EQ(methods[7]["minuteOffsets"]["sunrise"], -7);
     EXPECT_EQ(methods[11]["maghrib"]["selector"], "angle");
@@ -86,7 +79,7 @@ TEST(TarvoMethods, ListsThemAndTimesAcceptsNames) {
     const auto hours = [&](std::vector<std::string> extra) {
         auto args = place;
         args.insert(args.end(), extra.begin(), extra.end());
-        return json::parse(runTarvo(args).out)["hours"];
+        return tarvo::test::jsonOf(args)["hours"];
     };
     EXPECT_EQ(hours({"--method", "3", "--fajr-angle", "19.5"}),
               hours({"--method", "6", "--fajr-angle", "19.5", "--isha-angle", "18"}));
@@ -100,20 +93,20 @@ TEST(TarvoAstronomy, MoonSkyAndDishOutput) {
     Args full = florida, noRise = florida;
     full.push_back("2019-01-21");
     noRise.push_back("2019-01-26");
-    const json j = jsonOf(full);
+    const json j = answer(full);
     EXPECT_EQ(j["set"], "2019-01-21T07:39-05:00");
     EXPECT_EQ(j["rise"], "2019-01-21T18:40-05:00");
-    EXPECT_TRUE(jsonOf(noRise)["rise"].is_null());
+    EXPECT_TRUE(answer(noRise)["rise"].is_null());
     EXPECT_NE(runTarvo(noRise).out.find("No moonrise on this day."), std::string::npos);
 
     // --at is the device's wall clock: 17:54 in Paris (CEST) is 15:54 UTC, the June solstice
     // moment the sun stands overhead at 23.44 N, 58.07 W.
-    const json sky = jsonOf({"sky", "--lat", "23.4361", "--lon", "-58.07", "--at", "2019-06-21T17:54"}, {"TZ=Europe/Paris"});
+    const json sky = answer({"sky", "--lat", "23.4361", "--lon", "-58.07", "--at", "2019-06-21T17:54"}, {"TZ=Europe/Paris"});
     EXPECT_EQ(sky["at"], "2019-06-21T15:54+00:00");
     EXPECT_GT(sky["sun"]["altitude"].get<double>(), 89.9);
 
     // Soon after midsummer sunrise in Munich the orbit is below the horizon in the sun's direction.
-    EXPECT_TRUE(jsonOf({"dish", "--lat", "48.14", "--lon", "11.58", "--along", "sun", "--at", "2019-06-21T03:30"})
+    EXPECT_TRUE(answer({"dish", "--lat", "48.14", "--lon", "11.58", "--along", "sun", "--at", "2019-06-21T03:30"})
                     ["satelliteLongitude"].is_null());
-    EXPECT_EQ(jsonOf({"dish", "--lat", "48.14", "--lon", "11.58", "--sat-lon", "19.2"})["visible"], true);
+    EXPECT_EQ(answer({"dish", "--lat", "48.14", "--lon", "11.58", "--sat-lon", "19.2"})["visible"], true);
 }

@@ -3,28 +3,17 @@
 // leave no data folder.
 #include <filesystem>
 
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
+#include "support/ToolHarness.h"
 
-#include "support/DataFolder.h"
-#include "support/RunProcess.h"
-
-using nlohmann::json;
+using tarvo::test::json;
+using tarvo::test::jsonOf;
+using tarvo::test::kMakkah;
 using tarvo::test::runTarvo;
+using tarvo::test::with;
 
 namespace {
 
-std::vector<std::string> with(std::vector<std::string> head, const std::vector<std::string>& tail) {
-    head.insert(head.end(), tail.begin(), tail.end());
-    return head;
-}
-
-const std::vector<std::string> kMakkah = {"--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "4"};
-
-class ToolContract : public ::testing::Test {
-protected:
-    tarvo::test::ScopedDataFolder folder_;
-};
+using ToolContract = tarvo::test::ToolTest;
 
 }  // namespace
 
@@ -61,7 +50,7 @@ TEST_F(ToolContract, BadInputIsOneLineStatusTwoAndChangesNothing) {
         EXPECT_TRUE(tarvo::test::failedWith(2, runTarvo(args))) << (args.empty() ? "" : args.back());
     }
     // None of the rejected alert changes reached the store.
-    const json j = json::parse(runTarvo({"alerts", "--json"}).out);
+    const json j = jsonOf({"alerts", "--json"});
     EXPECT_EQ(j["alerts"][3]["sound"], 0);
     EXPECT_EQ(j["alerts"][3]["soundOn"], false);
 

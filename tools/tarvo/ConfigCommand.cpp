@@ -105,8 +105,15 @@ struct Value {
     json value;
 };
 
+// A value of the store: data as bytes, every other kind read from its JSON text.
+std::optional<json> storedValue(const UserDefaults& defaults, const std::string& key) {
+    if (auto data = defaults.dataForKey(key)) return json::binary(std::move(*data));
+    if (auto text = defaults.jsonForKey(key)) return json::parse(*text);
+    return std::nullopt;
+}
+
 Value valueOf(const ConfigOptions& o) {
-    const auto value = store()->objectForKey(o.key);
+    const auto value = storedValue(*store(), o.key);
     if (!value) throw std::runtime_error("no value for '" + o.key + "'");
     return {*value};
 }
@@ -123,7 +130,12 @@ struct AllValues {
 
 AllValues allValues() {
     const auto defaults = store();
-    return {defaults->dictionaryRepresentation(), defaults->persistentDomain()};
+    AllValues values{json::parse(defaults->dictionaryRepresentationJson()),
+                     json::parse(defaults->persistentDomainJson())};
+    for (auto it = values.all.begin(); it != values.all.end(); ++it) {
+        if (auto data = defaults->dataForKey(it.key())) *it = json::binary(std::move(*data));
+    }
+    return values;
 }
 
 std::string jsonText(const AllValues& v) { return dumpJson(v.all); }
@@ -183,7 +195,7 @@ void set(const ConfigOptions& o) {
     if (o.key.empty()) throw UsageError("the key must not be empty");
     const json value = parseValue(o);
     PreferenceChanges changes;
-    if (!changes.defaults().setObject(o.key, value)) throw writeFailed(changes.defaults(), o.key);
+    if (!changes.defaults().setJson(o.key, dumpJson(value))) throw writeFailed(changes.defaults(), o.key);
     changes.save();
 }
 

@@ -26,7 +26,7 @@ void registerHostDefaults() {
     // the commands that use preferences call this, so that commands such as qibla never
     // create the data folder.
     static std::once_flag once;
-    std::call_once(once, [] { UserDefaults::sharedUserDefaultsObj()->registerDefaults(hostDefaults()); });
+    std::call_once(once, [] { UserDefaults::sharedUserDefaultsObj()->registerDefaultsJson(hostDefaults().dump()); });
 }
 
 std::string registerHostResources() {

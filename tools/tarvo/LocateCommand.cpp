@@ -21,8 +21,7 @@
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
 #include "tarvo/facade/TarvoDAO.h"
-#include "tarvo/platform/DispatchQueue.h"
-#include "tarvo/platform/NotificationCenter.h"
+#include "tarvo/platform/HostServices.h"
 
 namespace tarvo::cli {
 
@@ -86,8 +85,7 @@ Located locate(const LocateOptions& o) {
     std::atomic<bool> announced{false};
     std::atomic<bool> requestStarted{false};
     std::atomic<bool> requestEnded{false};
-    auto& center = NotificationCenter::defaultCenter();
-    const auto token = center.addObserver(std::string(TarvoDAO::kGPSCityUpdatedNotification),
+    const auto token = HostServices::addObserver(std::string(TarvoDAO::kGPSCityUpdatedNotification),
                                           [&](const std::string&, const std::any&) { announced = true; });
     TarvoDAO::setNetworkActivityIndicatorHandler([&](bool visible) {
         if (visible) requestStarted = true;
@@ -106,13 +104,13 @@ Located locate(const LocateOptions& o) {
         bool done = false;
         while (!done && std::chrono::steady_clock::now() < deadline) {
             if (spinner) std::cerr << "\r" << frames[frame++ % 4] << " asking the geocoder..." << std::flush;
-            done = DispatchQueue::main().runUntil([&] { return requestEnded.load(); }, std::chrono::milliseconds(100));
+            done = HostServices::runMainQueueUntil([&] { return requestEnded.load(); }, std::chrono::milliseconds(100));
         }
-        DispatchQueue::main().drain();  // every publish step queued before the end
+        HostServices::drainMainQueue();  // every publish step queued before the end
         if (spinner) std::cerr << "\r                        \r" << std::flush;
         if (!done) warn(fmt::format("no answer within {} s", o.timeout));
     }
-    center.removeObserver(token);
+    HostServices::removeObserver(token);
     TarvoDAO::setNetworkActivityIndicatorHandler(nullptr);
     if (auto why = directory->damage()) throw UsageError("cannot use the city directory: " + *why);
 

@@ -17,7 +17,7 @@
 #include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/facade/TarvoDAODelegate.h"
 #include "tarvo/platform/Clock.h"
-#include "tarvo/platform/DispatchQueue.h"
+#include "tarvo/platform/HostServices.h"
 #include "tarvo/prayers/Prayer.h"
 #include "tarvo/summary/SmartPrayerInfo.h"
 
@@ -139,7 +139,7 @@ NowReport reportFrom(const CLI::App& cmd, const NowOptions& o) {
     facade->setActiveCity(place.city);
     facade->getPrayerTimesForCurrentDateWithDayOffset(0, place.city);
     facade->determineCurrentAndNextPrayerTimeForCity(place.city, true);
-    DispatchQueue::main().drain();
+    HostServices::drainMainQueue();
 
     NowReport r;
     if (const auto info = facade->getLatestSmartInfoForCountdownToNextPrayer(o.countdown)) {

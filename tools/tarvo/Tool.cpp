@@ -19,7 +19,7 @@
 #include "Commands.h"
 #include "UsageError.h"
 #include "tarvo/Version.h"
-#include "tarvo/platform/Log.h"
+#include "tarvo/platform/HostServices.h"
 
 namespace {
 
@@ -203,7 +203,7 @@ public:
 
 int tarvo::cli::run(int argc, const char* const* argv) {
     // A person reads the log line that says why before the output it explains.
-    tarvo::Log::setSynchronous(true);
+    tarvo::HostServices::setSynchronousLogging(true);
     CLI::App app{"tarvo: Muslim prayer times, qibla, cities, the moon and the sky from the TarvoCore library"};
     app.formatter(std::make_shared<PlainFormatter>());
     app.set_version_flag("--version", std::string(reinterpret_cast<const char*>(TarvoCoreVersionString)));
@@ -265,6 +265,6 @@ int tarvo::cli::run(int argc, const char* const* argv) {
         std::cerr << "tarvo: cannot write the output: " << std::strerror(why) << "\n";
         if (status == 0) status = 1;
     }
-    tarvo::Log::flush();
+    tarvo::HostServices::flushLog();
     return status;
 }

@@ -10,10 +10,10 @@
 
 #include "tarvo/platform/Result.h"
 #include "tarvo/Export.h"
-#include "tarvo/platform/SqliteDatabase.h"
 
 namespace tarvo {
 
+class SqliteDatabase;
 class TarvoCity;
 
 /// The user database of a host: saved cities, the reverse-geocode cache and the last used
@@ -45,12 +45,13 @@ public:
     /// open(defaultPath()).
     static Result<std::shared_ptr<UserDatabase>> openDefault();
 
+    ~UserDatabase();
     UserDatabase(const UserDatabase&) = delete;
     UserDatabase& operator=(const UserDatabase&) = delete;
 
     /// The connection, for TarvoCity's operations.
-    SqliteDatabase& database() { return database_; }
-    const std::filesystem::path& path() const { return database_.path(); }
+    SqliteDatabase& database() { return *database_; }
+    const std::filesystem::path& path() const;
     /// The layout recorded in the file.
     int64_t schemaVersion() const;
 
@@ -75,7 +76,7 @@ public:
     std::vector<std::shared_ptr<TarvoCity>> cachedCities();
 
 private:
-    UserDatabase() = default;
+    UserDatabase();
     Result<void> upgrade();
     /// The layout of a file that never recorded one, recognised from its tables and columns.
     int64_t recognisedVersion() const;
@@ -94,7 +95,7 @@ private:
     Result<void> markSelected(int64_t primaryKey);
     Result<void> storeChoices(int64_t primaryKey, const TarvoCity& city);
 
-    SqliteDatabase database_;
+    std::unique_ptr<SqliteDatabase> database_;
 };
 
 }  // namespace tarvo

@@ -8,16 +8,17 @@
 #include <string_view>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
 #include "tarvo/Export.h"
 
 namespace tarvo {
 
+class PreferenceStore;
+
 /// A preferences store: typed values by string key, one SQLite file per suite in the data
 /// folder, safe for several threads and processes at once (WAL, busy time-out; no write is
 /// lost). Values are JSON values: bool, integer, double, string, binary (data), array and
-/// object (dictionary).
+/// object (dictionary); the typed calls read and write the simple kinds, the JSON calls any
+/// kind as JSON text (data appears there as {"bytes": [...], "subtype": null}).
 ///
 /// Reading follows the platform's rules: an integer or bool is read from a number, a bool or
 /// numeric text ("4" reads as 4; "YES", "true", "1" read as true); an absent key reads as
@@ -25,8 +26,6 @@ namespace tarvo {
 /// never written to the file, and yield to any stored value.
 class TARVO_EXPORT UserDefaults {
 public:
-    using Value = nlohmann::json;
-
     /// The data folder: $TARVO_HOME, else $XDG_DATA_HOME/tarvo, else ~/.local/share/tarvo
     /// (created when missing).
     static std::filesystem::path dataDirectory();
@@ -57,13 +56,6 @@ public:
     uint64_t failedWrites() const;
     const std::filesystem::path& path() const;
 
-    /// The stored value, else the registered one, else nothing.
-    std::optional<Value> objectForKey(std::string_view key) const;
-    /// Stores the value; a null value removes the key (as storing nothing does). Each write
-    /// answers whether it reached the suite's file: false when it failed (the reason is
-    /// logged, the previous value stays), when the file is read-only, or when the store works
-    /// in memory only.
-    bool setObject(std::string_view key, const Value& value);
     bool removeObjectForKey(std::string_view key);
 
     bool setBool(std::string_view key, bool value);
@@ -78,26 +70,30 @@ public:
     /// Text, or the text form of a number; nothing for other kinds.
     std::optional<std::string> stringForKey(std::string_view key) const;
     std::optional<std::vector<uint8_t>> dataForKey(std::string_view key) const;
-    std::optional<Value> arrayForKey(std::string_view key) const;
-    std::optional<Value> dictionaryForKey(std::string_view key) const;
 
-    /// Values for absent keys; kept in memory only. Adds to (and replaces in) what was
-    /// registered before; a null value withdraws that key's default.
-    void registerDefaults(const Value& dictionary);
-    /// Registered defaults overlaid by every stored value, as one JSON object.
-    Value dictionaryRepresentation() const;
-    /// The stored values only, without the registered defaults, as one JSON object.
-    Value persistentDomain() const;
+    /// The stored value, else the registered one, as JSON text; nothing for an absent key.
+    std::optional<std::string> jsonForKey(std::string_view key) const;
+    /// Stores the value that the JSON text gives; JSON null removes the key (as storing
+    /// nothing does). False, with nothing changed, when the text is not JSON; otherwise as
+    /// the typed setters answer.
+    bool setJson(std::string_view key, std::string_view jsonText);
+    /// Values for absent keys, given as the text of one JSON object; kept in memory only.
+    /// Adds to (and replaces in) what was registered before; a null value withdraws that
+    /// key's default. False, with nothing registered, when the text is not a JSON object.
+    bool registerDefaultsJson(std::string_view jsonObjectText);
+    /// Registered defaults overlaid by every stored value, as the text of one JSON object.
+    std::string dictionaryRepresentationJson() const;
+    /// The stored values only, without the registered defaults, as the text of one JSON object.
+    std::string persistentDomainJson() const;
     /// Makes every write so far durable; false when the store could not be written (it
     /// works in memory only) or a write since the last call failed. Each write is committed
     /// at once and seen by other processes; this also carries it into the database file and
     /// onto the disk.
     bool synchronize();
 
-    struct Impl;
-
 private:
-    std::unique_ptr<Impl> impl_;
+    friend class PreferenceStore;
+    std::unique_ptr<PreferenceStore> store_;
 };
 
 }  // namespace tarvo
