@@ -10,6 +10,7 @@
 #include <limits>
 #include <sstream>
 
+#include "tarvo/platform/EditDistance.h"
 #include "platform/host/LogMacros.h"
 #include "platform/text/Text.h"
 #include "tarvo/astronomy/QiblaCalculator.h"
@@ -69,21 +70,7 @@ std::vector<PrayerZone> readZones() {
     return zones;
 }
 
-// Single-character insertions, deletions and substitutions turning one text into the other.
-size_t editDistance(std::string_view a, std::string_view b) {
-    std::vector<size_t> row(b.size() + 1);
-    for (size_t j = 0; j <= b.size(); ++j) row[j] = j;
-    for (size_t i = 1; i <= a.size(); ++i) {
-        size_t diagonal = row[0];
-        row[0] = i;
-        for (size_t j = 1; j <= b.size(); ++j) {
-            const size_t above = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
-            diagonal = above;
-        }
-    }
-    return row[b.size()];
-}
+using text::editDistance;
 
 }  // namespace
 

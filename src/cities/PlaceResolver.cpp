@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "tarvo/platform/EditDistance.h"
 #include "platform/text/Text.h"
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/TarvoCity.h"
@@ -28,21 +29,7 @@ std::u32string codePoints(std::string_view utf8) {
     return out;
 }
 
-// Edits (insertions, deletions, substitutions of code points) between two texts.
-size_t editDistance(const std::u32string& a, const std::u32string& b) {
-    std::vector<size_t> row(b.size() + 1);
-    for (size_t j = 0; j <= b.size(); ++j) row[j] = j;
-    for (size_t i = 1; i <= a.size(); ++i) {
-        size_t diagonal = row[0];
-        row[0] = i;
-        for (size_t j = 1; j <= b.size(); ++j) {
-            const size_t above = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
-            diagonal = above;
-        }
-    }
-    return row[b.size()];
-}
+using text::editDistance;
 
 ResolvedPlace::City cityOf(const CityDirectory& directory, const TarvoCity& record) {
     ResolvedPlace::City city;

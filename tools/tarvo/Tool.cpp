@@ -19,27 +19,14 @@
 #include "Commands.h"
 #include "UsageError.h"
 #include "tarvo/Version.h"
+#include "tarvo/platform/EditDistance.h"
 #include "tarvo/platform/HostServices.h"
 
 namespace {
 
 using tarvo::cli::UsageError;
 
-// Edits needed to turn one word into the other (insertions, deletions, substitutions).
-size_t editDistance(const std::string& a, const std::string& b) {
-    std::vector<size_t> row(b.size() + 1);
-    for (size_t j = 0; j <= b.size(); ++j) row[j] = j;
-    for (size_t i = 1; i <= a.size(); ++i) {
-        size_t diagonal = row[0];
-        row[0] = i;
-        for (size_t j = 1; j <= b.size(); ++j) {
-            const size_t above = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
-            diagonal = above;
-        }
-    }
-    return row[b.size()];
-}
+using tarvo::text::editDistance;
 
 // "; did you mean 'times'?" for the nearest of `names` within two edits, else "".
 std::string nearest(const std::string& word, const std::vector<std::string>& names) {
