@@ -124,13 +124,8 @@ MethodOverrides methodOverrides(const CalculationOptions& o) {
 }
 
 void checkCalculationOptions(const CalculationOptions& o) {
+    // The options' own checks bound the angles to 0..90; the overrides refuse the rest.
     if (const auto why = methodOverrides(o).problem()) throw UsageError(*why);
-    if (o.fajrAngle) {
-        if (auto problem = RequestChecks::angleProblem(*o.fajrAngle)) throw UsageError("--fajr-angle: " + *problem);
-    }
-    if (o.ishaAngle) {
-        if (auto problem = RequestChecks::angleProblem(*o.ishaAngle)) throw UsageError("--isha-angle: " + *problem);
-    }
 }
 
 void addClockOption(CLI::App& command, std::optional<int64_t>& clock) {
