@@ -51,23 +51,7 @@ protected:
     std::shared_ptr<TarvoCity> city = makkah();
 };
 
-class RealWorldTimes : public FacadeTest {
-protected:
-    // Every moment the day timetables of the day before, the day and the day after list for
-    // the prayers that can be current (not Sunset, not the tomorrow entries).
-    static std::set<double> listed(const std::shared_ptr<TarvoCity>& city, Date noon) {
-        std::set<double> moments;
-        for (int64_t d = -1; d <= 1; ++d) {
-            const Date day = noon.addingTimeInterval(static_cast<double>(d) * 86400);
-            for (const auto& p : TarvoDAO::getPrayerTimesForDate(day, city, Calendar(), IslamicCalendar())) {
-                if (p->Type() != Prayer::Sunset && p->Type() < Prayer::TomorrowFajr) {
-                    moments.insert(p->PrayerTime()->timeIntervalSince1970());
-                }
-            }
-        }
-        return moments;
-    }
-};
+using RealWorldTimes = FacadeTest;
 
 // A list made by hand: one record per entry, `minutes` from now (types as given).
 TarvoDAO::DayList handMade(Date now, const std::vector<std::pair<int64_t, double>>& entries) {
@@ -206,27 +190,12 @@ TEST_F(RealWorldTimes, CurrentAndNextThroughClockChangeNights) {
     for (const Night& n : nights) {
         TimeZone::setSystemDefault(*TimeZone::withName(n.place.zone));
         const auto city = place(n.place.zone, n.place.latitude, n.place.longitude, n.place.zone);
-        const std::set<double> moments = listed(city, at(n.year, n.month, n.day, 12, 0));
+        const std::set<double> moments = tarvo::test::listedMoments(city, at(n.year, n.month, n.day, 12, 0));
         // Every half hour from 20:00 on the eve to 08:00 on the day.
         const Date eve = at(n.year, n.month, n.day - 1, 20, 0);
         for (int step = 0; step <= 24; ++step) {
             const Date now = eve.addingTimeInterval(step * 1800.0);
-            Clock::installFixed(now);
-            auto facade = std::make_shared<TarvoDAO>();
-            facade->setActiveCity(city);
-            facade->getPrayerTimesForCurrentDateWithDayOffset(0, city);
-            ASSERT_TRUE(facade->determineCurrentAndNextPrayerTimeForCity(city, false));
-            const std::string where = std::string(n.place.zone) + " " + now.description();
-            ASSERT_TRUE(facade->CurrentPrayer() && facade->NextPrayer()) << where;
-            const double current = facade->CurrentPrayer()->PrayerTime()->timeIntervalSince1970();
-            const double next = facade->NextPrayer()->PrayerTime()->timeIntervalSince1970();
-            const double t = now.timeIntervalSince1970();
-            EXPECT_LE(current, t) << where << ": the current prayer has not begun";
-            EXPECT_GT(next, t) << where << ": the next prayer has passed";
-            EXPECT_TRUE(moments.count(current) && moments.count(next)) << where << ": not a listed moment";
-            const auto between = std::distance(moments.upper_bound(current), moments.lower_bound(next));
-            EXPECT_EQ(between, 0) << where << ": a prayer lies between the current and the next";
-            tarvo::test::expectSameWithoutProcessState(facade, city, now, where);
+            tarvo::test::expectCurrentAndNextAmong(moments, city, now, std::string(n.place.zone) + " " + now.description());
         }
     }
 }

@@ -76,10 +76,7 @@ TEST_F(DayTimetable, IshaIntervalsAndTheSaudiRamadanRule) {
     const Date january = at(2016, 1, 5, 12, 0);
     // The Muslim League's Isha angle puts Isha well under 90 minutes after Maghrib here.
     auto league = [](const std::string& country = "Saudi Arabia") {
-        auto city = makkah(country);
-        city->setIsLoadingFromDB(true);
-        city->setPrayerMethod(1);
-        return city;
+        return place("Makkah", 21.4225, 39.8262, "Asia/Riyadh", country, 1);
     };
     EXPECT_LT(ishaInterval(day(ramadan, league())), 85);
     setPreferences({{"15HourAfterMaghrib", true}, {"MaghribAdj", 3}});
@@ -109,11 +106,7 @@ TEST_F(DayTimetable, DohaAndPolarDays) {
     EXPECT_EQ(d[9], "2016-01-06 07:12");
 
     // A summer day with no sunrise at Longyearbyen: records are still made, one per type.
-    auto polar = makkah("Norway");
-    polar->setIsLoadingFromDB(true);
-    polar->setLatitude(78.22);
-    polar->setLongitude(15.65);
-    polar->setTimeZone("Arctic/Longyearbyen");
+    const auto polar = place("Longyearbyen", 78.22, 15.65, "Arctic/Longyearbyen", "Norway", 4);
     EXPECT_EQ(day(at(2024, 6, 21, 12, 0), polar).size(), 10u);
     EXPECT_EQ(TarvoDAO::getPrayerTimesForDate(date, nullptr, Calendar(), IslamicCalendar()).size(), 10u);
 }

@@ -33,9 +33,8 @@ class PolarDays : public FacadeTest {
 protected:
     std::shared_ptr<TarvoCity> cityAt(const ArcticPlace& p, int64_t polar) {
         TimeZone::setSystemDefault(*TimeZone::withName(p.zone));
-        auto city = place(p.name, p.latitude, p.longitude, p.zone);
+        auto city = place(p.name, p.latitude, p.longitude, p.zone, "", 1);
         city->setIsLoadingFromDB(true);
-        city->setPrayerMethod(1);
         city->setPolarResolution(polar);
         city->setIsLoadingFromDB(false);
         return city;
@@ -44,7 +43,7 @@ protected:
     static std::vector<double> engine(const ArcticPlace& p, Date noon) {
         PrayerCalculator c;
         c.setCalcMethod(1);
-        return c.getDatePrayerTimesAsDoubles(noon, std::nullopt, std::nullopt, p.latitude, p.longitude,
+        return c.getDatePrayerTimes(noon, std::nullopt, std::nullopt, p.latitude, p.longitude,
                                              std::string(p.zone));
     }
     static TarvoDAO::DayList dayOf(const std::shared_ptr<TarvoCity>& city, Date noon) {
@@ -61,7 +60,7 @@ protected:
         std::vector<Date> dates;
         Date first;
         bool inSpan = false;
-        for (Date noon = tarvo::test::localTime(2023, 9, 1); noon < tarvo::test::localTime(2024, 9, 1); noon = Calendar().dateByAddingDays(1, noon)) {
+        for (Date noon = at(2023, 9, 1, 12, 0); noon < at(2024, 9, 1, 12, 0); noon = Calendar().dateByAddingDays(1, noon)) {
             const bool rises = std::isfinite(engine(p, noon)[PrayerCalculator::Sunrise]);
             if (!rises && !inSpan) first = noon, inSpan = true;
             if (rises && inSpan) {
@@ -164,41 +163,18 @@ TEST_F(PolarDays, CurrentAndNextAmongExistingPrayersAtEveryHour) {
             const auto city = cityAt(place, polar);
             std::string spans;
             for (const Date noon : polarDates(place, spans)) {
-                std::set<double> listed;
-                for (const int64_t d : {-1, 0, 1}) {
-                    for (const auto& p : dayOf(city, Calendar().dateByAddingDays(d, noon))) {
-                        if (p->PrayerTime() && p->Type() != Prayer::Sunset && p->Type() < Prayer::TomorrowFajr) {
-                            listed.insert(p->PrayerTime()->timeIntervalSince1970());
-                        }
-                    }
-                }
+                const std::set<double> listed = tarvo::test::listedMoments(city, noon);
                 const DateComponents c = Calendar().components(noon);
                 for (int64_t hour = 0; hour < 24; ++hour) {
                     const Date now = at(c.year, c.month, c.day, hour, 0);
                     const std::string where = std::string(place.name) + " " + now.description() + " polar " +
                                               std::to_string(polar);
-                    Clock::installFixed(now);
-                    auto facade = std::make_shared<TarvoDAO>();
-                    facade->setActiveCity(city);
-                    facade->getPrayerTimesForCurrentDateWithDayOffset(0, city);
-                    ASSERT_TRUE(facade->determineCurrentAndNextPrayerTimeForCity(city, false)) << where;
-                    const auto currentPrayer = facade->CurrentPrayer();
-                    const auto nextPrayer = facade->NextPrayer();
-                    ASSERT_TRUE(currentPrayer && currentPrayer->PrayerTime() && nextPrayer && nextPrayer->PrayerTime())
-                        << where;
-                    const double current = currentPrayer->PrayerTime()->timeIntervalSince1970();
-                    const double next = nextPrayer->PrayerTime()->timeIntervalSince1970();
-                    const double t = now.timeIntervalSince1970();
-                    EXPECT_LE(current, t) << where << ": the current prayer has not begun";
-                    EXPECT_GT(next, t) << where << ": the next prayer has passed";
-                    EXPECT_TRUE(listed.count(current) && listed.count(next)) << where << ": not a listed moment";
-                    EXPECT_EQ(std::distance(listed.upper_bound(current), listed.lower_bound(next)), 0)
-                        << where << ": a prayer lies between the current and the next";
+                    const auto facade = tarvo::test::expectCurrentAndNextAmong(listed, city, now, where);
                     const auto info = facade->getLatestSmartInfoForCountdownToNextPrayer(true);
-                    ASSERT_TRUE(info) << where;
-                    EXPECT_EQ(info->secondsToNextPrayer(), next - t) << where << ": the countdown is not the wait";
+                    ASSERT_TRUE(info && facade->NextPrayer() && facade->NextPrayer()->PrayerTime()) << where;
+                    EXPECT_EQ(info->secondsToNextPrayer(), facade->NextPrayer()->PrayerTime()->timeIntervalSinceDate(now))
+                        << where << ": the countdown is not the wait";
                     EXPECT_TRUE(std::isfinite(info->getBestTimeToRefreshComplication().timeIntervalSince1970())) << where;
-                    tarvo::test::expectSameWithoutProcessState(facade, city, now, where);
                 }
             }
         }

@@ -54,9 +54,9 @@ protected:
         return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}", c.year, c.month, c.day, c.hour, c.minute);
     }
 
-    /// A city record at the position, its offset from its zone.
+    /// A city record at the position, its offset from its zone; the method when one is given.
     static std::shared_ptr<TarvoCity> place(const std::string& name, double lat, double lon, const std::string& zone,
-                                            const std::string& country = "") {
+                                            const std::string& country = "", int64_t method = 0) {
         auto city = std::make_shared<TarvoCity>();
         city->setIsLoadingFromDB(true);
         city->setCityName(name);
@@ -65,16 +65,13 @@ protected:
         city->setLongitude(lon);
         city->setTimeZone(zone);
         city->setGMT(TarvoCity::kGMTFromTimeZone);
+        if (method != 0) city->setPrayerMethod(method);
         city->setIsLoadingFromDB(false);
         return city;
     }
     /// Makkah with Umm al-Qura.
     static std::shared_ptr<TarvoCity> makkah(const std::string& country = "Saudi Arabia") {
-        auto city = place("Makkah", 21.4225, 39.8262, "Asia/Riyadh", country);
-        city->setIsLoadingFromDB(true);
-        city->setPrayerMethod(4);
-        city->setIsLoadingFromDB(false);
-        return city;
+        return place("Makkah", 21.4225, 39.8262, "Asia/Riyadh", country, 4);
     }
 
 private:
