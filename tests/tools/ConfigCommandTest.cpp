@@ -36,12 +36,6 @@ TEST_F(ConfigCommand, SetGetAndUnsetAroundTheHostDefaultsWhichAreNeverWritten) {
     ASSERT_EQ(config({"set", "HostNote", "4"}).status, 0);  // text is the default kind of an unknown key
     EXPECT_EQ(storedInFile(), (json{{"FajrAdj", -3}, {"UseSunrise", false}, {"QiyamAdj", 4}, {"UsePrayerAdjustments", 1},
                                     {"HostNote", "4"}}));
-    // Impossible values of known keys are refused, and nothing is written.
-    for (const std::vector<std::string>& bad : std::vector<std::vector<std::string>>{
-             {"set", "FajrAdj", "181"}, {"set", "ShowQiyam", "banana"}, {"set", "ShowQiyam", "yes", "--type", "string"}}) {
-        EXPECT_EQ(config(bad).status, 2) << bad[1] << " " << bad[2];
-    }
-    EXPECT_EQ(storedInFile().size(), 5u);
     EXPECT_GT(jsonOf({"config", "keys", "--json"}).size(), 30u);
     EXPECT_EQ(config({"get", "UseSunrise", "--json"}).out, "false\n");
     ASSERT_EQ(config({"unset", "UseSunrise"}).status, 0);
@@ -57,6 +51,8 @@ TEST_F(ConfigCommand, BadInputIsAOneLineErrorAndChangesNothing) {
         {"set", "FajrAdj", "9223372036854775808", "--type", "int"}, {"set", "FajrAdj", "", "--type", "int"},
         {"set", "FajrAdj", "maybe", "--type", "bool"}, {"set", "FajrAdj", "nan", "--type", "double"},
         {"set", "FajrAdj", "4", "--type", "long"},   {"set", "FajrAdj"}, {"set", "", "4"},
+        // Impossible values of known keys.
+        {"set", "FajrAdj", "181"}, {"set", "ShowQiyam", "banana"}, {"set", "ShowQiyam", "yes", "--type", "string"},
         {"get", "QiyamAdj", "--json"}};  // a missing key: status 1
     for (const auto& args : bad) EXPECT_TRUE(test::failedWith(args[0] == "get" ? 1 : 2, config(args))) << args[1];
     EXPECT_EQ(storedInFile(), (json{{"FajrAdj", 1}}));
