@@ -10,8 +10,6 @@ namespace solar = tarvo::solar;
 
 TEST(SolarKernel, JulianDatesAndAngleArithmetic) {
     EXPECT_EQ(solar::julianDate(2000, 1, 1), 2451544.5);
-    EXPECT_EQ(solar::julianDate(1987, 6, 19), 2446965.5);   // Meeus example 7.b is June 19.5: 2446966.0
-    EXPECT_EQ(solar::julianDate(1957, 10, 4), 2436115.5);   // Meeus example 7.a is Oct 4.81: 2436116.31
     EXPECT_EQ(solar::julianDate(1988, 1, 27), 2447187.5);   // Meeus table 7.a
     EXPECT_EQ(solar::julianDate(1600, 12, 31), 2305812.5);  // Meeus table 7.a
     EXPECT_EQ(solar::julianDate(2024, 2, 29), 2460369.5);   // February counts as month 14 of 2023
