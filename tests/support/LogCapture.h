@@ -45,10 +45,7 @@ public:
     }
     /// Whether some error line contains `text`.
     bool hasError(std::string_view text) const {
-        for (const auto& line : errors()) {
-            if (line.find(text) != std::string::npos) return true;
-        }
-        return false;
+        return std::ranges::any_of(errors(), [&](const std::string& line) { return line.find(text) != line.npos; });
     }
     void clear() {
         std::lock_guard lock(mutex_);

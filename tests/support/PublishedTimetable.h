@@ -55,7 +55,7 @@ inline Agreement compareWithPublished(const std::string& path, int64_t method) {
         c.setCalcMethod(method);
         c.setAsrJuristic(asr);
         const auto& d = f.at(0);
-        const auto text = c.adjustTimesFormat(c.getDatePrayerTimesAsDoubles(
+        const auto text = c.adjustTimesFormat(c.getDatePrayerTimes(
             noonOn(std::stoi(d.substr(0, 4)), std::stoi(d.substr(5, 2)), std::stoi(d.substr(8, 2))), std::nullopt,
             std::nullopt, lat, lng, zone));
         const size_t entries[] = {PrayerCalculator::Fajr, PrayerCalculator::Sunrise, PrayerCalculator::Dhuhr,
