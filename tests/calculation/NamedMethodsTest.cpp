@@ -31,8 +31,10 @@ TEST(NamedMethods, AgreeWithTheAuthoritiesPublishedTimetables) {
     };
     for (const Case& c : {Case{"diyanet", 274, 274, 1}, Case{"kemenag", 92, 91, 4}, Case{"muis", 504, 504, 1},
                           Case{"kuwait", 72, 70, 2}, Case{"tehran", 22, 22, 1}, Case{"jakim", 360, 360, 1},
-                          Case{"jakim-jhr02", 360, 315, 2}, Case{"jakim-png01", 186, 186, 1}, Case{"morocco", 408, 360, 3},
-                          Case{"algeria", 36, 17, 7}}) {
+                          Case{"jakim-jhr02", 360, 315, 2}, Case{"jakim-png01", 186, 186, 1}, Case{"jakim-mlk01", 186, 159, 2},
+                          Case{"jakim-sgr01", 186, 157, 2}, Case{"jakim-ktn01", 186, 140, 5}, Case{"jakim-sbh07", 186, 180, 2},
+                          Case{"jakim-swk08", 186, 149, 4}, Case{"kemenag-cities", 13, 13, 0}, Case{"morocco", 408, 360, 3},
+                          Case{"morocco-coast-and-atlas", 510, 408, 5}, Case{"algeria", 36, 17, 7}}) {
         const std::string file = c.file;
         const std::string key = file.substr(0, file.find('-'));
         const int64_t method = CalculationMethod::numberForName(key).value_or(-1);
