@@ -50,8 +50,8 @@ std::vector<CalculationMethod> buildCatalogue() {
          "20 deg before; reprinted at binamasyarakat.com and kartelmedia.blogspot.com); Isyak 18 deg as generally "
          "published. Safety minutes (Subuh +2, syuruk -1, Zohor +3, Asar +2, Maghrib 2 after sunset, Isyak +2) "
          "fitted to the e-Solat WLY01 2024 table, no JAKIM statement of them found (see docs/methods.md)",
-         "e-Solat WLY01 2025 (60 days, January and July), JHR02 2024 (60 days, at Johor Bahru), and PNG01, MLK01, "
-         "SGR01, KTN01, SBH07 and SWK08 2024 (31 days each, at each zone's principal town), held out from the fit"},
+         "e-Solat WLY01 2025 (60 days, January and July), JHR02 2024 (60 days, at Johor Bahru), and PNG01, JHR03, "
+         "MLK01, SGR01, KTN01, SBH07 and SWK08 2024 (31 days each, at each zone's principal town), held out from the fit"},
         {10, "Kemenag (Indonesia)", "kemenag", {0, 20, 1, 2, 0, 18}, {2, -2, 3, 2, 0, 2}, Midnight::Standard,
          "Kementerian Agama RI, kriteria jadwal shalat: Subuh -20 deg, Isya -18 deg, ihtiyati +2 minutes on every "
          "time (sunrise -2), as quoted from Kemenag on rizalsuhardieksakta.blogspot.com (2012). Rounding (up; "
