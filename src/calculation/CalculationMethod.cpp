@@ -50,14 +50,14 @@ std::vector<CalculationMethod> buildCatalogue() {
          "20 deg before; reprinted at binamasyarakat.com and kartelmedia.blogspot.com); Isyak 18 deg as generally "
          "published. Safety minutes (Subuh +2, syuruk -1, Zohor +3, Asar +2, Maghrib 2 after sunset, Isyak +2) "
          "fitted to the e-Solat WLY01 2024 table, no JAKIM statement of them found (see docs/methods.md)",
-         "e-Solat WLY01 2025 (60 days, January and July), JHR02 2024 (60 days, at Johor Bahru) and PNG01 2024 "
-         "(31 days, at George Town), held out from the fit"},
+         "e-Solat WLY01 2025 (60 days, January and July), JHR02 2024 (60 days, at Johor Bahru), and PNG01, JHR03, "
+         "MLK01, SGR01, KTN01, SBH07 and SWK08 2024 (31 days each, at each zone's principal town), held out from the fit"},
         {10, "Kemenag (Indonesia)", "kemenag", {0, 20, 1, 2, 0, 18}, {2, -2, 3, 2, 0, 2}, Midnight::Standard,
          "Kementerian Agama RI, kriteria jadwal shalat: Subuh -20 deg, Isya -18 deg, ihtiyati +2 minutes on every "
          "time (sunrise -2), as quoted from Kemenag on rizalsuhardieksakta.blogspot.com (2012). Rounding (up; "
          "sunrise down) and Dzuhur's third minute fitted to Kemenag's Surabaya times (see docs/methods.md)",
-         "Kemenag times for DKI Jakarta: Subuh of Ramadan 1447 (2026, 30 days), other times of 12 days 2022-2026, "
-         "held out from the fit",
+         "Kemenag times for DKI Jakarta: Subuh of Ramadan 1447 (2026, 30 days), other times of 12 days 2022-2026; "
+         "Subuh of eleven other cities, 2024-2025; held out from the fit",
          false,
          {Rounding::Up, Rounding::Down, Rounding::Up, Rounding::Up, Rounding::Up, Rounding::Up}},
         {11, "MUIS (Singapore)", "muis", {0, 20, 1, 0, 0, 18}, {0, 0, 1, 0, 0, 0}, Midnight::Standard,
@@ -97,7 +97,8 @@ std::vector<CalculationMethod> buildCatalogue() {
          "Morocco Ministry of Habous: Fajr 19 deg, Isha 17 deg (generally published; no authority page found). "
          "Sunrise -3, Dhuhr +5 and Maghrib 4 minutes after sunset fitted to the Habous table for Rabat, "
          "26 Sep - 12 Oct 2026 (see docs/methods.md)",
-         "Habous times for Casablanca, Fes, Oujda and Agadir, 26 Sep - 12 Oct 2026 (68 days), held out from the fit"},
+         "Habous times for Casablanca, Fes, Oujda, Agadir, Tanger, Essaouira, Azrou, Ouarzazate and Midelt, "
+         "26 Sep - 12 Oct 2026 (17 days each), held out from the fit"},
         {22, "Tunisia", "tunisia", {0, 18, 1, 0, 0, 18}, kNoOffsets, Midnight::Standard,
          "Tunisia Ministry of Religious Affairs: Fajr 18 deg, Isha 18 deg (generally published; no authority page found)", ""},
         {23, "Algeria", "algeria", {0, 18, 1, 0, 0, 17}, kNoOffsets, Midnight::Standard,
