@@ -151,10 +151,17 @@ TARVO_C_EXPORT tarvo_status tarvo_settings_set_dst(tarvo_settings* settings, int
  * Fajr and sunrise move with today's. Applies to tarvo_times and tarvo_now. */
 TARVO_C_EXPORT tarvo_status tarvo_settings_set_adjustment(tarvo_settings* settings, int32_t prayer /* tarvo_prayer */,
                                                           int32_t minutes);
-/* Maghrib a fixed number of minutes after sunset and Isha a fixed number after Maghrib (each
- * 0 to 1440) instead of the method's rule; NaN keeps the method's own. */
+/* Maghrib a fixed number of minutes after sunset (0 to 1440) and Isha a fixed number after
+ * Maghrib (above 0, at most 1440) instead of the method's rule; NaN keeps the method's own. */
 TARVO_C_EXPORT tarvo_status tarvo_settings_set_intervals(tarvo_settings* settings, double maghrib_minutes,
                                                          double isha_minutes);
+
+/* How tarvo_now chooses and names the prayers (each 0 off, anything else on; all off in a
+ * new handle): `show_qiyam` counts the night prayer Qiyam as current and next; `use_sunrise`
+ * names the second time "Sunrise" (off: the forenoon prayer "Doha", 10 minutes after
+ * sunrise); `arabic_names` gives the names in Arabic. */
+TARVO_C_EXPORT tarvo_status tarvo_settings_set_display(tarvo_settings* settings, int32_t show_qiyam,
+                                                       int32_t use_sunrise, int32_t arabic_names);
 
 /* ---- Places and a day's times ------------------------------------------------------------ */
 
@@ -228,9 +235,12 @@ typedef struct tarvo_now_info {
 
 /* The current and next prayer at `unix_seconds` (NaN: now) for the place, as an app shows
  * them once a minute; `countdown` moves the focus to the next prayer 40 minutes after the
- * current one. The shared preferences of the data folder (ShowQiyam, ...) apply, with the
- * settings' adjustments and intervals. The answer depends on the arguments only (the
- * process's clock is read for NaN alone), so calls from many threads run at once. */
+ * current one. Everything comes from the settings (NULL: all automatic and off): the
+ * calculation, adjustments and intervals, and tarvo_settings_set_display; the preferences of
+ * the data folder play no part. Names are those of the moment asked about: Dhuhr is "Jumua"
+ * when `unix_seconds` falls on a Friday on the place's clock. The answer depends on the
+ * arguments only (the process's clock is read for NaN alone), so calls from many threads run
+ * at once. */
 TARVO_C_EXPORT tarvo_status tarvo_now(const tarvo_settings* settings, const tarvo_place* place, double unix_seconds,
                                       int32_t countdown, tarvo_now_info* out);
 

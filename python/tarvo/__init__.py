@@ -210,11 +210,16 @@ def now(place_or_lat: Union[str, float], lon: Optional[float] = None, tz: Option
         at: Optional[_dt.datetime] = None, countdown: bool = False, method: Union[str, int] = "auto",
         asr: Union[str, int] = "auto", high_latitude: Union[str, int] = "auto", name: Optional[str] = None,
         country: Optional[str] = None, adjustments: Optional[Dict[str, int]] = None,
-        maghrib_minutes: Optional[float] = None, isha_minutes: Optional[float] = None) -> Now:
+        maghrib_minutes: Optional[float] = None, isha_minutes: Optional[float] = None,
+        show_qiyam: bool = False, use_sunrise: bool = False, arabic_names: bool = False) -> Now:
     """The current and next prayer at ``at`` (an aware datetime; default now) for a place, with
     the watch summary, as an app shows them once a minute. ``countdown`` moves the focus to the
     next prayer 40 minutes after the current one. ``adjustments``, ``maghrib_minutes`` and
-    ``isha_minutes`` move the prayers as in :func:`times`. Calls from several threads run at
+    ``isha_minutes`` move the prayers as in :func:`times`. ``show_qiyam`` counts the night
+    prayer Qiyam as current and next, ``use_sunrise`` names the second time Sunrise (else the
+    forenoon prayer Doha, 10 minutes later), ``arabic_names`` names the prayers in Arabic; the
+    arguments alone decide the answer, not the stored preferences. Names are those of ``at``:
+    Dhuhr is "Jumua" when ``at`` is a Friday at the place. Calls from several threads run at
     once."""
     place = _place_of(place_or_lat, lon, tz, name, country)
     if at is None:
@@ -228,7 +233,7 @@ def now(place_or_lat: Union[str, float], lon: Optional[float] = None, tz: Option
     answer = _tarvo.now(place.latitude, place.longitude, place.time_zone, place.name, place.country, moment,
                         bool(countdown), _method(method), _choice(asr, _ASR, "Asr school"),
                         _choice(high_latitude, _HIGH_LATITUDE, "high-latitude rule"), _adjustments(adjustments),
-                        maghrib_minutes, isha_minutes)
+                        maghrib_minutes, isha_minutes, bool(show_qiyam), bool(use_sunrise), bool(arabic_names))
     zone = place.time_zone
     summary = answer["summary"]
     if summary is not None:

@@ -255,9 +255,10 @@ PYBIND11_MODULE(_tarvo, m) {
         [](double latitude, double longitude, const std::string& zone, std::optional<std::string> name,
            std::optional<std::string> country, double at, bool countdown, const py::object& method, int asr,
            int highLatitude, const Adjustments& adjustments, std::optional<double> maghribMinutes,
-           std::optional<double> ishaMinutes) {
+           std::optional<double> ishaMinutes, bool showQiyam, bool useSunrise, bool arabicNames) {
             Settings s = settingsFrom(method, asr, highLatitude, TARVO_POLAR_NONE, {}, {}, {}, 0, adjustments,
                                       maghribMinutes, ishaMinutes);
+            call([&] { return tarvo_settings_set_display(s.get(), showQiyam, useSunrise, arabicNames); });
             Place p(latitude, longitude, zone, std::move(name), std::move(country));
             tarvo_now_info n{};
             call([&] { return tarvo_now(s.get(), &p.place, at, countdown ? 1 : 0, &n); });

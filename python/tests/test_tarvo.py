@@ -55,6 +55,16 @@ def test_results_are_typed_and_missing_times_are_none():
     assert now.now == at and now.current.name and now.current.time.tzinfo is not None
     assert now.next.time > at and now.seconds_to_next == pytest.approx((now.next.time - at).total_seconds())
     assert now.summary is not None and 0 <= now.summary.state <= 5
+    # Named as on the day asked about, whatever today is: Friday's Dhuhr is Jumua.
+    riyadh = ZoneInfo("Asia/Riyadh")
+    friday = tarvo.now(*MAKKAH, at=dt.datetime(2024, 3, 15, 12, 40, tzinfo=riyadh))
+    thursday = tarvo.now(*MAKKAH, at=dt.datetime(2024, 3, 14, 12, 40, tzinfo=riyadh))
+    assert (friday.current.name, thursday.current.name) == ("Jumua", "Duhr")
+    # The display choices are the call's own, not the stored preferences.
+    night = dt.datetime(2024, 3, 15, 2, 30, tzinfo=riyadh)
+    assert tarvo.now(*MAKKAH, at=night).current.name == "Isha"
+    assert tarvo.now(*MAKKAH, at=night, show_qiyam=True).current.name == "Qiyam"
+    assert tarvo.now(*MAKKAH, at=friday.now, arabic_names=True).current.name == "\u0627\u0644\u062c\u0645\u0639\u0629"
 
 
 def test_saved_cities(tmp_path):
@@ -132,7 +142,7 @@ def test_adjustments_and_intervals():
         tarvo.times("Makkah", date=day, adjustments={"duha": 1})
     with pytest.raises(ValueError, match=r"^adjustment 1441 is outside -1440 to 1440 minutes$"):
         tarvo.times("Makkah", date=day, adjustments={"isha": 1441})
-    with pytest.raises(ValueError, match=r"^Isha interval -1 is outside 0 to 1440 minutes$"):
+    with pytest.raises(ValueError, match=r"^Isha interval -1 is outside \(0, 1440\] minutes$"):
         tarvo.times("Makkah", date=day, isha_minutes=-1)
     with pytest.raises(TypeError):
         tarvo.times("Makkah", date=day, adjustments={"fajr": 1.5})
@@ -173,7 +183,10 @@ def test_eight_threads_agree_with_one():
 
     def compute(job):
         lat, lon, tz, date = job
-        return tarvo.times(lat, lon, tz, date=date), tarvo.qibla(lat, lon), tarvo.hijri(date)
+        # Half the calls name and count the prayers their own way: no call sees another's choices.
+        at = dt.datetime.combine(date, dt.time(12, 40), ZoneInfo(tz))
+        return (tarvo.times(lat, lon, tz, date=date), tarvo.qibla(lat, lon), tarvo.hijri(date),
+                tarvo.now(lat, lon, tz, at=at, show_qiyam=date.day % 2 == 0, arabic_names=date.day % 2 == 0))
 
     alone = [compute(job) for job in jobs]
     with concurrent.futures.ThreadPoolExecutor(8) as pool:
@@ -187,9 +200,13 @@ def resident_kb():
 
 
 def test_a_hundred_thousand_calls_do_not_grow_memory():
+    start = dt.datetime(2024, 1, 1, tzinfo=ZoneInfo("Asia/Riyadh"))
+
     def calls(n):
         for i in range(n):
             tarvo.times(*MAKKAH, date=dt.date(2024, 1, 1) + dt.timedelta(days=i % 366))
+            if i % 20 == 0:
+                tarvo.now(*MAKKAH, at=start + dt.timedelta(minutes=37 * i), show_qiyam=True)
             if i % 50 == 0:
                 with pytest.raises(ValueError):
                     tarvo.times(math.nan, 0, "UTC")

@@ -2,7 +2,7 @@
 // applied through the calculator's custom setters, which start from the method's own numbers.
 #include "tarvo/calculation/MethodOverrides.h"
 
-#include <cmath>
+#include <fmt/format.h>
 
 #include "platform/host/LogMacros.h"
 #include "tarvo/calculation/PrayerCalculator.h"
@@ -12,19 +12,41 @@ namespace tarvo {
 std::optional<std::string> MethodOverrides::problem() const {
     // Isha has one rule: the later of the two setters would silently win.
     if (ishaAngle && ishaMinutes) {
-        return std::string("give Isha either as an angle (--isha-angle) or as minutes after Maghrib (--isha-minutes), "
-                           "not both");
+        return std::string("give Isha either as an angle or as minutes after Maghrib, not both");
     }
-    const auto finite = [](const std::optional<double>& v) { return !v || std::isfinite(*v); };
-    if (!finite(fajrAngle) || !finite(ishaAngle) || !finite(maghribMinutes) || !finite(ishaMinutes)) {
-        return std::string("the angles and minutes must be numbers");
+    if (fajrAngle) {
+        if (auto why = angleProblem(*fajrAngle, "Fajr")) return why;
     }
-    // An angle of 0 puts Fajr at sunrise and Isha at sunset; a city stores 0 for "not chosen".
-    if (fajrAngle && *fajrAngle <= 0) return std::string("--fajr-angle must be above 0 degrees");
-    if (ishaAngle && *ishaAngle <= 0) return std::string("--isha-angle must be above 0 degrees");
-    if (maghribMinutes && *maghribMinutes < 0) return std::string("--maghrib-minutes must be 0 or more");
+    if (ishaAngle) {
+        if (auto why = angleProblem(*ishaAngle, "Isha")) return why;
+    }
+    if (maghribMinutes) {
+        if (auto why = maghribMinutesProblem(*maghribMinutes)) return why;
+    }
+    if (ishaMinutes) {
+        if (auto why = ishaMinutesProblem(*ishaMinutes)) return why;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> MethodOverrides::angleProblem(double degrees, std::string_view what) {
+    if (!(degrees > 0 && degrees <= 90)) return fmt::format("{} angle {} is outside (0, 90] degrees", what, degrees);
+    return std::nullopt;
+}
+
+std::optional<std::string> MethodOverrides::maghribMinutesProblem(double minutes) {
+    // Maghrib at sunset itself is a method's own rule, so 0 is a choice.
+    if (!(minutes >= 0 && minutes <= kMaximumMinutes)) {
+        return fmt::format("Maghrib interval {} is outside 0 to {} minutes", minutes, kMaximumMinutes);
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> MethodOverrides::ishaMinutesProblem(double minutes) {
     // Isha at Maghrib itself would leave no time for Maghrib.
-    if (ishaMinutes && *ishaMinutes <= 0) return std::string("--isha-minutes must be above 0");
+    if (!(minutes > 0 && minutes <= kMaximumMinutes)) {
+        return fmt::format("Isha interval {} is outside (0, {}] minutes", minutes, kMaximumMinutes);
+    }
     return std::nullopt;
 }
 

@@ -3,11 +3,13 @@
 
 #include <cmath>
 #include <new>
+#include <utility>
 
 #include <fmt/format.h>
 
 #include "Boundary.h"
 #include "tarvo/calculation/CalculationMethod.h"
+#include "tarvo/calculation/MethodOverrides.h"
 #include "tarvo/cities/CityFields.h"
 #include "tarvo/cities/RequestChecks.h"
 #include "tarvo/cities/TarvoCity.h"
@@ -156,9 +158,11 @@ tarvo_status tarvo_settings_set_polar(tarvo_settings* settings, int32_t polar) {
 
 tarvo_status tarvo_settings_set_custom_angles(tarvo_settings* settings, double fajr, double isha) {
     return withSettings(settings, [&](tarvo_settings& s) {
-        for (const double angle : {fajr, isha}) {
+        for (const auto& [angle, what] : {std::pair{fajr, "Fajr"}, std::pair{isha, "Isha"}}) {
             if (std::isnan(angle)) continue;
-            if (auto problem = RequestChecks::angleProblem(angle)) throw Failure(TARVO_ERROR_INVALID_ARGUMENT, *problem);
+            if (auto problem = MethodOverrides::angleProblem(angle, what)) {
+                throw Failure(TARVO_ERROR_INVALID_ARGUMENT, *problem);
+            }
         }
         s.choices.fajrAngle = std::isnan(fajr) ? std::nullopt : std::optional<double>(fajr);
         s.choices.ishaAngle = std::isnan(isha) ? std::nullopt : std::optional<double>(isha);
@@ -181,6 +185,15 @@ tarvo_status tarvo_settings_set_dst(tarvo_settings* settings, int32_t rule) {
     });
 }
 
+tarvo_status tarvo_settings_set_display(tarvo_settings* settings, int32_t show_qiyam, int32_t use_sunrise,
+                                        int32_t arabic_names) {
+    return withSettings(settings, [&](tarvo_settings& s) {
+        s.showQiyam = show_qiyam != 0;
+        s.useSunrise = use_sunrise != 0;
+        s.arabicNames = arabic_names != 0;
+    });
+}
+
 tarvo_status tarvo_settings_set_adjustment(tarvo_settings* settings, int32_t prayer, int32_t minutes) {
     return withSettings(settings, [&](tarvo_settings& s) {
         if (auto problem = s.adjustments.setMinutes(prayer, minutes)) throw Failure(TARVO_ERROR_INVALID_ARGUMENT, *problem);
@@ -189,13 +202,21 @@ tarvo_status tarvo_settings_set_adjustment(tarvo_settings* settings, int32_t pra
 
 tarvo_status tarvo_settings_set_intervals(tarvo_settings* settings, double maghrib_minutes, double isha_minutes) {
     return withSettings(settings, [&](tarvo_settings& s) {
-        const auto chosen = [](double minutes) { return std::isnan(minutes) ? std::nullopt : std::optional(minutes); };
-        // Both are checked before either is kept, so a refused call changes nothing.
-        PrayerAdjustments changed = s.adjustments;
-        for (auto problem : {changed.setMaghribMinutes(chosen(maghrib_minutes)), changed.setIshaMinutes(chosen(isha_minutes))}) {
-            if (problem) throw Failure(TARVO_ERROR_INVALID_ARGUMENT, *problem);
+        // Both are checked before either is kept, so a refused call changes nothing. They
+        // are the place's own intervals, which the engine applies over the method.
+        if (!std::isnan(maghrib_minutes)) {
+            if (auto problem = MethodOverrides::maghribMinutesProblem(maghrib_minutes)) {
+                throw Failure(TARVO_ERROR_INVALID_ARGUMENT, *problem);
+            }
         }
-        s.adjustments = changed;
+        if (!std::isnan(isha_minutes)) {
+            if (auto problem = MethodOverrides::ishaMinutesProblem(isha_minutes)) {
+                throw Failure(TARVO_ERROR_INVALID_ARGUMENT, *problem);
+            }
+        }
+        const auto chosen = [](double minutes) { return std::isnan(minutes) ? std::nullopt : std::optional(minutes); };
+        s.choices.maghribMinutes = chosen(maghrib_minutes);
+        s.choices.ishaMinutes = chosen(isha_minutes);
     });
 }
 

@@ -18,8 +18,13 @@ struct tarvo_settings {
     // The C interface's default leaves polar times missing (TARVO_POLAR_NONE), whatever the
     // preferences of the data folder say.
     tarvo_settings() { choices.polar = tarvo::storedPolarResolution(tarvo::PolarResolution::None); }
-    tarvo::CalculationChoices choices;     ///< all automatic
-    tarvo::PrayerAdjustments adjustments;  ///< minutes per prayer, Maghrib and Isha intervals
+    tarvo::CalculationChoices choices;     ///< all automatic; the Maghrib and Isha intervals too
+    tarvo::PrayerAdjustments adjustments;  ///< minutes per prayer
+    // How the current and next prayer are chosen and named; all off by default, whatever
+    // the preferences of the data folder say.
+    bool showQiyam = false;
+    bool useSunrise = false;
+    bool arabicNames = false;
 };
 
 namespace tarvo {

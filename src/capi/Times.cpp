@@ -6,7 +6,6 @@
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
 #include "tarvo/facade/CurrentAndNextPrayer.h"
-#include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/platform/Clock.h"
 #include "platform/host/DispatchQueue.h"
 #include "tarvo/prayers/PlaceDayTimes.h"
@@ -21,12 +20,13 @@ namespace {
 constexpr const char* kPrayerNames[TARVO_PRAYER_COUNT] = {"Fajr",   "Sunrise", "Dhuhr", "Asr",
                                                           "Sunset", "Maghrib", "Isha",  "Qiyam"};
 
-tarvo_prayer_moment prayerMoment(const std::shared_ptr<Prayer>& prayer, const TimeZone& clock) {
+tarvo_prayer_moment prayerMoment(const std::shared_ptr<Prayer>& prayer, const TimeZone& clock,
+                                 const Prayer::NameContext& naming) {
     tarvo_prayer_moment m{};
     if (!prayer) return m;
     m.present = 1;
     m.type = static_cast<int32_t>(prayer->Type());
-    copyText(m.name, sizeof m.name, prayer->PrayerName());
+    copyText(m.name, sizeof m.name, prayer->PrayerName(naming));
     m.time = momentOf(prayer->PrayerTime(), clock);
     return m;
 }
@@ -79,20 +79,23 @@ tarvo_status tarvo_now(const tarvo_settings* settings, const tarvo_place* place,
         const tarvo_settings& s = settingsOrDefault(settings);
         const auto city = cityFor(*place, s);
         const Date now = std::isnan(unix_seconds) ? Clock::now() : Date(unix_seconds);
-        // The settings of the data folder's preferences (ShowQiyam, the extra times), with
-        // the request's own adjustments; nothing of the process is driven, so calls run at once.
+        // The request's settings alone (no shared configuration, no clock but for NaN), so
+        // two handles on two threads never meet.
+        const auto configuration = PrayerConfiguration::withValues(
+            {{"ShowQiyam", s.showQiyam}, {"UseSunrise", s.useSunrise}, {"ShowPrayerNamesInArabic", s.arabicNames}});
         const CurrentAndNextPrayer::Answer answer =
-            CurrentAndNextPrayer::at(city, TarvoDAO::getSharedInstance()->globalPrayerConfiguration(), s.adjustments, now, countdown != 0);
+            CurrentAndNextPrayer::at(city, configuration, s.adjustments, now, countdown != 0);
         const TimeZone& zone = answer.clock;
+        const Prayer::NameContext& naming = answer.naming;
 
         tarvo_now_info info{};
         info.now = momentOf(now, zone);
-        info.current = prayerMoment(answer.current, zone);
-        info.next = prayerMoment(answer.next, zone);
+        info.current = prayerMoment(answer.current, zone, naming);
+        info.next = prayerMoment(answer.next, zone, naming);
         info.seconds_to_next = info.next.time.present ? info.next.time.unix_seconds - now.timeIntervalSince1970() : std::nan("");
         if (const auto& smart = answer.summary) {
             info.has_summary = 1;
-            info.focus = prayerMoment(smart->prayerToFocus(), zone);
+            info.focus = prayerMoment(smart->prayerToFocus(), zone, naming);
             info.state = static_cast<int32_t>(smart->prayerState());
             info.is_in_prayer = smart->isInPrayer() ? 1 : 0;
             info.in_prayer_ends = momentOf(smart->inPrayerEndingTime(), zone);
@@ -104,7 +107,7 @@ tarvo_status tarvo_now(const tarvo_settings* settings, const tarvo_place* place,
             info.color[1] = color.green;
             info.color[2] = color.blue;
             info.color[3] = color.alpha;
-            const auto lines = smart->getInfoForGraphicalComplication();
+            const auto lines = smart->getInfoForGraphicalComplication(naming);
             copyText(info.complication[0], sizeof info.complication[0], lines[0]);
             copyText(info.complication[1], sizeof info.complication[1], lines[1]);
             info.refresh_at = momentOf(smart->getBestTimeToRefreshComplication(), zone);

@@ -31,9 +31,4 @@ std::optional<std::string> RequestChecks::dayProblem(int64_t year, int64_t month
                        length);
 }
 
-std::optional<std::string> RequestChecks::angleProblem(double degrees) {
-    if (!(degrees > 0 && degrees <= 90)) return fmt::format("angle {} is outside (0, 90]", degrees);
-    return std::nullopt;
-}
-
 }  // namespace tarvo

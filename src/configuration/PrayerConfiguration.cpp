@@ -102,19 +102,23 @@ std::vector<SettingDescription> PrayerConfiguration::settings() {
 
 PrayerConfiguration::PrayerConfiguration() { loadConfiguration(); }
 
-PrayerConfiguration::PrayerConfiguration(const Adjustments& adjustments)
-    : UsePrayerAdjustments_(adjustments.use),
-      FajrAdj_(adjustments.fajr),
-      SunriseAdj_(adjustments.sunrise),
-      DhuhrAdj_(adjustments.dhuhr),
-      AsrAdj_(adjustments.asr),
-      MaghribAdj_(adjustments.maghrib),
-      IshaAdj_(adjustments.isha),
-      QiyamAdj_(adjustments.qiyam) {}
-
-PrayerConfiguration::Adjustments PrayerConfiguration::adjustments() const {
-    return Adjustments{UsePrayerAdjustments_, FajrAdj_, SunriseAdj_, DhuhrAdj_, AsrAdj_, MaghribAdj_, IshaAdj_,
-                       QiyamAdj_};
+std::shared_ptr<PrayerConfiguration> PrayerConfiguration::withValues(
+    const std::vector<std::pair<std::string, int64_t>>& values) {
+    auto configuration = std::make_shared<PrayerConfiguration>(PrayerConfiguration(PlainValues{}));
+    for (const auto& [key, value] : values) {
+        const Field* field = nullptr;
+        for (const Field& f : kFields) {
+            if (key == f.key) field = &f;
+        }
+        if (!field) return nullptr;
+        switch (field->kind) {
+            case Field::Kind::flag:
+            case Field::Kind::flagIsNonZero: configuration.get()->*field->flag = value != 0; break;
+            case Field::Kind::flagIsOne: configuration.get()->*field->flag = value == 1; break;
+            case Field::Kind::number: configuration.get()->*field->number = value; break;
+        }
+    }
+    return configuration;
 }
 
 void PrayerConfiguration::loadConfiguration() {

@@ -179,11 +179,14 @@ CurrentAndNextPrayer::Decision CurrentAndNextPrayer::decide(DayList list, Date n
 CurrentAndNextPrayer::Answer CurrentAndNextPrayer::at(const std::shared_ptr<TarvoCity>& city,
                                                       const std::shared_ptr<PrayerConfiguration>& configuration,
                                                       const PrayerAdjustments& adjustments, Date now, bool countdown) {
-    Answer answer{nullptr, nullptr, nullptr, TimeZone::gmt()};
+    Answer answer{nullptr, nullptr, nullptr, TimeZone::gmt(), {}};
     if (!city) return answer;
-    // The place's own clock stands in for the device's: its days are the ones that count.
+    // The place's own clock stands in for the device's: its days are the ones that count,
+    // and the weekday of the moment asked about decides Friday, not today's.
     answer.clock = clockOfCity(*city, now);
     const Calendar calendar(answer.clock);
+    answer.naming = Prayer::nameContextAt(now, calendar, configuration && configuration->UseSunrise(),
+                                          configuration && configuration->ShowPrayerNamesInArabic());
     const IslamicCalendar islamic(answer.clock);
     const auto generate = [&](int64_t first, int64_t further) {
         DayList all;

@@ -114,8 +114,6 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
     } else if (ramadan || (config && config->TwoHourAfterMaghrib())) {
         calculator.setIshaMinutes(static_cast<double>(adjustments.minutesFor(Prayer::Maghrib) + 120));
     }
-    // Intervals chosen for this request win over the settings' own.
-    adjustments.applyIntervals(calculator);
 
     DateComponents addOneDay;
     addOneDay.day = 1;

@@ -16,7 +16,6 @@ std::optional<PlaceDayTimes> PlaceDayTimes::compute(const TarvoCity& city, int64
                                                     const PrayerAdjustments& adjustments, int64_t timeFormat) {
     PrayerCalculator calculator;
     configureCalculatorFromCity(calculator, city);
-    adjustments.applyIntervals(calculator);
     calculator.setTimeFormat(timeFormat);
     // The day asked about is the calculator's calendar day holding noon of the date.
     DateComponents noon;

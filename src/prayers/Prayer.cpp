@@ -73,27 +73,22 @@ const Names* namesOf(int64_t type) {
     return type >= 0 && type < static_cast<int64_t>(kNames.size()) ? &kNames[static_cast<size_t>(type)] : nullptr;
 }
 
-// The records read the shared facade's settings.
-std::shared_ptr<PrayerConfiguration> configuration() {
-    return TarvoDAO::getSharedInstance()->globalPrayerConfiguration();
-}
-
-bool useSunrise() {
-    const auto config = configuration();
-    return config && config->UseSunrise();
-}
-
-bool namesInArabic() {
-    const auto config = configuration();
-    return config && config->ShowPrayerNamesInArabic();
-}
-
-// The weekday of the current moment in the device's calendar.
-bool todayIsFriday() { return Calendar().components(Clock::now()).weekday == kFriday; }
+bool isFridayAt(Date moment, const Calendar& calendar) { return calendar.components(moment).weekday == kFriday; }
 
 bool isSunriseType(int64_t type) { return type == Prayer::Sunrise || type == Prayer::TomorrowSunrise; }
 
 }  // namespace
+
+Prayer::NameContext Prayer::currentNameContext() {
+    // The records read the shared facade's settings, and the weekday of the current moment.
+    const auto config = TarvoDAO::getSharedInstance()->globalPrayerConfiguration();
+    return nameContextAt(Clock::now(), Calendar(), config && config->UseSunrise(),
+                         config && config->ShowPrayerNamesInArabic());
+}
+
+Prayer::NameContext Prayer::nameContextAt(Date moment, const Calendar& calendar, bool useSunrise, bool arabic) {
+    return NameContext{useSunrise, arabic, isFridayAt(moment, calendar)};
+}
 
 std::shared_ptr<Prayer> Prayer::CreatePrayerOfType(int64_t type) { return std::make_shared<Prayer>(type); }
 
@@ -146,39 +141,51 @@ std::optional<int64_t> Prayer::typeNamed(std::string_view text) {
     return std::nullopt;
 }
 
-bool Prayer::isJumua() const { return Type_ == Dhuhr && todayIsFriday(); }
+bool Prayer::isJumua() const { return Type_ == Dhuhr && isFridayAt(Clock::now(), Calendar()); }
 
-std::string Prayer::PrayerNameEnglish() const {
+bool Prayer::isJumuaAt(Date moment, const Calendar& calendar) const {
+    return Type_ == Dhuhr && isFridayAt(moment, calendar);
+}
+
+std::string Prayer::PrayerNameEnglish() const { return PrayerNameEnglish(currentNameContext()); }
+
+std::string Prayer::PrayerNameEnglish(const NameContext& context) const {
     const Names* names = namesOf(Type_);
     if (!names) return "-";
-    if (isSunriseType(Type_)) return useSunrise() ? "Sunrise" : "Doha";
-    if (Type_ == Dhuhr) return isJumua() ? "Jumua" : "Duhr";
+    if (isSunriseType(Type_)) return context.useSunrise ? "Sunrise" : "Doha";
+    if (Type_ == Dhuhr) return context.friday ? "Jumua" : "Duhr";
     return std::string(names->english);
 }
 
-std::string Prayer::PrayerNameArabic() const {
+std::string Prayer::PrayerNameArabic() const { return PrayerNameArabic(currentNameContext()); }
+
+std::string Prayer::PrayerNameArabic(const NameContext& context) const {
     const Names* names = namesOf(Type_);
     if (!names) return "-";
-    if (isSunriseType(Type_)) return std::string(useSunrise() ? kArabicSunrise : kArabicDoha);
-    if (Type_ == Dhuhr) return std::string(isJumua() ? kArabicJumua : kArabicDhuhr);
+    if (isSunriseType(Type_)) return std::string(context.useSunrise ? kArabicSunrise : kArabicDoha);
+    if (Type_ == Dhuhr) return std::string(context.friday ? kArabicJumua : kArabicDhuhr);
     return std::string(names->arabic);
 }
 
-std::string Prayer::PrayerName() const {
-    if (namesInArabic()) return PrayerNameArabic();
-    const std::string english = PrayerNameEnglish();
+std::string Prayer::PrayerName() const { return PrayerName(currentNameContext()); }
+
+std::string Prayer::PrayerName(const NameContext& context) const {
+    if (context.arabic) return PrayerNameArabic(context);
+    const std::string english = PrayerNameEnglish(context);
     return english == "-" ? english : Bundle::main().localizedString(english);
 }
 
-std::string Prayer::ShortName() const {
-    const bool arabic = namesInArabic();
+std::string Prayer::ShortName() const { return ShortName(currentNameContext()); }
+
+std::string Prayer::ShortName(const NameContext& context) const {
+    const bool arabic = context.arabic;
     auto pick = [arabic](std::string_view en, std::string_view ar) { return std::string(arabic ? ar : en); };
     switch (Type_) {
     case Fajr:
     case TomorrowFajr: return pick("F", "\u0641");
     case Sunrise:
-    case TomorrowSunrise: return useSunrise() ? pick("S", "\u0634") : pick("Du", "\u0636");
-    case Dhuhr: return todayIsFriday() ? pick("J", "\u062C") : pick("D", "\u0638");
+    case TomorrowSunrise: return context.useSunrise ? pick("S", "\u0634") : pick("Du", "\u0636");
+    case Dhuhr: return context.friday ? pick("J", "\u062C") : pick("D", "\u0638");
     case Asr: return pick("A", "\u0639");
     case Sunset: return pick("S", "\u0645");
     case Maghrib: return pick("M", "\u0645");
@@ -188,13 +195,15 @@ std::string Prayer::ShortName() const {
     }
 }
 
-std::string Prayer::ShortThreeLetterNameEnglish() const {
+std::string Prayer::ShortThreeLetterNameEnglish() const { return ShortThreeLetterNameEnglish(currentNameContext()); }
+
+std::string Prayer::ShortThreeLetterNameEnglish(const NameContext& context) const {
     switch (Type_) {
     case Fajr:
     case TomorrowFajr: return "Fjr";
     case Sunrise:
-    case TomorrowSunrise: return useSunrise() ? "Sun" : "Duh";
-    case Dhuhr: return isJumua() ? "Jum" : "Dhr";
+    case TomorrowSunrise: return context.useSunrise ? "Sun" : "Duh";
+    case Dhuhr: return context.friday ? "Jum" : "Dhr";
     // The key for Asr carries a suffix so that translators can tell it from the full name;
     // only the localised variant turns it into display text.
     case Asr: return "AsrSMALL";
@@ -206,18 +215,22 @@ std::string Prayer::ShortThreeLetterNameEnglish() const {
     }
 }
 
-std::string Prayer::ShortThreeLetterName() const {
-    if (namesInArabic()) return ShortName();
-    const std::string key = ShortThreeLetterNameEnglish();
+std::string Prayer::ShortThreeLetterName() const { return ShortThreeLetterName(currentNameContext()); }
+
+std::string Prayer::ShortThreeLetterName(const NameContext& context) const {
+    if (context.arabic) return ShortName(context);
+    const std::string key = ShortThreeLetterNameEnglish(context);
     return key == "-" ? key : Bundle::main().localizedString(key);
 }
 
-std::string Prayer::ShortTwoLetterNameEnglish() const {
+std::string Prayer::ShortTwoLetterNameEnglish() const { return ShortTwoLetterNameEnglish(currentNameContext()); }
+
+std::string Prayer::ShortTwoLetterNameEnglish(const NameContext& context) const {
     switch (Type_) {
     case Fajr:
     case TomorrowFajr: return "FJ";
-    case Sunrise: return useSunrise() ? "SU" : "DU";
-    case Dhuhr: return todayIsFriday() ? "JU" : "DH";
+    case Sunrise: return context.useSunrise ? "SU" : "DU";
+    case Dhuhr: return context.friday ? "JU" : "DH";
     case Asr: return "AS";
     case Sunset: return "SE";
     case Maghrib: return "MG";
@@ -225,7 +238,7 @@ std::string Prayer::ShortTwoLetterNameEnglish() const {
     case Qiyam: return "QY";
     // Tomorrow's sunrise keeps its own pair of codes ("SH"/"SU"), unlike today's, because
     // stored widget layouts were made with these exact codes.
-    case TomorrowSunrise: return useSunrise() ? "SH" : "SU";
+    case TomorrowSunrise: return context.useSunrise ? "SH" : "SU";
     default: return "-";
     }
 }

@@ -4,7 +4,6 @@
 
 #include <fmt/format.h>
 
-#include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
 #include "tarvo/prayers/Prayer.h"
 
@@ -22,15 +21,6 @@ std::optional<size_t> slotOf(int64_t type) {
     }
     if (type < Prayer::Fajr || type > Prayer::Qiyam) return std::nullopt;
     return static_cast<size_t>(type);
-}
-
-std::optional<std::string> intervalProblem(const std::optional<double>& minutes, const char* what) {
-    if (!minutes) return std::nullopt;
-    if (!std::isfinite(*minutes) || *minutes < 0 || *minutes > PrayerAdjustments::kMaximumMinutes) {
-        return fmt::format("{} interval {} is outside 0 to {} minutes", what, *minutes,
-                           PrayerAdjustments::kMaximumMinutes);
-    }
-    return std::nullopt;
 }
 
 }  // namespace
@@ -63,23 +53,6 @@ std::optional<std::string> PrayerAdjustments::setMinutes(int64_t type, int64_t m
     }
     minutes_[static_cast<size_t>(type)] = minutes;
     return std::nullopt;
-}
-
-std::optional<std::string> PrayerAdjustments::setMaghribMinutes(std::optional<double> minutes) {
-    if (auto problem = intervalProblem(minutes, "Maghrib")) return problem;
-    maghribMinutes_ = minutes;
-    return std::nullopt;
-}
-
-std::optional<std::string> PrayerAdjustments::setIshaMinutes(std::optional<double> minutes) {
-    if (auto problem = intervalProblem(minutes, "Isha")) return problem;
-    ishaMinutes_ = minutes;
-    return std::nullopt;
-}
-
-void PrayerAdjustments::applyIntervals(PrayerCalculator& calculator) const {
-    if (maghribMinutes_) calculator.setMaghribMinutes(*maghribMinutes_);
-    if (ishaMinutes_) calculator.setIshaMinutes(*ishaMinutes_);
 }
 
 std::vector<double> PrayerAdjustments::adjustedHours(const std::vector<double>& hours) const {

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "tarvo/platform/Bundle.h"
+#include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Clock.h"
 #include "tarvo/prayers/Prayer.h"
 
@@ -167,6 +168,12 @@ Color SmartPrayerInfo::colorForPrayerState(int64_t state) {
 }
 
 std::array<std::string, 2> SmartPrayerInfo::getInfoForGraphicalComplication() {
+    Prayer::NameContext context = Prayer::currentNameContext();
+    if (moment_) context = Prayer::nameContextAt(*moment_, Calendar(), context.useSunrise, context.arabic);
+    return getInfoForGraphicalComplication(context);
+}
+
+std::array<std::string, 2> SmartPrayerInfo::getInfoForGraphicalComplication(const Prayer::NameContext& context) {
     refreshPrayerToFocus();
     const char* label = "Time for";
     switch (prayerState_) {
@@ -178,7 +185,7 @@ std::array<std::string, 2> SmartPrayerInfo::getInfoForGraphicalComplication() {
     case 5: label = "Next"; break;
     default: label = isInPrayer_ ? "In Prayer" : "Time for"; break;
     }
-    return {prayerToFocus_ ? prayerToFocus_->PrayerName() : std::string(), Bundle::main().localizedString(label)};
+    return {prayerToFocus_ ? prayerToFocus_->PrayerName(context) : std::string(), Bundle::main().localizedString(label)};
 }
 
 Date SmartPrayerInfo::getBestTimeToRefreshComplication() const {

@@ -58,6 +58,7 @@ static void testVersionAndErrors(void) {
     CHECK(tarvo_settings_set_method(settings, 6) == TARVO_OK);
     CHECK_FAILS(tarvo_settings_set_custom_angles(settings, 0, 17), TARVO_ERROR_INVALID_ARGUMENT);
     CHECK_FAILS(tarvo_settings_set_custom_angles(settings, NAN, 91), TARVO_ERROR_INVALID_ARGUMENT);
+    CHECK(strcmp(tarvo_last_error(), "Isha angle 91 is outside (0, 90] degrees") == 0);
     CHECK(tarvo_settings_set_custom_angles(settings, 19.5, NAN) == TARVO_OK);
     CHECK_FAILS(tarvo_set_log_handler(NULL, NULL, 9), TARVO_ERROR_INVALID_ARGUMENT);
     tarvo_settings_destroy(settings);
@@ -179,6 +180,32 @@ static void testNow(void) {
     CHECK(info.refresh_at.present);
     CHECK_FAILS(tarvo_now(NULL, &kMakkah, INFINITY, 0, &info), TARVO_ERROR_INVALID_ARGUMENT);
     CHECK_FAILS(tarvo_now(NULL, &kMakkah, at, 0, NULL), TARVO_ERROR_NULL_ARGUMENT);
+
+    /* Names are those of the moment asked about, whatever today is: 12:40 in Makkah on Friday
+     * 15 March 2024 is Jumua, on the Thursday before plain Dhuhr. */
+    CHECK(tarvo_now(NULL, &kMakkah, 1710495600.0, 0, &info) == TARVO_OK);
+    CHECK(info.current.type == TARVO_DHUHR && strcmp(info.current.name, "Jumua") == 0);
+    CHECK(tarvo_now(NULL, &kMakkah, 1710409200.0, 0, &info) == TARVO_OK);
+    CHECK(info.current.type == TARVO_DHUHR && strcmp(info.current.name, "Duhr") == 0);
+    /* 02:30 on Friday in Makkah is still Thursday 23:30 in UTC: the place's day counts. */
+    tarvo_settings* s = NULL;
+    CHECK(tarvo_settings_create(&s) == TARVO_OK);
+    CHECK(tarvo_settings_set_display(s, 0, 1, 1) == TARVO_OK);
+    CHECK(tarvo_now(s, &kMakkah, 1710459000.0, 0, &info) == TARVO_OK);
+    CHECK(info.current.type == TARVO_ISHA && info.next.type == 8);
+    CHECK(tarvo_now(s, &kMakkah, 1710495600.0, 0, &info) == TARVO_OK);
+    CHECK(info.current.type == TARVO_DHUHR && strcmp(info.current.name, "\u0627\u0644\u062C\u0645\u0639\u0629") == 0);
+    /* With Qiyam shown, the small hours are Qiyam's; named Sunrise, the second time is Sunrise. */
+    CHECK(tarvo_settings_set_display(s, 1, 1, 0) == TARVO_OK);
+    CHECK(tarvo_now(s, &kMakkah, 1710459000.0, 0, &info) == TARVO_OK);
+    CHECK(info.current.type == TARVO_QIYAM && strcmp(info.current.name, "Qiyam") == 0);
+    CHECK(info.next.type == 8 && strcmp(info.next.name, "Fajr") == 0);
+    CHECK(tarvo_now(s, &kMakkah, 1710459000.0 + 4 * 3600, 0, &info) == TARVO_OK);
+    CHECK(info.current.type == TARVO_SUNRISE && strcmp(info.current.name, "Sunrise") == 0);
+    CHECK(tarvo_now(NULL, &kMakkah, 1710459000.0 + 4 * 3600, 0, &info) == TARVO_OK);
+    CHECK(info.current.type == TARVO_FAJR && info.next.type == TARVO_SUNRISE && strcmp(info.next.name, "Doha") == 0);
+    CHECK_FAILS(tarvo_settings_set_display(NULL, 0, 0, 0), TARVO_ERROR_NULL_ARGUMENT);
+    tarvo_settings_destroy(s);
 }
 
 /* Adjustments move single prayers by whole minutes; intervals put Maghrib and Isha at fixed
@@ -212,6 +239,7 @@ static void testAdjustments(void) {
     CHECK_FAILS(tarvo_settings_set_intervals(s, -1, NAN), TARVO_ERROR_INVALID_ARGUMENT);
     CHECK(strcmp(tarvo_last_error(), "Maghrib interval -1 is outside 0 to 1440 minutes") == 0);
     CHECK_FAILS(tarvo_settings_set_intervals(s, 3, INFINITY), TARVO_ERROR_INVALID_ARGUMENT);
+    CHECK_FAILS(tarvo_settings_set_intervals(s, 3, 0), TARVO_ERROR_INVALID_ARGUMENT); /* Isha at Maghrib itself */
     CHECK(tarvo_times(s, &kMakkah, 2024, 3, 15, &moved) == TARVO_OK); /* a refused call changed nothing */
     CHECK(fabs(moved.times[TARVO_MAGHRIB].unix_seconds - moved.times[TARVO_SUNSET].unix_seconds - 180) < 1e-3);
     CHECK(tarvo_settings_set_intervals(s, NAN, NAN) == TARVO_OK); /* the method's own again */
@@ -383,7 +411,8 @@ enum { kThreads = 8, kPlaces = 24 };
 static tarvo_place places[kPlaces];
 static tarvo_day_times expected[kPlaces];
 static double nowAt[kPlaces];
-static tarvo_now_info expectedNow[kPlaces];
+/* [0]: no settings (all off); [1]: a handle showing Qiyam, named Sunrise, in Arabic. */
+static tarvo_now_info expectedNow[2][kPlaces];
 
 static int sameNow(const tarvo_now_info* a, const tarvo_now_info* b) {
     return a->current.type == b->current.type && a->next.type == b->next.type &&
@@ -391,18 +420,31 @@ static int sameNow(const tarvo_now_info* a, const tarvo_now_info* b) {
            a->next.time.unix_seconds == b->next.time.unix_seconds && a->has_summary == b->has_summary &&
            a->focus.type == b->focus.type && a->state == b->state &&
            a->refresh_at.unix_seconds == b->refresh_at.unix_seconds &&
-           strcmp(a->complication[1], b->complication[1]) == 0;
+           strcmp(a->current.name, b->current.name) == 0 && strcmp(a->next.name, b->next.name) == 0 &&
+           strcmp(a->complication[0], b->complication[0]) == 0 && strcmp(a->complication[1], b->complication[1]) == 0;
+}
+
+/* Settings showing Qiyam, named Sunrise, in Arabic: every thread makes its own handle. */
+static tarvo_settings* displaySettings(void) {
+    tarvo_settings* s = NULL;
+    if (tarvo_settings_create(&s) != TARVO_OK || tarvo_settings_set_display(s, 1, 1, 1) != TARVO_OK) return NULL;
+    return s;
 }
 
 static void* computeAll(void* argument) {
     long mismatches = 0;
-    (void)argument;
+    /* Odd threads ask with their own display settings, even ones with none, at the same time. */
+    const int own = (int)(long)argument % 2;
+    tarvo_settings* settings = own ? displaySettings() : NULL;
+    if (own && !settings) return (void*)1L;
     for (int round = 0; round < 3; ++round) {
         for (int i = 0; i < kPlaces; ++i) {
             tarvo_day_times t;
             tarvo_qibla q;
             tarvo_now_info n;
-            if (tarvo_now(NULL, &places[i], nowAt[i], 1, &n) != TARVO_OK || !sameNow(&n, &expectedNow[i])) ++mismatches;
+            if (tarvo_now(settings, &places[i], nowAt[i], 1, &n) != TARVO_OK || !sameNow(&n, &expectedNow[own][i])) {
+                ++mismatches;
+            }
             if (tarvo_times(NULL, &places[i], 2024, 1 + i % 12, 1 + i, &t) != TARVO_OK ||
                 memcmp(t.hours, expected[i].hours, sizeof t.hours) != 0 ||
                 tarvo_qibla_for(places[i].latitude, places[i].longitude, &q) != TARVO_OK) {
@@ -415,6 +457,7 @@ static void* computeAll(void* argument) {
             }
         }
     }
+    tarvo_settings_destroy(settings);
     return (void*)mismatches;
 }
 
@@ -431,10 +474,19 @@ static void testThreads(void) {
         /* The small hours (yesterday's list), the afternoon and the late evening, around Dhuhr,
          * which every day has. */
         nowAt[i] = expected[i].times[TARVO_DHUHR].unix_seconds + 3600.0 * (i % 3 == 0 ? -10 : i % 3 == 1 ? 2 : 10);
-        CHECK(tarvo_now(NULL, &places[i], nowAt[i], 1, &expectedNow[i]) == TARVO_OK && expectedNow[i].current.present);
+        CHECK(tarvo_now(NULL, &places[i], nowAt[i], 1, &expectedNow[0][i]) == TARVO_OK && expectedNow[0][i].current.present);
     }
+    tarvo_settings* display = displaySettings();
+    CHECK(display != NULL);
+    int differs = 0;
+    for (int i = 0; i < kPlaces; ++i) {
+        CHECK(tarvo_now(display, &places[i], nowAt[i], 1, &expectedNow[1][i]) == TARVO_OK);
+        differs += strcmp(expectedNow[0][i].current.name, expectedNow[1][i].current.name) != 0;
+    }
+    CHECK(differs == kPlaces); /* Arabic names: the two kinds of answer can be told apart */
+    tarvo_settings_destroy(display);
     pthread_t threads[kThreads];
-    for (int i = 0; i < kThreads; ++i) CHECK(pthread_create(&threads[i], NULL, computeAll, NULL) == 0);
+    for (long i = 0; i < kThreads; ++i) CHECK(pthread_create(&threads[i], NULL, computeAll, (void*)i) == 0);
     for (int i = 0; i < kThreads; ++i) {
         void* mismatches = NULL;
         pthread_join(threads[i], &mismatches);

@@ -57,12 +57,8 @@ TEST_F(DayTimetable, MakkahWithAndWithoutAdjustments) {
 
     // A configuration of plain values (a host keeping its own settings) applies its own
     // minutes and reads none from the store: the stored Fajr and Qiyam minutes play no part.
-    PrayerConfiguration::Adjustments own;
-    own.use = true;
-    own.fajr = -4;
-    own.maghrib = 5;
-    const auto hostDay = TarvoDAO::dayTimetable(date, makkah(), Calendar(), IslamicCalendar(),
-                                                std::make_shared<PrayerConfiguration>(own));
+    const auto own = PrayerConfiguration::withValues({{"UsePrayerAdjustments", 1}, {"FajrAdj", -4}, {"MaghribAdj", 5}});
+    const auto hostDay = TarvoDAO::dayTimetable(date, makkah(), Calendar(), IslamicCalendar(), own);
     EXPECT_EQ(local(hostDay[0]), "2016-01-05 05:34");
     EXPECT_EQ(local(hostDay[5]), "2016-01-05 17:57");
     EXPECT_EQ(local(hostDay[7]), "2016-01-06 01:43");

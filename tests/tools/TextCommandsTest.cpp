@@ -93,6 +93,9 @@ TEST_F(TextCommands, DayAndNowUseThePlacesClockTheUsersSettingsAndTheClockFlag) 
     EXPECT_EQ(j["current"], json({{"type", 3}, {"name", "Asr"}, {"time", "2016-01-05T15:31:00+03:00"}, {"clock", "15:31"}}));
     EXPECT_EQ(j["next"]["time"], "2016-01-05T17:52:00+03:00");
     EXPECT_EQ(j["countdown"], json({{"seconds", 6720.0}, {"words", "1h 52m"}, {"timer", "01:52:00"}}));
+    // The day of the moment asked about decides Jumua, not the day the tool runs.
+    EXPECT_EQ(jsonOf(makkah("now", {"--at", "2024-03-15T12:40", "--json"}))["current"]["name"], "Jumua");
+    EXPECT_EQ(jsonOf(makkah("now", {"--at", "2024-03-14T12:40", "--json"}))["current"]["name"], "Duhr");
     run = runTarvo(makkah("now", {"--at", "2016-01-05T15:30:30", "--clock", "24"}));
     EXPECT_EQ(line(run.out, "In:"), "In:       30 seconds (00:00:30)") << run.out;
     EXPECT_EQ(line(run.out, "Next:"), "Next:     Asr 15:31") << run.out;

@@ -15,7 +15,9 @@
 #include "tarvo/astronomy/SunCalculator.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/facade/TarvoDAO.h"
+#include "tarvo/configuration/PrayerConfiguration.h"
 #include "tarvo/facade/TarvoDAODelegate.h"
+#include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Clock.h"
 #include "tarvo/platform/HostServices.h"
 #include "tarvo/prayers/Prayer.h"
@@ -92,12 +94,13 @@ struct NowReport {
     bool verbose = false;  ///< the library's inner workings in the text too
 };
 
-std::optional<PrayerMoment> momentOf(const std::shared_ptr<Prayer>& prayer, const Place& place) {
+std::optional<PrayerMoment> momentOf(const std::shared_ptr<Prayer>& prayer, const Place& place,
+                                     const Prayer::NameContext& naming) {
     if (!prayer) return std::nullopt;
     PrayerMoment m;
     m.clock = TarvoDAO::getFormattedPrayerTimeForPrayer(prayer, false, false);
     m.type = prayer->Type();
-    m.name = prayer->PrayerName();
+    m.name = prayer->PrayerName(naming);
     if (prayer->PrayerTime()) m.time = place.iso(*prayer->PrayerTime());
     return m;
 }
@@ -109,13 +112,13 @@ std::optional<Countdown> countdownTo(const std::shared_ptr<Prayer>& next, Date n
                      TarvoDAO::getTimerStyleTimeFromSeconds(seconds, true)};
 }
 
-Summary summaryOf(SmartPrayerInfo& info, const Place& place) {
+Summary summaryOf(SmartPrayerInfo& info, const Place& place, const Prayer::NameContext& naming) {
     Summary s;
-    s.complication = info.getInfoForGraphicalComplication();
+    s.complication = info.getInfoForGraphicalComplication(naming);
     s.refreshAt = place.iso(info.getBestTimeToRefreshComplication());
     s.color = SmartPrayerInfo::colorForPrayerState(info.prayerState());
     if (const auto ends = info.inPrayerEndingTime()) s.inPrayerEnds = place.iso(*ends);
-    s.focus = momentOf(info.prayerToFocus(), place);
+    s.focus = momentOf(info.prayerToFocus(), place, naming);
     s.state = info.prayerState();
     s.isInPrayer = info.isInPrayer();
     s.totalSeconds = info.totalTimeBetweenPrayers();
@@ -141,17 +144,22 @@ NowReport reportFrom(const CLI::App& cmd, const NowOptions& o) {
     facade->determineCurrentAndNextPrayerTimeForCity(place.city, true);
     HostServices::drainMainQueue();
 
+    // The prayers are named as on the day of the moment asked about, on the place's clock.
+    const auto configuration = facade->globalPrayerConfiguration();
+    const Prayer::NameContext naming =
+        Prayer::nameContextAt(now, Calendar(place.zone), configuration && configuration->UseSunrise(),
+                              configuration && configuration->ShowPrayerNamesInArabic());
     NowReport r;
     if (const auto info = facade->getLatestSmartInfoForCountdownToNextPrayer(o.countdown)) {
-        r.summary = summaryOf(*info, place);
+        r.summary = summaryOf(*info, place, naming);
     }
     r.now = place.iso(now);
     r.hijri = SunCalculator::convertToHijriFromDate(now);
     r.hijriParts = SunCalculator::getCompsForHijriFromDate(now);
     r.description = place.city->description();
     r.timeZone = place.zone.name();
-    r.current = momentOf(facade->CurrentPrayer(), place);
-    r.next = momentOf(facade->NextPrayer(), place);
+    r.current = momentOf(facade->CurrentPrayer(), place, naming);
+    r.next = momentOf(facade->NextPrayer(), place, naming);
     r.countdown = countdownTo(facade->NextPrayer(), now);
     r.delegateCalls = delegate->calls;
     r.verbose = o.verbose;

@@ -124,7 +124,16 @@ MethodOverrides methodOverrides(const CalculationOptions& o) {
 }
 
 void checkCalculationOptions(const CalculationOptions& o) {
-    // The options' own checks bound the angles to 0..90; the overrides refuse the rest.
+    // The library's rule for each value, said with the option that gave it; then the rules
+    // between values (Isha as an angle or as minutes).
+    const auto check = [](const char* option, const std::optional<double>& value, auto problem) {
+        if (!value) return;
+        if (const auto why = problem(*value)) throw UsageError(fmt::format("{}: {}", option, *why));
+    };
+    check("--fajr-angle", o.fajrAngle, [](double v) { return MethodOverrides::angleProblem(v, "Fajr"); });
+    check("--isha-angle", o.ishaAngle, [](double v) { return MethodOverrides::angleProblem(v, "Isha"); });
+    check("--maghrib-minutes", o.maghribMinutes, MethodOverrides::maghribMinutesProblem);
+    check("--isha-minutes", o.ishaMinutes, MethodOverrides::ishaMinutesProblem);
     if (const auto why = methodOverrides(o).problem()) throw UsageError(*why);
 }
 

@@ -19,9 +19,6 @@ public:
     /// A day of the years 1 to 9999 that exists ("2023-02-29 does not exist (2023-02 has
     /// 28 days)").
     static std::optional<std::string> dayProblem(int64_t year, int64_t month, int64_t day);
-    /// A depression angle a user chooses: above 0 (0 is a city's "not chosen", and as an
-    /// angle it would put Fajr at sunrise) and at most 90 degrees.
-    static std::optional<std::string> angleProblem(double degrees);
 };
 
 }  // namespace tarvo

@@ -2,7 +2,9 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tarvo/Export.h"
@@ -28,24 +30,15 @@ public:
     /// Class name carried by archives of a configuration.
     static constexpr std::string_view kArchiveClassName = "PrayerConfiguration";
 
-    /// The per-prayer adjustment minutes (signed) and whether they apply.
-    struct Adjustments {
-        bool use = false;
-        int64_t fajr = 0;
-        int64_t sunrise = 0;
-        int64_t dhuhr = 0;
-        int64_t asr = 0;
-        int64_t maghrib = 0;
-        int64_t isha = 0;
-        int64_t qiyam = 0;
-    };
-
     /// A configuration loaded from the shared user defaults and the current locale.
     PrayerConfiguration();
-    /// A configuration of plain values that reads no store and no locale: the adjustments
-    /// given, every other setting 0 or false. For hosts that keep their settings themselves
-    /// and hand them to a day computation (TarvoDAO::dayTimetable).
-    explicit PrayerConfiguration(const Adjustments& adjustments);
+    /// A configuration of plain values that reads no store and no locale: each named setting
+    /// (a key of settings(), "ShowQiyam") holds the value given, read as the store's value
+    /// would be (a flag kept as an integer is on for 1, or for any value but 0, as its key
+    /// says), every other setting 0 or false. For hosts and requests that keep their settings
+    /// themselves (TarvoDAO::dayTimetable, the C interface's settings). Nil when a key is not
+    /// a setting.
+    static std::shared_ptr<PrayerConfiguration> withValues(const std::vector<std::pair<std::string, int64_t>>& values);
 
     /// Re-reads every setting from the shared user defaults and the current locale. Also
     /// carries out the one-shot migration of the legacy "ArabicLabels" flag.
@@ -79,8 +72,6 @@ public:
     int64_t MaghribAdj() const { return MaghribAdj_; }
     int64_t IshaAdj() const { return IshaAdj_; }
     int64_t QiyamAdj() const { return QiyamAdj_; }
-    /// The seven adjustments above with UsePrayerAdjustments, as one value.
-    Adjustments adjustments() const;
     int64_t HijriCorrection() const { return HijriCorrection_; }
     /// The Islamic calendar of Hijri dates: 0 civil (arithmetical), 1 Umm al-Qura, 2
     /// astronomical (the numbers of IslamicCalendar::Kind).
@@ -114,6 +105,8 @@ public:
 
 private:
     friend class PrayerConfigurationArchive;
+    struct PlainValues {};
+    explicit PrayerConfiguration(PlainValues) {}
     struct Field;
     static const Field kFields[];
 

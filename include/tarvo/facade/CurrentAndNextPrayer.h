@@ -9,11 +9,10 @@
 #include "tarvo/Export.h"
 #include "tarvo/platform/Date.h"
 #include "tarvo/platform/TimeZone.h"
+#include "tarvo/prayers/Prayer.h"
 #include "tarvo/prayers/PrayerAdjustments.h"
 
 namespace tarvo {
-
-class Prayer;
 class PrayerConfiguration;
 class SmartPrayerInfo;
 class TarvoCity;
@@ -62,6 +61,9 @@ public:
         std::shared_ptr<SmartPrayerInfo> summary;
         /// The clock of the place at the moment (its zone, or its fixed offset).
         TimeZone clock;
+        /// How the prayers are named at the moment: the configuration's UseSunrise and
+        /// ShowPrayerNamesInArabic, Friday by the moment on the place's clock.
+        Prayer::NameContext naming;
     };
     /// The current and next prayer of `city` at `now`, its days made with `configuration`'s
     /// settings (ShowQiyam, the extra times; null: all off) and `adjustments`. `countdown`

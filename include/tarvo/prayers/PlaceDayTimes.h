@@ -15,8 +15,8 @@ class TarvoCity;
 
 /// One calendar day's times for a city as the engine gives them, to the second: the times of
 /// day (hours, index = prayer type), the offset from UTC they are written on, and the
-/// settings they were calculated by. The user's adjustments are added to the hours; the
-/// intervals of the adjustments are given to the engine. This is what a host shows as "the
+/// settings they were calculated by. The user's adjustments are added to the hours (the
+/// city's own angles and intervals are the engine's). This is what a host shows as "the
 /// day's times" (the facade's day lists are stamped to the minute instead).
 ///
 /// The day is the calendar day of the device's zone holding noon of the date, which the

@@ -24,14 +24,30 @@ class PrayerConfiguration;
 /// UseSunrise is off), 2 Dhuhr (Jumua on Fridays), 3 Asr, 4 Sunset, 5 Maghrib, 6 Isha,
 /// 7 Qiyam, 8 tomorrow's Fajr, 9 tomorrow's sunrise. Other values are legal and have no names.
 ///
-/// The name properties read UseSunrise and ShowPrayerNamesInArabic afresh at every call from
-/// the shared facade's configuration; the Friday tests read the clock's weekday, not the
-/// weekday of the record's own time. A record belongs to one thread at a time.
+/// The names depend on UseSunrise, ShowPrayerNamesInArabic and on whether the day of a
+/// reference moment is a Friday (not the weekday of the record's own time), all held in a
+/// NameContext. The calls without one read the two settings afresh from the shared facade's
+/// configuration and take the clock's current moment in the device's calendar; a request
+/// about another moment (what is current at 12:30 last Friday) names with the context of
+/// that moment. A record belongs to one thread at a time.
 class TARVO_EXPORT Prayer {
 public:
     enum PrayerType : int64_t {
         Fajr = 0, Sunrise, Dhuhr, Asr, Sunset, Maghrib, Isha, Qiyam, TomorrowFajr, TomorrowSunrise
     };
+
+    /// What the names are read in: the two display settings and the weekday of the moment
+    /// the question is about.
+    struct NameContext {
+        bool useSunrise = false;  ///< type 1 and 9 are "Sunrise" (else the forenoon prayer Doha)
+        bool arabic = false;      ///< display names in Arabic
+        bool friday = false;      ///< the reference moment falls on a Friday: Dhuhr is Jumua
+    };
+    /// The shared configuration's settings and the clock's current moment in the device's
+    /// calendar: what the calls without a context use.
+    static NameContext currentNameContext();
+    /// The given settings, with Friday decided by `moment` on `calendar` (its zone's day).
+    static NameContext nameContextAt(Date moment, const Calendar& calendar, bool useSunrise, bool arabic);
 
     /// A record of the given type; no time, no adjustment, not fixed.
     static std::shared_ptr<Prayer> CreatePrayerOfType(int64_t type);
@@ -62,9 +78,11 @@ public:
     /// The display name: Arabic with ShowPrayerNamesInArabic, else the English name through
     /// the host's localisation.
     std::string PrayerName() const;
+    std::string PrayerName(const NameContext& context) const;
     /// "Fajr", "Sunrise"/"Doha", "Duhr"/"Jumua", "Asr", "Sunset", "Maghrib", "Isha", "Qiyam";
     /// "-" for other types. Never localised.
     std::string PrayerNameEnglish() const;
+    std::string PrayerNameEnglish(const NameContext& context) const;
     /// The type a person names: a number 0 to 9, or the name of one of the eight prayers of
     /// the day in any letter case, spelled as the engine spells it ("Dhuhr"), as the lists
     /// print it whatever the settings and the weekday ("Duhr", "Jumua", "Sunrise", "Doha"), in
@@ -72,15 +90,22 @@ public:
     static std::optional<int64_t> typeNamed(std::string_view text);
     /// The Arabic name ("-" for other types).
     std::string PrayerNameArabic() const;
+    std::string PrayerNameArabic(const NameContext& context) const;
     /// One or two letters, English or Arabic by ShowPrayerNamesInArabic. Never localised.
     std::string ShortName() const;
+    std::string ShortName(const NameContext& context) const;
     /// The Arabic short name with ShowPrayerNamesInArabic, else the localised three-letter key.
     std::string ShortThreeLetterName() const;
+    std::string ShortThreeLetterName(const NameContext& context) const;
     /// The three-letter key as it stands ("Fjr", "AsrSMALL", ...).
     std::string ShortThreeLetterNameEnglish() const;
+    std::string ShortThreeLetterNameEnglish(const NameContext& context) const;
     std::string ShortTwoLetterNameEnglish() const;
+    std::string ShortTwoLetterNameEnglish(const NameContext& context) const;
     /// Type 2 on a day whose current weekday (by the clock) is Friday.
     bool isJumua() const;
+    /// Type 2 when `moment` falls on a Friday in `calendar` (default: the device's).
+    bool isJumuaAt(Date moment, const Calendar& calendar = Calendar()) const;
     /// The preference key prefix of this prayer's alert settings; "" for Sunset and others.
     std::string alertID() const;
     /// "Asr: 2016-01-05 12:31:00 +0000"; "Unknown" for other types.

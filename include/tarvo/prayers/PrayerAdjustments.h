@@ -10,23 +10,24 @@
 
 namespace tarvo {
 
-class PrayerCalculator;
 class PrayerConfiguration;
 
-/// What a user changes in a computed day, as a plain value: minutes added to each prayer
-/// (Fajr, Sunrise, Dhuhr, Asr, Maghrib, Isha, Qiyam) and fixed intervals for Maghrib after
-/// sunset and Isha after Maghrib in place of the method's own rule.
+/// The minutes a user adds to each prayer of a computed day (Fajr, Sunrise, Dhuhr, Asr,
+/// Maghrib, Isha, Qiyam), as a plain value: the one home of the per-prayer adjustments,
+/// whether they come from the stored configuration or from a request. Intervals that replace
+/// a method's rule (Maghrib minutes after sunset, Isha after Maghrib) are not adjustments:
+/// they are MethodOverrides the engine applies.
 ///
 /// The per-prayer minutes follow the user's settings: Sunset moves with Maghrib (the two are
 /// the same moment unless a method delays Maghrib), and tomorrow's Fajr and sunrise with
 /// today's. A value made from a configuration carries its minutes only when the
-/// configuration applies adjustments (UsePrayerAdjustments); it has no intervals.
+/// configuration applies adjustments (UsePrayerAdjustments).
 class TARVO_EXPORT PrayerAdjustments {
 public:
-    /// Longest adjustment or interval accepted, in minutes: a whole day.
+    /// Longest adjustment accepted, in minutes: a whole day.
     static constexpr int64_t kMaximumMinutes = 1440;
 
-    /// No minutes added, the method's own intervals.
+    /// No minutes added.
     PrayerAdjustments() = default;
     /// The configuration's adjustment minutes when it applies them (or `force`), else none;
     /// none for a null configuration.
@@ -39,15 +40,6 @@ public:
     /// (Sunset, the tomorrow entries) or more than a day either way is refused with the reason.
     std::optional<std::string> setMinutes(int64_t type, int64_t minutes);
 
-    /// Maghrib this many minutes after sunset, and Isha this many after Maghrib, instead of
-    /// the method's rule; nothing keeps the method's. An interval must lie in 0 to a day.
-    std::optional<std::string> setMaghribMinutes(std::optional<double> minutes);
-    std::optional<std::string> setIshaMinutes(std::optional<double> minutes);
-    const std::optional<double>& maghribMinutes() const { return maghribMinutes_; }
-    const std::optional<double>& ishaMinutes() const { return ishaMinutes_; }
-
-    /// Gives the calculator the chosen intervals (none: nothing changes).
-    void applyIntervals(PrayerCalculator& calculator) const;
     /// The engine's times of day (hours, index = type) with each prayer's minutes added; a
     /// missing time stays missing.
     std::vector<double> adjustedHours(const std::vector<double>& hours) const;
@@ -57,8 +49,6 @@ public:
 private:
     // Indexed by type 0-7; Sunset's slot is never set (it reads Maghrib's).
     std::array<int64_t, 8> minutes_{};
-    std::optional<double> maghribMinutes_;
-    std::optional<double> ishaMinutes_;
 };
 
 }  // namespace tarvo

@@ -9,11 +9,10 @@
 #include "tarvo/Export.h"
 #include "tarvo/platform/Color.h"
 #include "tarvo/platform/Date.h"
+#include "tarvo/prayers/Prayer.h"
 #include "tarvo/summary/SmartPrayerState.h"
 
 namespace tarvo {
-
-class Prayer;
 
 /// The compact state of the day for watch complications and countdowns, made from the
 /// current prayer and the next one: which of the two to show ("focus"), how far the time
@@ -77,8 +76,12 @@ public:
     static Color colorForPrayerState(int64_t state);
 
     // ---- Complications --------------------------------------------------------------------
-    /// Refreshes, then answers the focused prayer's name and the state's localised label.
+    /// Refreshes, then answers the focused prayer's name and the state's localised label. The
+    /// name is read in the shared settings, on the day of the summary's fixed moment when it
+    /// has one (else of now).
     std::array<std::string, 2> getInfoForGraphicalComplication();
+    /// The same with the prayer named in `context`.
+    std::array<std::string, 2> getInfoForGraphicalComplication(const Prayer::NameContext& context);
     /// When the complication should next be redrawn, from the fields as the last refresh
     /// left them (the clock is read where a stage needs it).
     Date getBestTimeToRefreshComplication() const;
