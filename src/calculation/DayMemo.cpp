@@ -12,14 +12,16 @@ namespace tarvo {
 
 namespace {
 
-// Two days (the day and the next) of a few hundred places, the most a host shows at once.
-constexpr size_t kSlots = 512;
+// Two days (the day and the next) of a few hundred places, the most a host shows at once,
+// with room to spare so that few of them share a slot.
+constexpr size_t kSlotBits = 10;
+constexpr size_t kSlots = size_t{1} << kSlotBits;
 
 struct Slot {
     uint64_t hash;
     MethodParameters method;
     Place place;
-    TimeZone calendarZone;
+    TimeZone calendarZone = TimeZone::gmt();
     uint64_t moment;
     DayTimes day;
 };
@@ -49,15 +51,19 @@ DayTimes DayMemo::day(const MethodParameters& method, const Place& place, Date d
     thread_local std::unique_ptr<std::optional<Slot>[]> slots = std::make_unique<std::optional<Slot>[]>(kSlots);
     const uint64_t moment = bitsOf(date.timeIntervalSince1970());
     const uint64_t hash = hashOf(method, place, moment);
-    std::optional<Slot>& slot = slots[hash >> 55];  // the top 9 bits: 512 slots
-    static_assert(kSlots == 512);
+    std::optional<Slot>& slot = slots[hash >> (64 - kSlotBits)];
     if (slot && slot->hash == hash && slot->moment == moment && slot->place == place && slot->method == method &&
         slot->calendarZone == calendar.timeZone()) {
         return slot->day;
     }
-    const DayTimes day = compute(method, place, date, calendar);
-    slot = Slot{hash, method, place, calendar.timeZone(), moment, day};
-    return day;
+    if (!slot) slot.emplace();
+    slot->hash = hash;
+    slot->method = method;
+    slot->place = place;
+    slot->calendarZone = calendar.timeZone();
+    slot->moment = moment;
+    slot->day = compute(method, place, date, calendar);
+    return slot->day;
 }
 
 }  // namespace tarvo

@@ -41,17 +41,23 @@ TarvoDAO::DayList timelessDay() {
 // day (a Reykjavik sunset at 00:04 in June is the next day's; a Qiyam at 01:30 after a 21:00
 // Isha too). Deciding on exact minutes, not whole hours, keeps every record after the one it
 // follows. The tomorrow entries always carry the next day.
-std::array<bool, kDaySize> stampedOnNextDay(const std::array<double, kDaySize>& times) {
-    const auto minuteOfDay = [](double t) {
-        return PrayerCalculator::floatToHour(t) * 60 + PrayerCalculator::floatToMin(t);
-    };
+// Each entry's clock hour and minute, as the records are stamped with them: worked out once
+// per entry, for the day order and the records alike.
+struct ClockReading {
+    int64_t hour;
+    int64_t minute;
+};
+
+std::array<bool, kDaySize> stampedOnNextDay(const std::array<double, kDaySize>& times,
+                                            const std::array<ClockReading, kDaySize>& clock) {
+    const auto minuteOfDay = [&clock](size_t i) { return clock[i].hour * 60 + clock[i].minute; };
     std::array<bool, kDaySize> next{};
     next[Prayer::TomorrowFajr] = next[Prayer::TomorrowSunrise] = true;
-    int64_t previous = minuteOfDay(times[Prayer::Dhuhr]);
+    int64_t previous = minuteOfDay(Prayer::Dhuhr);
     bool pastMidnight = false;
     for (size_t i = Prayer::Asr; i <= Prayer::Qiyam; ++i) {
         if (std::isfinite(times[i])) {  // a time the engine could not find follows no order
-            const int64_t minute = minuteOfDay(times[i]);
+            const int64_t minute = minuteOfDay(i);
             pastMidnight = pastMidnight || minute < previous;
             previous = minute;
         }
@@ -150,7 +156,11 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
     const double todayOffset = std::round(inputs.engine.timeZoneOffset(date) * 3600.0);
     const double tomorrowOffset = std::round(inputs.engine.timeZoneOffset(tomorrow) * 3600.0);
 
-    const std::array<bool, kDaySize> onNextDay = stampedOnNextDay(times);
+    std::array<ClockReading, kDaySize> clock;
+    for (size_t i = 0; i < kDaySize; ++i) {
+        clock[i] = {PrayerCalculator::floatToHour(times[i]), PrayerCalculator::floatToMin(times[i])};
+    }
+    const std::array<bool, kDaySize> onNextDay = stampedOnNextDay(times, clock);
     const bool useSunrise = config && config->UseSunrise();
     // The engine writes times of day on the clock of the moment it was asked about (today's
     // offset for today's entries, tomorrow's for tomorrow's). Each record's moment is that
@@ -173,8 +183,8 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
             continue;
         }
         const DateComponents& stamp = onNextDay[i] ? next : today;
-        prayer->setPrayerYear(stamp.year, stamp.month, stamp.day, PrayerCalculator::floatToHour(times[i]),
-                              PrayerCalculator::floatToMin(times[i]), adjustments.minutesFor(type),
+        prayer->setPrayerYear(stamp.year, stamp.month, stamp.day, clock[i].hour, clock[i].minute,
+                              adjustments.minutesFor(type),
                               wallClock, scratch);
         const double offset = i >= Prayer::TomorrowFajr ? tomorrowOffset : todayOffset;
         prayer->setPrayerTime(prayer->PrayerTime()->addingTimeInterval(-offset));
