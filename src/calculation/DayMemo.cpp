@@ -1,5 +1,6 @@
 #include "calculation/DayMemo.h"
 
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <functional>
@@ -18,7 +19,6 @@ constexpr size_t kSlotBits = 10;
 constexpr size_t kSlots = size_t{1} << kSlotBits;
 
 struct Slot {
-    uint64_t hash;
     MethodParameters method;
     Place place;
     TimeZone calendarZone = TimeZone::gmt();
@@ -48,16 +48,34 @@ uint64_t hashOf(const MethodParameters& method, const Place& place, uint64_t mom
 }  // namespace
 
 DayTimes DayMemo::day(const MethodParameters& method, const Place& place, Date date, const Calendar& calendar) {
-    thread_local std::unique_ptr<std::optional<Slot>[]> slots = std::make_unique<std::optional<Slot>[]>(kSlots);
+    // The slots' hashes apart from the slots, in a few cache lines: a request whose hash is not
+    // there reads no slot at all. A hash of 0 marks an empty slot. Slots go in pairs (a day may
+    // sit in either of its pair), and a new day replaces the one of the pair used less recently.
+    struct Memo {
+        std::array<uint64_t, kSlots> hashes{};
+        std::array<uint8_t, kSlots / 2> recent{};  // the way of each pair used last
+        std::unique_ptr<std::optional<Slot>[]> slots = std::make_unique<std::optional<Slot>[]>(kSlots);
+    };
+    thread_local Memo memo;
     const uint64_t moment = bitsOf(date.timeIntervalSince1970());
-    const uint64_t hash = hashOf(method, place, moment);
-    std::optional<Slot>& slot = slots[hash >> (64 - kSlotBits)];
-    if (slot && slot->hash == hash && slot->moment == moment && slot->place == place && slot->method == method &&
-        slot->calendarZone == calendar.timeZone()) {
-        return slot->day;
+    const uint64_t hash = hashOf(method, place, moment) | 1;
+    const size_t pair = hash >> (64 - kSlotBits + 1);
+    for (size_t way = 0; way < 2; ++way) {
+        const size_t index = 2 * pair + way;
+        if (memo.hashes[index] != hash) continue;
+        const Slot& slot = *memo.slots[index];
+        if (slot.moment == moment && slot.place == place && slot.method == method &&
+            slot.calendarZone == calendar.timeZone()) {
+            memo.recent[pair] = static_cast<uint8_t>(way);
+            return slot.day;
+        }
     }
+    const size_t way = memo.recent[pair] == 0 ? 1 : 0;
+    memo.recent[pair] = static_cast<uint8_t>(way);
+    const size_t index = 2 * pair + way;
+    std::optional<Slot>& slot = memo.slots[index];
     if (!slot) slot.emplace();
-    slot->hash = hash;
+    memo.hashes[index] = hash;
     slot->method = method;
     slot->place = place;
     slot->calendarZone = calendar.timeZone();
