@@ -51,6 +51,8 @@ set(TARVO_SOURCES_astronomy
 )
 set(TARVO_SOURCES_calculation
   src/calculation/CalculationMethod.cpp
+  src/calculation/DayEngine.cpp
+  src/calculation/DayMemo.cpp
   src/calculation/DubaiFixedTimes.cpp
   src/calculation/FixedTimetable.cpp
   src/calculation/MethodOverrides.cpp
@@ -58,11 +60,11 @@ set(TARVO_SOURCES_calculation
   src/calculation/PolarResolution.cpp
   src/calculation/PolarResolver.cpp
   src/calculation/PrayerCalculator.cpp
-  src/calculation/PrayerCalculatorHighLatitude.cpp
   src/calculation/PrayerCalculatorMethods.cpp
   src/calculation/PrayerCalculatorSolar.cpp
   src/calculation/PrayerCalculatorTimeFormat.cpp
   src/calculation/PrayerZone.cpp
+  src/calculation/SolarEvents.cpp
   src/calculation/TimetableCsvParser.cpp
 )
 set(TARVO_SOURCES_configuration

@@ -19,20 +19,22 @@ constexpr int kBisections = 20;
 
 }  // namespace
 
-PolarResolver::PolarResolver(const PrayerCalculator& calculator) : calculator_(calculator), probe_(calculator) {
+PolarResolver::PolarResolver(const DayEngine& engine) : engine_(engine), probeMethod_(engine.methodParameters()) {
     // The automatic method and high-latitude rule follow the latitude: keep the place's own
     // while the probe computes other latitudes, and never resolve again inside the probe.
-    probe_.setCalcMethod(calculator.calcMethod());
-    probe_.setAdjustHighLats(calculator.adjustHighLats());
-    probe_.setPolarResolution(PolarResolution::None);
+    probeMethod_.method = engine.method();
+    probeMethod_.highLatitudeRule = engine.highLatitudeRule();
+    probeMethod_.polarResolution = PolarResolution::None;
 }
 
 std::vector<double> PolarResolver::timesOn(Date date, std::optional<double> latitude) {
-    probe_.setLat(latitude.value_or(calculator_.lat()));
-    probe_.setDay(date);
-    std::vector<double> times = probe_.rawDayTimes();
-    probe_.shiftToClock(times);
-    probe_.adjustHighLatTimes(times);
+    Place place = engine_.place();
+    place.latitude = latitude.value_or(place.latitude);
+    const DayEngine probe(probeMethod_, place, engine_.calendar(),
+                          DayFrame::of(engine_.calendar(), date, place.longitude));
+    std::vector<double> times = probe.rawDayTimes();
+    probe.shiftToClock(times);
+    probe.adjustHighLatTimes(times);
     return times;
 }
 
@@ -40,11 +42,11 @@ bool PolarResolver::complete(const std::vector<double>& times) {
     for (const double t : times) {
         if (!std::isfinite(t)) return false;
     }
-    return times.size() >= PrayerCalculator::EntryCount;
+    return times.size() >= DayEngine::EntryCount;
 }
 
 std::optional<std::vector<double>> PolarResolver::nearestDay(Date today) {
-    const Calendar& calendar = calculator_.globalGregCal();
+    const Calendar& calendar = engine_.calendar();
     for (int64_t k = 1; k <= kMaxDaysAway; ++k) {
         for (const int64_t away : {-k, k}) {
             std::vector<double> times = timesOn(calendar.dateByAddingDays(away, today));
@@ -57,7 +59,7 @@ std::optional<std::vector<double>> PolarResolver::nearestDay(Date today) {
 std::optional<std::vector<double>> PolarResolver::nearestLatitude(Date today) {
     // `missing` is a latitude without a complete day, `found` one with: the equator, where the
     // sun always rises and sets, to start with.
-    double missing = calculator_.lat();
+    double missing = engine_.place().latitude;
     double found = 0;
     std::vector<double> best = timesOn(today, found);
     if (!complete(best)) return std::nullopt;
@@ -75,8 +77,8 @@ std::optional<std::vector<double>> PolarResolver::nearestLatitude(Date today) {
 }
 
 bool PolarResolver::inDayOrder(const std::vector<double>& t) const {
-    const auto p = calculator_.params();
-    using C = PrayerCalculator;
+    const auto p = engine_.params();
+    using C = DayEngine;
     const bool angleFajr = p[0] == 0;
     const bool angleIsha = p[4] == 0;
     return (!angleFajr || t[C::Fajr] <= t[C::Sunrise]) && t[C::Sunrise] <= t[C::Dhuhr] && t[C::Dhuhr] <= t[C::Asr] &&
@@ -86,12 +88,12 @@ bool PolarResolver::inDayOrder(const std::vector<double>& t) const {
 }
 
 std::optional<std::vector<double>> PolarResolver::sourceFor(Date date) {
-    return calculator_.polarResolution() == PolarResolution::NearestDay ? nearestDay(date) : nearestLatitude(date);
+    return engine_.methodParameters().polarResolution == PolarResolution::NearestDay ? nearestDay(date) : nearestLatitude(date);
 }
 
 std::vector<double> PolarResolver::filledFrom(const std::vector<double>& times, const std::vector<double>& from,
                                               bool keepDistanceFromNoon) {
-    using C = PrayerCalculator;
+    using C = DayEngine;
     const auto value = [&](size_t i) {
         return keepDistanceFromNoon ? from[i] - from[C::Dhuhr] + times[C::Dhuhr] : from[i];
     };
@@ -102,7 +104,7 @@ std::vector<double> PolarResolver::filledFrom(const std::vector<double>& times, 
         if (!std::isfinite(filled[i])) filled[i] = value(i);
     }
     std::vector<double> repaired = filled;
-    probe_.adjustHighLatTimes(repaired);
+    DayEngine(probeMethod_, engine_.place(), engine_.calendar(), engine_.frame()).adjustHighLatTimes(repaired);
     for (const size_t i : {C::Fajr, C::Maghrib, C::Isha, C::TomorrowFajr}) {
         if (!std::isfinite(filled[i])) filled[i] = std::isfinite(repaired[i]) ? repaired[i] : value(i);
     }
@@ -126,9 +128,9 @@ std::optional<std::vector<double>> PolarResolver::filledDay(const std::vector<do
 }
 
 void PolarResolver::fill(std::vector<double>& times) {
-    using C = PrayerCalculator;
-    if (calculator_.polarResolution() == PolarResolution::None || complete(times)) return;
-    const Date today = calculator_.GregDate().value_or(Date());
+    using C = DayEngine;
+    if (engine_.methodParameters().polarResolution == PolarResolution::None || complete(times)) return;
+    const Date today = engine_.frame().today;
     std::optional<std::vector<double>> filled = filledDay(times, today);
     if (!filled) {
         TARVO_LOG_INFO("No day or latitude with a sunrise and a sunset to take the missing times from");
@@ -138,7 +140,7 @@ void PolarResolver::fill(std::vector<double>& times) {
     // before filled as its tomorrow's, so that each night's Isha, Qiyam and Fajr come from one
     // source and follow one another from one day's list to the next.
     if (!std::isfinite(times[C::Fajr]) || !std::isfinite(times[C::Sunrise])) {
-        const Date yesterday = calculator_.globalGregCal().dateByAddingDays(-1, today);
+        const Date yesterday = engine_.calendar().dateByAddingDays(-1, today);
         if (const auto before = filledDay(timesOn(yesterday), yesterday)) {
             if (!std::isfinite(times[C::Fajr])) (*filled)[C::Fajr] = (*before)[C::TomorrowFajr];
             if (!std::isfinite(times[C::Sunrise])) (*filled)[C::Sunrise] = (*before)[C::TomorrowSunrise];

@@ -3,24 +3,24 @@
 #include <optional>
 #include <vector>
 
-#include "tarvo/calculation/PrayerCalculator.h"
+#include "calculation/DayEngine.h"
 
 namespace tarvo {
 
-/// Fills the times a polar day or night leaves missing, by the calculator's PolarResolution.
+/// Fills the times a polar day or night leaves missing, by the day's PolarResolution.
 ///
 ///   Given:    the day's ten times as the pipeline has them after the high-latitude repair
-///             (local clock hours, NaN where the sun gives no moment), and the calculator
-///             that computed them, set to the day and place.
+///             (local clock hours, NaN where the sun gives no moment), and the engine
+///             that computed them, for the day and place.
 ///   Returned: the same times with every NaN entry filled, or unchanged when the resolution
 ///             is None or no day or latitude with a sunrise and a sunset is found.
-///   Notes:    the filling days and latitudes are computed by a copy of the calculator with
-///             its automatic choices (method, high-latitude rule) fixed as the place resolved
+///   Notes:    the filling days and latitudes are computed with the engine's inputs, its
+///             automatic choices (method, high-latitude rule) fixed as the place resolved
 ///             them, up to the same step of the pipeline, so the minute rules, Dhuhr minutes
 ///             and Qiyam that follow apply to the filled times as to any other.
 class PolarResolver {
 public:
-    explicit PolarResolver(const PrayerCalculator& calculator);
+    explicit PolarResolver(const DayEngine& engine);
 
     void fill(std::vector<double>& times);
 
@@ -46,8 +46,9 @@ private:
     /// sunrise, where the method measures them by angle.
     bool inDayOrder(const std::vector<double>& times) const;
 
-    const PrayerCalculator& calculator_;
-    PrayerCalculator probe_;
+    const DayEngine& engine_;
+    /// The engine's method with its automatic choices fixed, and no polar resolution.
+    MethodParameters probeMethod_;
 };
 
 }  // namespace tarvo

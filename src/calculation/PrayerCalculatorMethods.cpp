@@ -137,14 +137,6 @@ int64_t PrayerCalculator::adjustHighLats() const {
     return adjustHighLats_ != 0 ? adjustHighLats_ : getAutoHighLatMethodFromLocation(lat_);
 }
 
-std::array<double, 6> PrayerCalculator::params() const {
-    std::array<double, 6> p{};  // a method without a table entry reads as all zero
-    if (auto it = methodParams_->find(calcMethod()); it != methodParams_->end() && it->second.size() == 6) {
-        std::copy(it->second.begin(), it->second.end(), p.begin());
-    }
-    return p;
-}
-
 void PrayerCalculator::setCustomParams(MethodParams& p) {
     if (p.size() != 6) {
         TARVO_LOG_ERROR("Custom method parameters need six values, got {}; ignored", p.size());

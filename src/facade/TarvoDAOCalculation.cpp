@@ -3,7 +3,10 @@
 #include <array>
 #include <cmath>
 #include <mutex>
+#include <optional>
 
+#include "calculation/CalculatorInputs.h"
+#include "calculation/DayMemo.h"
 #include "platform/host/LogMacros.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/cities/CityCalculatorSetup.h"
@@ -38,23 +41,42 @@ TarvoDAO::DayList timelessDay() {
 // day (a Reykjavik sunset at 00:04 in June is the next day's; a Qiyam at 01:30 after a 21:00
 // Isha too). Deciding on exact minutes, not whole hours, keeps every record after the one it
 // follows. The tomorrow entries always carry the next day.
-std::array<bool, kDaySize> stampedOnNextDay(const std::vector<double>& times) {
-    const auto minuteOfDay = [](double t) {
-        return PrayerCalculator::floatToHour(t) * 60 + PrayerCalculator::floatToMin(t);
-    };
+// Each entry's clock hour and minute, as the records are stamped with them: worked out once
+// per entry, for the day order and the records alike.
+struct ClockReading {
+    int64_t hour;
+    int64_t minute;
+};
+
+std::array<bool, kDaySize> stampedOnNextDay(const std::array<double, kDaySize>& times,
+                                            const std::array<ClockReading, kDaySize>& clock) {
+    const auto minuteOfDay = [&clock](size_t i) { return clock[i].hour * 60 + clock[i].minute; };
     std::array<bool, kDaySize> next{};
     next[Prayer::TomorrowFajr] = next[Prayer::TomorrowSunrise] = true;
-    int64_t previous = minuteOfDay(times[Prayer::Dhuhr]);
+    int64_t previous = minuteOfDay(Prayer::Dhuhr);
     bool pastMidnight = false;
     for (size_t i = Prayer::Asr; i <= Prayer::Qiyam; ++i) {
         if (std::isfinite(times[i])) {  // a time the engine could not find follows no order
-            const int64_t minute = minuteOfDay(times[i]);
+            const int64_t minute = minuteOfDay(i);
             pastMidnight = pastMidnight || minute < previous;
             previous = minute;
         }
         next[i] = pastMidnight;
     }
     return next;
+}
+
+// The Isha interval the settings ask for, in minutes after the adjusted Maghrib's moment; none
+// when the city carries its own Isha minutes (set with its angles: the user chose them for
+// that place, its mosque's timetable, while the options are for every place) or no option is
+// on. In a Saudi Ramadan the two-hour interval wins over the 90-minute option on purpose:
+// that is the official Ramadan rule there.
+std::optional<int64_t> ishaIntervalOption(const TarvoCity& city, const PrayerConfiguration* config, bool ramadan,
+                                          const PrayerAdjustments& adjustments) {
+    if (city.ishaMinutes()) return std::nullopt;
+    if (config && !ramadan && config->OneHalfHourAfterMaghrib()) return adjustments.minutesFor(Prayer::Maghrib) + 90;
+    if (ramadan || (config && config->TwoHourAfterMaghrib())) return adjustments.minutesFor(Prayer::Maghrib) + 120;
+    return std::nullopt;
 }
 
 }  // namespace
@@ -104,15 +126,8 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
     if (config && config->OneHalfHourBeforeSunrise()) {
         calculator.setFajrMinutes(static_cast<double>(90 - adjustments.minutesFor(Prayer::Sunrise)));
     }
-    // In a Saudi Ramadan the two-hour interval wins over the 90-minute option on purpose:
-    // that is the official Ramadan rule there. A city's own Isha minutes win over all three:
-    // the user set them for that place (its mosque's timetable), the options for every place.
-    if (city->ishaMinutes()) {
-        // set by configureCalculatorFromCity
-    } else if (config && !ramadan && config->OneHalfHourAfterMaghrib()) {
-        calculator.setIshaMinutes(static_cast<double>(adjustments.minutesFor(Prayer::Maghrib) + 90));
-    } else if (ramadan || (config && config->TwoHourAfterMaghrib())) {
-        calculator.setIshaMinutes(static_cast<double>(adjustments.minutesFor(Prayer::Maghrib) + 120));
+    if (const auto minutes = ishaIntervalOption(*city, config.get(), ramadan, adjustments)) {
+        calculator.setIshaMinutes(static_cast<double>(*minutes));
     }
 
     DateComponents addOneDay;
@@ -123,26 +138,27 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
 
     TARVO_LOG_VERBOSE("Get Prayer Times for City {} Timezone: {}, {}", city->cityName().value_or("(null)"),
                       city->TimeZone().value_or("(null)"), date.description());
-    std::vector<double> times = calculator.getDatePrayerTimesAsDoubles(date, city->cityName(), city->countryName(),
-                                                                       city->latitude(), city->longitude(),
-                                                                       city->TimeZone());
-    // The offset from GMT, in whole seconds, in which the day's times are written.
-    const double todayOffset = std::round(calculator.getTimeZoneOffset(date) * 3600.0);
-    if (times.size() < kDaySize) {
-        TARVO_LOG_ERROR("PRAYERS ARE NULL");
-        return timelessDay();
-    }
-    // The same calculator, so the Fajr and Isha rules decided for the requested day apply.
-    // Of the next day only its Fajr and sunrise are wanted, and only they are computed; the
-    // fixed-timetable flag, as that computation leaves it, is the one the records carry.
-    const std::array<double, 2> nextMorning = calculator.getDateFajrAndSunrise(
-        tomorrow, city->cityName(), city->countryName(), city->latitude(), city->longitude(), city->TimeZone());
-    times[Prayer::TomorrowFajr] = nextMorning[0];
-    times[Prayer::TomorrowSunrise] = nextMorning[1];
-    const bool fixed = calculator.isUsingFixedTimings();
-    const double tomorrowOffset = std::round(calculator.getTimeZoneOffset(tomorrow) * 3600.0);
+    const CalculatorInputs inputs(calculator, city->cityName(), city->countryName(), city->latitude(),
+                                  city->longitude(), city->TimeZone());
+    // The next day's Fajr and sunrise come from that day in full, with the Fajr and Isha
+    // rules decided for the requested day: the same bits as its morning alone, and a list of
+    // the next day (asked next in a month or a run of days) finds it already computed. The
+    // fixed-timetable flag of the next day is the one the records carry.
+    const DayTimes requested = DayMemo::day(inputs.method, inputs.place, date, calculator.globalGregCal());
+    const DayTimes following = DayMemo::day(inputs.method, inputs.place, tomorrow, calculator.globalGregCal());
+    std::array<double, kDaySize> times = requested.times;
+    times[Prayer::TomorrowFajr] = following.times[Prayer::Fajr];
+    times[Prayer::TomorrowSunrise] = following.times[Prayer::Sunrise];
+    const bool fixed = following.usingFixedTimings;
+    // The offsets from GMT, in whole seconds, in which the day's and the next day's times are written.
+    const double todayOffset = std::round(inputs.engine.timeZoneOffset(date) * 3600.0);
+    const double tomorrowOffset = std::round(inputs.engine.timeZoneOffset(tomorrow) * 3600.0);
 
-    const std::array<bool, kDaySize> onNextDay = stampedOnNextDay(times);
+    std::array<ClockReading, kDaySize> clock;
+    for (size_t i = 0; i < kDaySize; ++i) {
+        clock[i] = {PrayerCalculator::floatToHour(times[i]), PrayerCalculator::floatToMin(times[i])};
+    }
+    const std::array<bool, kDaySize> onNextDay = stampedOnNextDay(times, clock);
     const bool useSunrise = config && config->UseSunrise();
     // The engine writes times of day on the clock of the moment it was asked about (today's
     // offset for today's entries, tomorrow's for tomorrow's). Each record's moment is that
@@ -165,8 +181,8 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
             continue;
         }
         const DateComponents& stamp = onNextDay[i] ? next : today;
-        prayer->setPrayerYear(stamp.year, stamp.month, stamp.day, PrayerCalculator::floatToHour(times[i]),
-                              PrayerCalculator::floatToMin(times[i]), adjustments.minutesFor(type),
+        prayer->setPrayerYear(stamp.year, stamp.month, stamp.day, clock[i].hour, clock[i].minute,
+                              adjustments.minutesFor(type),
                               wallClock, scratch);
         const double offset = i >= Prayer::TomorrowFajr ? tomorrowOffset : todayOffset;
         prayer->setPrayerTime(prayer->PrayerTime()->addingTimeInterval(-offset));

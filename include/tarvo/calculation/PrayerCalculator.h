@@ -198,47 +198,18 @@ public:
     bool isKualaLumpur() const { return isKualaLumpur_; }
 
 private:
-    friend class PolarResolver;
-    /// How much of the day the pipeline computes: all of it, or Fajr and sunrise only.
-    enum class Stage { WholeDay, Morning };
-    /// Sets the place (country, latitude, longitude, zone) and whether it keeps an official
+    /// Gathers this calculator's settings and day into the inputs of the day engine.
+    friend struct CalculatorInputs;
+    /// Sets the place (names, latitude, longitude, zone) and whether it keeps an official
     /// timetable.
     void setPlace(const std::optional<std::string>& cityName, const std::optional<std::string>& countryName,
                   double latitude, double longitude, const std::optional<std::string>& timeZoneName);
-    /// The pipeline on the day set, for `stage`.
-    std::vector<double> pipelineTimes(Stage stage);
-    /// adjustTimes for `stage`.
-    std::vector<double>& adjustTimes(std::vector<double>& times, Stage stage);
     /// Sets the day (and the next) from a moment: its date in the device's calendar, and the
     /// Julian dates shifted by the longitude.
     void setDay(Date date);
-    /// The raw times of the day set, from the first guesses.
-    std::vector<double> rawDayTimes(Stage stage = Stage::WholeDay) const;
-    /// Moves raw times onto the place's clock: today's offset for today's entries, tomorrow's
-    /// for tomorrow's, less the longitude's mean time.
-    void shiftToClock(std::vector<double>& times) const;
-    /// Parameters of the resolved method; all zero when the method has no table entry.
-    std::array<double, 6> params() const;
     void setSingleParam(size_t selectorIndex, double selector, double value);
-    double timetableKeyForToday() const;
-    double timetableKeyForTomorrow() const;
-    void applyFixedTimetable(std::vector<double>& times);
-    /// The authority's own rules of a named method (from 8), after the minute rules and before
-    /// the official timetables and Qiyam: the seasonal twilight, the safety minutes, then the
-    /// rounding of each printed time. Methods 1-7 and the custom method built on them have none.
-    void applyAuthorityRules(std::vector<double>& times) const;
-    /// The named method whose safety minutes and rounding are in force: the method itself from
-    /// 8, or the one a custom override started from; nullptr for every other method.
-    const CalculationMethod* authorityRules() const;
-    /// Adds the safety minutes of a named method that publishes its times with them.
-    void applyMinuteOffsets(const CalculationMethod& named, std::vector<double>& times) const;
-    /// Takes each printed time to the minute the way the authority does.
-    void applyRounding(const CalculationMethod& named, std::vector<double>& times) const;
-    /// Fajr and Isha by the Moonsighting Committee's seasonal minutes, for the method that uses them.
-    void applySeasonalTwilight(const CalculationMethod& named, std::vector<double>& times) const;
-    /// The body of computeTimes: raw times from the ten day portions `t` into `times`.
-    void computeTimesInto(const std::array<double, EntryCount>& t, std::vector<double>& times, Stage stage) const;
 
+    std::optional<std::string> cityName_;
     std::optional<std::string> country_;
     double lng_ = 0.0;
     double lat_ = 0.0;

@@ -1,0 +1,87 @@
+#include "calculation/DayMemo.h"
+
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace tarvo {
+
+namespace {
+
+// Two days (the day and the next) of a few hundred places, the most a host shows at once,
+// with room to spare so that few of them share a slot.
+constexpr size_t kSlotBits = 10;
+constexpr size_t kSlots = size_t{1} << kSlotBits;
+
+struct Slot {
+    MethodParameters method;
+    Place place;
+    TimeZone calendarZone = TimeZone::gmt();
+    uint64_t moment;
+    DayTimes day;
+};
+
+uint64_t bitsOf(double value) { return std::bit_cast<uint64_t>(value); }
+
+uint64_t mix(uint64_t h, uint64_t word) { return (h ^ word) * 0x9E3779B97F4A7C15ull; }
+
+uint64_t hashOf(const MethodParameters& method, const Place& place, uint64_t moment) {
+    const auto text = [](const std::optional<std::string>& s) {
+        return s ? static_cast<uint64_t>(std::hash<std::string>{}(*s)) : uint64_t{0x5bd1e995};
+    };
+    uint64_t h = mix(0, moment);
+    for (const uint64_t word : std::initializer_list<uint64_t>{bitsOf(place.latitude), bitsOf(place.longitude), bitsOf(place.overrideTimeZoneOffset),
+          static_cast<uint64_t>(place.overrideDST), static_cast<uint64_t>(method.method),
+          static_cast<uint64_t>(method.asrSchool), static_cast<uint64_t>(method.highLatitudeRule),
+          static_cast<uint64_t>(method.dhuhrMinutes), static_cast<uint64_t>(method.overriddenNamedMethod),
+          static_cast<uint64_t>(method.polarResolution), text(place.cityName), text(place.countryName)}) {
+        h = mix(h, word);
+    }
+    return h;
+}
+
+}  // namespace
+
+DayTimes DayMemo::day(const MethodParameters& method, const Place& place, Date date, const Calendar& calendar) {
+    // The slots' hashes apart from the slots, in a few cache lines: a request whose hash is not
+    // there reads no slot at all. A hash of 0 marks an empty slot. Slots go in pairs (a day may
+    // sit in either of its pair), and a new day replaces the one of the pair used less recently.
+    struct Memo {
+        std::array<uint64_t, kSlots> hashes{};
+        std::array<uint8_t, kSlots / 2> recent{};  // the way of each pair used last
+        std::unique_ptr<std::optional<Slot>[]> slots = std::make_unique<std::optional<Slot>[]>(kSlots);
+    };
+    thread_local Memo memo;
+    const uint64_t moment = bitsOf(date.timeIntervalSince1970());
+    const uint64_t hash = hashOf(method, place, moment) | 1;
+    const size_t pair = hash >> (64 - kSlotBits + 1);
+    for (size_t way = 0; way < 2; ++way) {
+        const size_t index = 2 * pair + way;
+        if (memo.hashes[index] != hash) continue;
+        const Slot& slot = *memo.slots[index];
+        if (slot.moment == moment && slot.place == place && slot.method == method &&
+            slot.calendarZone == calendar.timeZone()) {
+            memo.recent[pair] = static_cast<uint8_t>(way);
+            return slot.day;
+        }
+    }
+    const size_t way = memo.recent[pair] == 0 ? 1 : 0;
+    memo.recent[pair] = static_cast<uint8_t>(way);
+    const size_t index = 2 * pair + way;
+    std::optional<Slot>& slot = memo.slots[index];
+    if (!slot) slot.emplace();
+    memo.hashes[index] = hash;
+    slot->method = method;
+    slot->place = place;
+    slot->calendarZone = calendar.timeZone();
+    slot->moment = moment;
+    slot->day = compute(method, place, date, calendar);
+    return slot->day;
+}
+
+}  // namespace tarvo
