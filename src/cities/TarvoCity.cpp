@@ -33,8 +33,8 @@ bool isGMTMarker(double gmt) { return gmt == TarvoCity::kGMTFromTimeZone || gmt 
 // How an absent text or date shows in a log line.
 std::string describe(const std::optional<std::string>& text) { return text ? *text : "(null)"; }
 std::string describe(const std::optional<Date>& date) { return date ? date->description() : "(null)"; }
-std::string describeMinutes(const std::optional<double>& minutes) {
-    return minutes ? fmt::format("{:f}", *minutes) : "(null)";
+std::string describeNumber(const std::optional<double>& value) {
+    return value ? fmt::format("{:f}", *value) : "(null)";
 }
 
 // The integer of a decoded number object, as the platform's integerValue gives it: the
@@ -175,11 +175,22 @@ void TarvoCity::setPolarResolution(int64_t value) {
 // The minutes are the city's own: not mirrored into the automatic-city keys, which hold only
 // the choices every city has.
 void TarvoCity::setMaghribMinutes(const std::optional<double>& value) {
-    setTracked(maghribMinutes_, value, [&] { return "DIRTY: SETTING MAGHRIB MINUTES: " + describeMinutes(value); });
+    setTracked(maghribMinutes_, value, [&] { return "DIRTY: SETTING MAGHRIB MINUTES: " + describeNumber(value); });
 }
 
 void TarvoCity::setIshaMinutes(const std::optional<double>& value) {
-    setTracked(ishaMinutes_, value, [&] { return "DIRTY: SETTING ISHA MINUTES: " + describeMinutes(value); });
+    setTracked(ishaMinutes_, value, [&] { return "DIRTY: SETTING ISHA MINUTES: " + describeNumber(value); });
+}
+
+// The overrides, like the minutes, are the city's own and not mirrored.
+void TarvoCity::setFajrAngleOverride(const std::optional<double>& value) {
+    setTracked(fajrAngleOverride_, value,
+               [&] { return "DIRTY: SETTING FAJR ANGLE OVERRIDE: " + describeNumber(value); });
+}
+
+void TarvoCity::setIshaAngleOverride(const std::optional<double>& value) {
+    setTracked(ishaAngleOverride_, value,
+               [&] { return "DIRTY: SETTING ISHA ANGLE OVERRIDE: " + describeNumber(value); });
 }
 
 void TarvoCity::setIsSelectedCity(bool value) {
@@ -246,6 +257,8 @@ void TarvoCity::copyPrayerPreferencesToCity(const std::shared_ptr<TarvoCity>& ci
     city->setPolarResolution(polarResolution_);
     city->setMaghribMinutes(maghribMinutes_);
     city->setIshaMinutes(ishaMinutes_);
+    city->setFajrAngleOverride(fajrAngleOverride_);
+    city->setIshaAngleOverride(ishaAngleOverride_);
     city->setCustomFajrAngle(customFajrAngle_);
     city->setCustomIshaAngle(customIshaAngle_);
 }
@@ -270,6 +283,8 @@ std::shared_ptr<TarvoCity> TarvoCity::copyWithZone() const {
     copy->setPolarResolution(polarResolution_);
     copy->setMaghribMinutes(maghribMinutes_);
     copy->setIshaMinutes(ishaMinutes_);
+    copy->setFajrAngleOverride(fajrAngleOverride_);
+    copy->setIshaAngleOverride(ishaAngleOverride_);
     copy->setCustomFajrAngle(customFajrAngle_);
     copy->setCustomIshaAngle(customIshaAngle_);
     copy->setIsSelectedCity(isSelectedCity_);
@@ -295,6 +310,8 @@ void TarvoCity::encodeWithCoder(KeyedArchiver& coder) const {
     if (polarResolution_ != 0) coder.encodeInteger(polarResolution_, "polarResolution");
     if (maghribMinutes_) coder.encodeDouble(*maghribMinutes_, "maghribMinutes");
     if (ishaMinutes_) coder.encodeDouble(*ishaMinutes_, "ishaMinutes");
+    if (fajrAngleOverride_) coder.encodeDouble(*fajrAngleOverride_, "fajrAngleOverride");
+    if (ishaAngleOverride_) coder.encodeDouble(*ishaAngleOverride_, "ishaAngleOverride");
     coder.encodeObject(cityName_.value_or(""), "cityName");
     coder.encodeObject(countryName_.value_or(""), "countryName");
     coder.encodeObject(TimeZone_.value_or(""), "TimeZone");
@@ -319,6 +336,8 @@ std::shared_ptr<TarvoCity> TarvoCity::initWithCoder(const KeyedUnarchiver& coder
         city->setPolarResolution(integerOfNumber(number("polarResolution")));
         city->setMaghribMinutes(coder.decodeNumber("maghribMinutes"));
         city->setIshaMinutes(coder.decodeNumber("ishaMinutes"));
+        city->setFajrAngleOverride(coder.decodeNumber("fajrAngleOverride"));
+        city->setIshaAngleOverride(coder.decodeNumber("ishaAngleOverride"));
     } catch (const KeyedUnarchiver::DecodingError&) {
         // Keep what was decoded so far and go on with the names.
         TARVO_LOG_ERROR("Error tring to decode city obj");

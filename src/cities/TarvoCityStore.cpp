@@ -21,7 +21,8 @@ using SlotId = CityStatementSlot::Id;
 constexpr const char* kCurrentSelectionSql =
     "SELECT current_city, country_name, city_name, latitude, longitude, gmt, uses_dst, prayermethod, asrmethod, "
     "adjusthighlat, pk, custom_fajrangle, custom_ishaangle, timezone, state_name, lastmoddate, lastsyncdate, "
-    "polar_resolution, maghrib_minutes, isha_minutes FROM savedcities WHERE current_city=1 LIMIT 1";
+    "polar_resolution, maghrib_minutes, isha_minutes, fajr_angle_override, isha_angle_override FROM savedcities "
+    "WHERE current_city=1 LIMIT 1";
 constexpr const char* kLastRowIdSql = "SELECT last_insert_rowid() as last_insert_rowid";
 constexpr const char* kInsertSql =
     "INSERT INTO savedcities (current_city, country_name, city_name, latitude, longitude, gmt, uses_dst, "
@@ -30,16 +31,18 @@ constexpr const char* kDeleteSql = "DELETE FROM savedcities WHERE pk = ?";
 constexpr const char* kByKeySql =
     "SELECT current_city, country_name, city_name, latitude, longitude, gmt, uses_dst, prayermethod, asrmethod, "
     "adjusthighlat, custom_fajrangle, custom_ishaangle, timezone, lastmoddate, lastsyncdate, NULL, "
-    "polar_resolution, maghrib_minutes, isha_minutes FROM savedcities WHERE pk=?";
+    "polar_resolution, maghrib_minutes, isha_minutes, fajr_angle_override, isha_angle_override FROM savedcities "
+    "WHERE pk=?";
 constexpr const char* kUpdateSql =
     "UPDATE savedcities SET current_city = ?, country_name = ?, city_name = ?, latitude = ?, longitude = ?, gmt = ?, "
     "uses_dst = ?, prayermethod = ?, asrmethod = ?, adjusthighlat = ?, custom_fajrangle = ?, custom_ishaangle = ?, "
     "timezone = ?, state_name = ?, lastmoddate = ?, lastsyncdate = ?, polar_resolution = ?, maghrib_minutes = ?, "
-    "isha_minutes = ? WHERE pk = ?";
+    "isha_minutes = ?, fajr_angle_override = ?, isha_angle_override = ? WHERE pk = ?";
 constexpr const char* kAllSavedSql =
     "SELECT current_city, country_name, city_name, latitude, longitude, gmt, uses_dst, prayermethod, asrmethod, "
     "adjusthighlat, pk, custom_fajrangle, custom_ishaangle, timezone, state_name, lastmoddate, lastsyncdate, "
-    "polar_resolution, maghrib_minutes, isha_minutes FROM savedcities ORDER BY pk";
+    "polar_resolution, maghrib_minutes, isha_minutes, fajr_angle_override, isha_angle_override FROM savedcities "
+    "ORDER BY pk";
 
 // One statement of a schema upgrade and the number its log lines carry.
 struct SchemaStep {
@@ -83,6 +86,14 @@ constexpr std::array<SchemaStep, 3> kSchemaV3_4 = {{
     {3, "ALTER TABLE savedcities ADD COLUMN isha_minutes DOUBLE"},
 }};
 
+// Fajr and Isha at another sun depression over any method (NULL: the method's own angle).
+// The custom angles keep their columns and apply on the custom method only, so a row keeps
+// every value it had and older readers of the file see what they always saw.
+constexpr std::array<SchemaStep, 2> kSchemaV3_5 = {{
+    {1, "ALTER TABLE savedcities ADD COLUMN fajr_angle_override DOUBLE"},
+    {2, "ALTER TABLE savedcities ADD COLUMN isha_angle_override DOUBLE"},
+}};
+
 // Method numbers outside their valid ranges are replaced on reading; which replacement
 // depends on the reader. A valid method is one the engine's catalogue holds (the built-in
 // 1-7 and the authorities' methods after them), so a city saved with Diyanet keeps it.
@@ -103,7 +114,7 @@ struct RowLayout {
     int stateName;
     int lastModDate;
     int lastSyncDate;
-    int polarResolution;  // then the Maghrib and Isha minutes
+    int polarResolution;  // then the Maghrib and Isha minutes and the two angle overrides
 };
 
 constexpr RowLayout kSelectionRow = {0, 10, 11, 12, 13, "Europe/London", 14, 15, 16, 17};
@@ -148,6 +159,8 @@ void fillFromRow(TarvoCity& city, const SqliteStatement& row, const RowLayout& l
     city.setPolarResolution(row.columnInt64(layout.polarResolution));
     city.setMaghribMinutes(optionalDouble(row, layout.polarResolution + 1));
     city.setIshaMinutes(optionalDouble(row, layout.polarResolution + 2));
+    city.setFajrAngleOverride(optionalDouble(row, layout.polarResolution + 3));
+    city.setIshaAngleOverride(optionalDouble(row, layout.polarResolution + 4));
 }
 
 // A city read silently (no tracking) from a row of the current-selection or list statement.
@@ -340,7 +353,9 @@ void TarvoCity::dbSync(SqliteDatabase& database) {
                         update.bindInt64(17, polarResolution_);
                         bindOptional(update, 18, maghribMinutes_);
                         bindOptional(update, 19, ishaMinutes_);
-                        update.bindInt64(20, primaryKey_);
+                        bindOptional(update, 20, fajrAngleOverride_);
+                        bindOptional(update, 21, ishaAngleOverride_);
+                        update.bindInt64(22, primaryKey_);
                         slot.step();
                     });
 }
@@ -359,6 +374,10 @@ void TarvoCity::updateSchemav3_3(SqliteDatabase& database, SqliteDatabase* /*sta
 
 void TarvoCity::updateSchemav3_4(SqliteDatabase& database, SqliteDatabase* /*staticDatabase*/) {
     runSchemaSteps(database, kSchemaV3_4);
+}
+
+void TarvoCity::updateSchemav3_5(SqliteDatabase& database, SqliteDatabase* /*staticDatabase*/) {
+    runSchemaSteps(database, kSchemaV3_5);
 }
 
 }  // namespace tarvo

@@ -28,7 +28,7 @@ using Upgrade = void (*)(SqliteDatabase&, SqliteDatabase*);
 // Upgrade i leads from layout i to layout i + 1.
 constexpr std::array<Upgrade, UserDatabase::kSchemaVersion> kUpgrades = {
     &TarvoCity::updateSchemav3_1, &TarvoCity::updateSchemav3_2, &TarvoCity::updateSchemav3_3,
-    &TarvoCity::updateSchemav3_4};
+    &TarvoCity::updateSchemav3_4, &TarvoCity::updateSchemav3_5};
 
 }  // namespace
 
@@ -93,8 +93,12 @@ bool UserDatabase::layoutReached(int64_t version) const {
     }
     if (version >= 2 && !(hasTable("cachedcities") && hasTable("lastused"))) return false;
     if (version >= 3 && !hasColumn("savedcities", "adjusthighlat")) return false;
-    return version < 4 || (hasColumn("savedcities", "polar_resolution") && hasColumn("savedcities", "maghrib_minutes") &&
-                           hasColumn("savedcities", "isha_minutes"));
+    if (version >= 4 && !(hasColumn("savedcities", "polar_resolution") && hasColumn("savedcities", "maghrib_minutes") &&
+                          hasColumn("savedcities", "isha_minutes"))) {
+        return false;
+    }
+    return version < 5 ||
+           (hasColumn("savedcities", "fajr_angle_override") && hasColumn("savedcities", "isha_angle_override"));
 }
 
 bool UserDatabase::isForeign() const {
@@ -230,19 +234,25 @@ Result<std::shared_ptr<TarvoCity>> UserDatabase::addCity(const std::shared_ptr<T
 Result<void> UserDatabase::storeChoices(int64_t primaryKey, const TarvoCity& city) {
     // A city that chose none of them keeps the row as the insert left it.
     const bool anglesChosen = city.customFajrAngle() > 0 || city.customIshaAngle() > 0;
-    if (!anglesChosen && city.polarResolution() == 0 && !city.maghribMinutes() && !city.ishaMinutes()) return {};
-    auto bindMinutes = [](SqliteStatement& statement, int index, const std::optional<double>& minutes) {
-        return minutes ? statement.bindDouble(index, *minutes) : statement.bindNull(index);
+    if (!anglesChosen && city.polarResolution() == 0 && !city.maghribMinutes() && !city.ishaMinutes() &&
+        !city.fajrAngleOverride() && !city.ishaAngleOverride()) {
+        return {};
+    }
+    auto bindOptional = [](SqliteStatement& statement, int index, const std::optional<double>& value) {
+        return value ? statement.bindDouble(index, *value) : statement.bindNull(index);
     };
     SqliteStatement update;
     if (update.prepare(*database_,
                        "UPDATE savedcities SET custom_fajrangle = ?, custom_ishaangle = ?, polar_resolution = ?, "
-                       "maghrib_minutes = ?, isha_minutes = ? WHERE pk = ?") != SQLITE_OK ||
+                       "maghrib_minutes = ?, isha_minutes = ?, fajr_angle_override = ?, isha_angle_override = ? "
+                       "WHERE pk = ?") != SQLITE_OK ||
         update.bindDouble(1, city.customFajrAngle()) != SQLITE_OK ||
         update.bindDouble(2, city.customIshaAngle()) != SQLITE_OK ||
         update.bindInt64(3, city.polarResolution()) != SQLITE_OK ||
-        bindMinutes(update, 4, city.maghribMinutes()) != SQLITE_OK ||
-        bindMinutes(update, 5, city.ishaMinutes()) != SQLITE_OK || update.bindInt64(6, primaryKey) != SQLITE_OK ||
+        bindOptional(update, 4, city.maghribMinutes()) != SQLITE_OK ||
+        bindOptional(update, 5, city.ishaMinutes()) != SQLITE_OK ||
+        bindOptional(update, 6, city.fajrAngleOverride()) != SQLITE_OK ||
+        bindOptional(update, 7, city.ishaAngleOverride()) != SQLITE_OK || update.bindInt64(8, primaryKey) != SQLITE_OK ||
         update.step() != SQLITE_DONE || database_->changes() != 1) {
         return fail(fmt::format("cannot store the choices of city {}", primaryKey));
     }

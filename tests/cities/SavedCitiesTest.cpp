@@ -122,7 +122,7 @@ TEST_F(SavedCitiesTest, EachReaderFillsARowInItsOwnWay) {
     ASSERT_EQ(db().exec("INSERT INTO savedcities (pk, current_city, gmt, prayermethod, asrmethod, adjusthighlat) "
                         "VALUES (5, 1, 3.0, 99, 3, 2); INSERT INTO savedcities VALUES (3, 0, 'United States of "
                         "America', 'Houston', 29.76, -95.37, -6.0, 1, 5, 2, 15.0, 15.5, 'America/Chicago', 'Texas', "
-                        "1700000000.25, 1600000000.5, 3, 0, NULL, NULL)"),
+                        "1700000000.25, 1600000000.5, 3, 0, NULL, NULL, NULL, NULL)"),
               SQLITE_OK);
     // The list reader: bad methods become 0, missing names London's, a missing zone stays empty.
     auto listed = TarvoCity::GetSavedCities(db());
@@ -248,31 +248,57 @@ TEST_F(SavedCitiesTest, UpgradedLayoutsAreLeftAlone) {
         TarvoCity::resetStatementCache();
     }
     // A file of the layout before the city kept its own choices, as the three upgrades leave
-    // it: only the new columns are added, every value stays.
-    std::filesystem::remove(UserDatabase::defaultPath());
-    createOldDatabase();
-    {
-        SqliteDatabase host;  // a host running the upgrades itself
-        ASSERT_TRUE(host.open(UserDatabase::defaultPath()));
-        TarvoCity::updateSchemav3_1(host, nullptr);
-        TarvoCity::updateSchemav3_2(host, nullptr);
-        TarvoCity::updateSchemav3_3(host, nullptr);
-        ASSERT_EQ(host.exec("UPDATE savedcities SET adjusthighlat = 4, timezone = 'Asia/Amman'; PRAGMA user_version = 3"),
-                  SQLITE_OK);
+    // it, and one of the layout before the angle overrides (four upgrades, a method-3 city
+    // still carrying a custom Fajr angle): only the new columns are added, every value stays.
+    for (const int layout : {3, 4}) {
+        SCOPED_TRACE(layout);
+        std::filesystem::remove(UserDatabase::defaultPath());
+        createOldDatabase();
+        {
+            SqliteDatabase host;  // a host running the upgrades itself
+            ASSERT_TRUE(host.open(UserDatabase::defaultPath()));
+            TarvoCity::updateSchemav3_1(host, nullptr);
+            TarvoCity::updateSchemav3_2(host, nullptr);
+            TarvoCity::updateSchemav3_3(host, nullptr);
+            if (layout == 4) TarvoCity::updateSchemav3_4(host, nullptr);
+            ASSERT_EQ(host.exec(fmt::format("UPDATE savedcities SET adjusthighlat = 4, timezone = 'Asia/Amman'; "
+                                            "UPDATE savedcities SET custom_fajrangle = 19.5 WHERE prayermethod = 3; "
+                                            "PRAGMA user_version = {}",
+                                            layout)),
+                      SQLITE_OK);
+            TarvoCity::resetStatementCache();
+        }
+        const auto cities = TarvoCity::GetSavedCities(db());
+        EXPECT_EQ(user_->schemaVersion(), 5);
+        ASSERT_EQ(cities.size(), 3u);
+        EXPECT_EQ(fmt::format("{} {} {} {} {}", cities[2]->description(), cities[2]->adjustHighLatitude(),
+                              cities[2]->TimeZone().value_or("-"), cities[2]->customFajrAngle(),
+                              cities[2]->polarResolution()),
+                  "Calgary, Canada 4 Asia/Amman 15 0");
+        // The custom angle stays where it was; no override appears for it.
+        EXPECT_EQ(fmt::format("{} {} {} {}", cities[1]->cityName().value_or("-"), cities[1]->prayerMethod(),
+                              cities[1]->customFajrAngle(), cities[1]->fajrAngleOverride().has_value()),
+                  "Kuala Lumpur 3 19.5 false");
+        EXPECT_EQ(queryText(db(), "SELECT count(*) FROM savedcities WHERE fajr_angle_override IS NULL AND "
+                                  "isha_angle_override IS NULL"),
+                  "3");
+        // A step run again reports its columns as already there and carries on.
+        auto duplicates = [this] {
+            std::string steps;
+            for (const char* step : {"[1]", "[2]", "[3]"}) {
+                if (log_.hasError(fmt::format("[DB] {} Schema ERROR: message 'duplicate column name", step))) steps += step;
+            }
+            return steps;
+        };
+        log_.clear();
+        TarvoCity::updateSchemav3_4(db(), nullptr);
+        EXPECT_EQ(duplicates(), "[1][2][3]");
+        log_.clear();
+        TarvoCity::updateSchemav3_5(db(), nullptr);
+        EXPECT_EQ(duplicates(), "[1][2]");
+        EXPECT_EQ(log_.count("[DB] Done updating."), 1u);
+        user_.reset();
         TarvoCity::resetStatementCache();
-    }
-    const auto cities = TarvoCity::GetSavedCities(db());
-    EXPECT_EQ(user_->schemaVersion(), 4);
-    ASSERT_EQ(cities.size(), 3u);
-    EXPECT_EQ(fmt::format("{} {} {} {} {}", cities[2]->description(), cities[2]->adjustHighLatitude(),
-                          cities[2]->TimeZone().value_or("-"), cities[2]->customFajrAngle(),
-                          cities[2]->polarResolution()),
-              "Calgary, Canada 4 Asia/Amman 15 0");
-    // The new step run again reports its three columns as already there and carries on.
-    log_.clear();
-    TarvoCity::updateSchemav3_4(db(), nullptr);
-    for (const char* step : {"[1]", "[2]", "[3]"}) {
-        EXPECT_TRUE(log_.hasError(fmt::format("[DB] {} Schema ERROR: message 'duplicate column name", step))) << step;
     }
 }
 
@@ -280,6 +306,7 @@ TEST_F(SavedCitiesTest, SavedCityKeepsItsPolarResolutionAndMaghribAndIshaMinutes
     auto tromso = makeCity("Tromso", 69.65);
     tromso->setPolarResolution(2);  // nearest day
     tromso->setIshaMinutes(90.0);
+    tromso->setFajrAngleOverride(16.0);
     db();
     const auto saved = test::valueOrFailure(user_->addCity(tromso));
     ASSERT_TRUE(saved);
@@ -291,20 +318,24 @@ TEST_F(SavedCitiesTest, SavedCityKeepsItsPolarResolutionAndMaghribAndIshaMinutes
     EXPECT_EQ(queryText(db(), "SELECT group_concat(ifnull(polar_resolution, 'x') || '/' || ifnull(maghrib_minutes, "
                               "'-') || '/' || ifnull(isha_minutes, '-'), ' ') FROM savedcities"),
               "2/-/90.0 0/0.0/- 0/-/-");
+    EXPECT_EQ(queryText(db(), "SELECT group_concat(ifnull(fajr_angle_override, '-') || '/' || "
+                              "ifnull(isha_angle_override, '-'), ' ') FROM savedcities"),
+              "16.0/- -/- -/-");
     // Every reader gives them back; the primary-key reader keeps its dates where they were.
     const auto listed = TarvoCity::GetSavedCities(db());
     ASSERT_EQ(listed.size(), 3u);
     auto choices = [](const TarvoCity& city) {
-        return fmt::format("{} {} {}", city.polarResolution(),
-                           city.maghribMinutes() ? fmt::format("{}", *city.maghribMinutes()) : "-",
-                           city.ishaMinutes() ? fmt::format("{}", *city.ishaMinutes()) : "-");
+        auto shown = [](const std::optional<double>& value) { return value ? fmt::format("{}", *value) : "-"; };
+        return fmt::format("{} {} {} {} {}", city.polarResolution(), shown(city.maghribMinutes()),
+                           shown(city.ishaMinutes()), shown(city.fajrAngleOverride()), shown(city.ishaAngleOverride()));
     };
-    EXPECT_EQ(choices(*listed[0]) + "|" + choices(*listed[1]) + "|" + choices(*listed[2]), "2 - 90|0 0 -|0 - -");
+    EXPECT_EQ(choices(*listed[0]) + "|" + choices(*listed[1]) + "|" + choices(*listed[2]),
+              "2 - 90 16 -|0 0 - - -|0 - - - -");
     const auto byKey = TarvoCity::initWithPrimaryKey(saved->primaryKey(), db());
-    EXPECT_EQ(choices(*byKey), "2 - 90");
+    EXPECT_EQ(choices(*byKey), "2 - 90 16 -");
     EXPECT_EQ(byKey->LastSyncDate(), Date(0));
     ASSERT_TRUE(user_->selectCity(saved->primaryKey()));
-    EXPECT_EQ(choices(*TarvoCity::initWithCurrentSelectionUsingDB(db())), "2 - 90");
+    EXPECT_EQ(choices(*TarvoCity::initWithCurrentSelectionUsingDB(db())), "2 - 90 16 -");
 }
 
 TEST_F(SavedCitiesTest, FullDiskDuringTheFirstOpenLeavesNoHalfUpgradedFile) {

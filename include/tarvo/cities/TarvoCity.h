@@ -126,10 +126,21 @@ public:
     void setAsrMethod(int64_t value);
     int64_t adjustHighLatitude() const { return adjustHighLatitude_; }
     void setAdjustHighLatitude(int64_t value);
+    /// The Fajr angle of the custom method (6): applies only while the method in force is 6;
+    /// 0 not chosen (the custom method's 18 degrees).
     double customFajrAngle() const { return customFajrAngle_; }
     void setCustomFajrAngle(double value);
+    /// The Isha angle of the custom method (6); 0 not chosen (17 degrees).
     double customIshaAngle() const { return customIshaAngle_; }
     void setCustomIshaAngle(double value);
+    /// Fajr at this sun depression instead of the method's own, over any method ("Karachi,
+    /// but Fajr at 19.5 degrees"); nothing: the method's angle.
+    const std::optional<double>& fajrAngleOverride() const { return fajrAngleOverride_; }
+    void setFajrAngleOverride(const std::optional<double>& value);
+    /// Isha at this sun depression instead of the method's rule, over any method; nothing:
+    /// the method's own. Isha minutes, when the city has them too, win.
+    const std::optional<double>& ishaAngleOverride() const { return ishaAngleOverride_; }
+    void setIshaAngleOverride(const std::optional<double>& value);
     /// The city's choice for times the sun gives none for beyond the polar circles, as stored:
     /// 0 not chosen (the preference "PolarResolution" decides), 1 none, 2 nearest day,
     /// 3 nearest latitude (tarvo/calculation/PolarResolution.h).
@@ -225,6 +236,9 @@ public:
     /// Adds the columns of the city's polar resolution and Maghrib and Isha minutes; a host
     /// that runs the upgrades itself runs this one after the three above.
     static void updateSchemav3_4(SqliteDatabase& database, SqliteDatabase* staticDatabase);
+    /// Adds the columns of the city's Fajr and Isha angles over any method; runs after
+    /// updateSchemav3_4.
+    static void updateSchemav3_5(SqliteDatabase& database, SqliteDatabase* staticDatabase);
 
 private:
     // Stores `value` in `field`. Outside loading, a change is logged, marks the record dirty,
@@ -264,6 +278,8 @@ private:
     int64_t polarResolution_ = 0;
     std::optional<double> maghribMinutes_;
     std::optional<double> ishaMinutes_;
+    std::optional<double> fajrAngleOverride_;
+    std::optional<double> ishaAngleOverride_;
     double customFajrAngle_ = 0.0;
     double customIshaAngle_ = 0.0;
 };
