@@ -15,6 +15,7 @@
 #include "platform/text/Text.h"
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/TarvoCity.h"
+#include "cities/UserDatabaseImpl.h"
 #include "platform/storage/SqliteDatabase.h"
 #include "platform/storage/SqliteStatement.h"
 
@@ -57,16 +58,18 @@ std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double long
     return directory->nearestCity(latitude, longitude, thresholdKm);
 }
 
-std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double longitude, SqliteDatabase* database,
+std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double longitude, UserDatabase* user,
                                                     double thresholdKm, bool checkCache) {
-    if (!database || !checkCache) return nullptr;
+    if (!user || !checkCache) return nullptr;
+    SqliteDatabase* database = &user->impl().database;
     std::lock_guard lock(syncObj());
     // The cache's statement is prepared for each look-up, on the connection passed in.
     NearestPlace cache(*database, "cachedcities", false, "Error: failed to get time zone statement with message '{}'.");
     return cache.find(latitude, longitude, thresholdKm);
 }
 
-void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
+void TarvoCity::saveCityInReverseGeocodeCache(UserDatabase& user, const std::shared_ptr<TarvoCity>& city) {
+    SqliteDatabase& database = user.impl().database;
     if (!city) return;
     constexpr const char* kFailureLine = "[DB] Error: failed to insert cached city '{}'.";
     const char* function = __func__;
@@ -118,7 +121,8 @@ void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const st
                     insert);
 }
 
-void TarvoCity::RemoveFromReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
+void TarvoCity::RemoveFromReverseGeocodeCache(UserDatabase& user, const std::shared_ptr<TarvoCity>& city) {
+    SqliteDatabase& database = user.impl().database;
     if (!city) return;
     // The insert's opening line: the two operations share it by design, and log readers
     // match on it.
@@ -131,7 +135,8 @@ void TarvoCity::RemoveFromReverseGeocodeCache(SqliteDatabase& database, const st
                     });
 }
 
-void TarvoCity::DeleteAllReverseGeocodeCache(SqliteDatabase& database) {
+void TarvoCity::DeleteAllReverseGeocodeCache(UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
     (void)Slot::run(SlotId::deleteAllCachedCities, database, kCacheDeleteAllSql, "[DB] [DB] Save New Cached City",
                     "[DB] Error: failed to delete all cached cities statement with message '{}'.", [&](Slot& slot) {
                         if (slot.step() != SQLITE_DONE)
@@ -139,13 +144,14 @@ void TarvoCity::DeleteAllReverseGeocodeCache(SqliteDatabase& database) {
                     });
 }
 
-void TarvoCity::SaveLastUsedCity(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
+void TarvoCity::SaveLastUsedCity(UserDatabase& user, const std::shared_ptr<TarvoCity>& city) {
+    SqliteDatabase& database = user.impl().database;
     if (!city) return;
     // The lock is taken before the removal (it is re-entrant), so that two threads saving at
     // once cannot both empty the table and both insert: it keeps one row, and a reader never
     // finds it empty in between.
     std::lock_guard lock(syncObj());
-    RemoveLastUsedCity(database);
+    RemoveLastUsedCity(user);
     (void)Slot::run(SlotId::insertLastUsed, database, kLastUsedInsertSql, "[DB] [DB] Save Last Used City",
                     "[DB] Error: failed SaveLastUsedCity with message '{}'.", [&](Slot& slot) {
                         city->fillMissingTexts(NameOrder::cityFirst);
@@ -161,7 +167,8 @@ void TarvoCity::SaveLastUsedCity(SqliteDatabase& database, const std::shared_ptr
                     });
 }
 
-std::shared_ptr<TarvoCity> TarvoCity::GetLastUsedCity(SqliteDatabase& database) {
+std::shared_ptr<TarvoCity> TarvoCity::GetLastUsedCity(UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
     return Slot::run(SlotId::readLastUsed, database, kLastUsedReadSql, "",
                      "[DB] Error: failed GetLastUsedCity with message '{}'.",
                      [](Slot& slot) -> std::shared_ptr<TarvoCity> {
@@ -173,7 +180,8 @@ std::shared_ptr<TarvoCity> TarvoCity::GetLastUsedCity(SqliteDatabase& database) 
         .valueOr(nullptr);
 }
 
-void TarvoCity::RemoveLastUsedCity(SqliteDatabase& database) {
+void TarvoCity::RemoveLastUsedCity(UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
     (void)Slot::run(SlotId::clearLastUsed, database, kLastUsedClearSql, "[DB] RemoveLastUsedCity",
                     "[DB] Error: failed RemoveLastUsedCity with message '{}'.", [](Slot& slot) { slot.step(); });
 }

@@ -8,6 +8,8 @@
 #include "platform/host/LogMacros.h"
 #include "tarvo/calculation/CalculationMethod.h"
 #include "tarvo/cities/TarvoCity.h"
+#include "cities/SavedCitySchema.h"
+#include "cities/UserDatabaseImpl.h"
 #include "platform/storage/SqliteDatabase.h"
 #include "platform/storage/SqliteStatement.h"
 
@@ -203,7 +205,8 @@ std::recursive_mutex& TarvoCity::syncObj() {
     return *lock;
 }
 
-std::shared_ptr<TarvoCity> TarvoCity::initWithCurrentSelectionUsingDB(SqliteDatabase& database) {
+std::shared_ptr<TarvoCity> TarvoCity::initWithCurrentSelectionUsingDB(UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
     auto city = Slot::run(SlotId::currentSelection, database, kCurrentSelectionSql, "[DB] [DB] Init With Current Selection",
                           "[DB] Error: failed to init with current selection statement with message '{}'.",
                           [](Slot& slot) {
@@ -215,7 +218,8 @@ std::shared_ptr<TarvoCity> TarvoCity::initWithCurrentSelectionUsingDB(SqliteData
     return city ? std::move(city).value() : InitWithDefaults();
 }
 
-int64_t TarvoCity::getLastSessionID(SqliteDatabase& database) {
+int64_t TarvoCity::getLastSessionID(UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
     return Slot::run(SlotId::lastRowId, database, kLastRowIdSql, "[DB] [DB] Get Last Session",
                      "[DB] ERROR message '{}'.",
                      [](Slot& slot) -> int64_t {
@@ -224,7 +228,8 @@ int64_t TarvoCity::getLastSessionID(SqliteDatabase& database) {
         .valueOr(-1);
 }
 
-std::shared_ptr<TarvoCity> TarvoCity::saveNewCity(const std::shared_ptr<TarvoCity>& city, SqliteDatabase& database) {
+std::shared_ptr<TarvoCity> TarvoCity::saveNewCity(const std::shared_ptr<TarvoCity>& city, UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
     if (!city) {
         TARVO_LOG_ERROR("[DB] Error: no city to save.");
         return nullptr;
@@ -253,18 +258,19 @@ std::shared_ptr<TarvoCity> TarvoCity::saveNewCity(const std::shared_ptr<TarvoCit
     if (!inserted) return InitWithDefaults();
     if (sqlitePrimaryCode(*inserted) == SQLITE_ERROR) return city;
 
-    city->setPrimaryKey(getLastSessionID(database));
+    city->setPrimaryKey(getLastSessionID(user));
     // Re-marks the selection on every saved city. dbSync writes nothing for them (every city
     // counts as automatic), so the other rows keep their current_city marks: the host keeps
     // the selection unique itself.
-    for (const auto& saved : GetSavedCities(database)) {
+    for (const auto& saved : GetSavedCities(user)) {
         saved->setIsSelectedCity(saved->primaryKey() == city->primaryKey());
-        saved->dbSync(database);
+        saved->dbSync(user);
     }
     return city;
 }
 
-std::shared_ptr<TarvoCity> TarvoCity::DeleteCity(SqliteDatabase& database, int64_t primaryKey) {
+std::shared_ptr<TarvoCity> TarvoCity::DeleteCity(UserDatabase& user, int64_t primaryKey) {
+    SqliteDatabase& database = user.impl().database;
     // Whether or not the row went, the host falls back to this city when the deleted one
     // was the selection.
     (void)Slot::run(SlotId::deleteCity, database, kDeleteSql, "[DB] [DB] Delete City",
@@ -275,7 +281,8 @@ std::shared_ptr<TarvoCity> TarvoCity::DeleteCity(SqliteDatabase& database, int64
     return InitWithDefaults();
 }
 
-std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetSavedCities(SqliteDatabase& database) {
+std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetSavedCities(UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
     using Cities = std::vector<std::shared_ptr<TarvoCity>>;
     return Slot::run(SlotId::allSavedCities, database, kAllSavedSql, "[DB] Get Saved Cities",
                      "[DB] Error: failed to get saved cities with message '{}'.",
@@ -299,7 +306,8 @@ void TarvoCity::resetStatementCache() {
     Slot::emptyAll();
 }
 
-std::shared_ptr<TarvoCity> TarvoCity::initWithPrimaryKey(int64_t primaryKey, SqliteDatabase& database) {
+std::shared_ptr<TarvoCity> TarvoCity::initWithPrimaryKey(int64_t primaryKey, UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
     auto city = Slot::run(
         SlotId::cityByKey, database, kByKeySql, "[DB] [DB] Init With prim ID",
         "[DB] Error: failed to init with prim key statement with message '{}'.",
@@ -319,7 +327,8 @@ std::shared_ptr<TarvoCity> TarvoCity::initWithPrimaryKey(int64_t primaryKey, Sql
     return city && *city ? *city : InitWithDefaults();
 }
 
-void TarvoCity::dbSync(SqliteDatabase& database) {
+void TarvoCity::dbSync(UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
     // Reverse-geocoded automatic cities live elsewhere, never in this table.
     if (IsReverseGeocoded_ && IsAutomaticGPSLocation_) return;
     std::lock_guard lock(syncObj());
@@ -360,24 +369,35 @@ void TarvoCity::dbSync(SqliteDatabase& database) {
                     });
 }
 
-void TarvoCity::updateSchemav3_1(SqliteDatabase& database, SqliteDatabase* /*staticDatabase*/) {
-    runSchemaSteps(database, kSchemaV3_1);
+void upgradeSavedCityLayout(SqliteDatabase& database, int64_t layout) {
+    switch (layout) {
+        case 1: runSchemaSteps(database, kSchemaV3_1); break;
+        case 2: runSchemaSteps(database, kSchemaV3_2); break;
+        case 3: runSchemaSteps(database, kSchemaV3_3); break;
+        case 4: runSchemaSteps(database, kSchemaV3_4); break;
+        case 5: runSchemaSteps(database, kSchemaV3_5); break;
+        default: break;
+    }
 }
 
-void TarvoCity::updateSchemav3_2(SqliteDatabase& database, SqliteDatabase* /*staticDatabase*/) {
-    runSchemaSteps(database, kSchemaV3_2);
+void TarvoCity::updateSchemav3_1(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
+    upgradeSavedCityLayout(database.impl().database, 1);
 }
 
-void TarvoCity::updateSchemav3_3(SqliteDatabase& database, SqliteDatabase* /*staticDatabase*/) {
-    runSchemaSteps(database, kSchemaV3_3);
+void TarvoCity::updateSchemav3_2(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
+    upgradeSavedCityLayout(database.impl().database, 2);
 }
 
-void TarvoCity::updateSchemav3_4(SqliteDatabase& database, SqliteDatabase* /*staticDatabase*/) {
-    runSchemaSteps(database, kSchemaV3_4);
+void TarvoCity::updateSchemav3_3(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
+    upgradeSavedCityLayout(database.impl().database, 3);
 }
 
-void TarvoCity::updateSchemav3_5(SqliteDatabase& database, SqliteDatabase* /*staticDatabase*/) {
-    runSchemaSteps(database, kSchemaV3_5);
+void TarvoCity::updateSchemav3_4(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
+    upgradeSavedCityLayout(database.impl().database, 4);
+}
+
+void TarvoCity::updateSchemav3_5(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
+    upgradeSavedCityLayout(database.impl().database, 5);
 }
 
 }  // namespace tarvo

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include "cities/TarvoCityArchive.h"
 #include "support/DataFolder.h"
 #include "platform/storage/PreferenceStore.h"
 #include "support/LogCapture.h"
@@ -73,7 +74,7 @@ TEST_F(TarvoCityRecordTest, NewCitiesTakeTheAutomaticCityKeysAndPreferencesCopyT
 
 TEST_F(TarvoCityRecordTest, ArchivingNarrowsAnglesToSinglePrecisionAndStopsAtAWrongKind) {
     const auto decoded = [](const KeyedArchiver& archiver) {
-        return TarvoCity::initWithCoder(
+        return TarvoCityArchive::decode(
             KeyedUnarchiver::forReadingFromData(archiver.encodedData(), TarvoCity::kArchiveClassName).value());
     };
     TarvoCity city;
@@ -81,7 +82,7 @@ TEST_F(TarvoCityRecordTest, ArchivingNarrowsAnglesToSinglePrecisionAndStopsAtAWr
     city.setCustomFajrAngle(18.2);
     city.setStateName("Maharashtra");
     KeyedArchiver archiver{std::string(TarvoCity::kArchiveClassName)};
-    city.encodeWithCoder(archiver);
+    TarvoCityArchive::encode(city, archiver);
     auto back = decoded(archiver);
     EXPECT_FALSE(back->isDirty());
     // Angles come back through single precision on purpose; the position does not.
@@ -100,7 +101,7 @@ TEST_F(TarvoCityRecordTest, ArchivingNarrowsAnglesToSinglePrecisionAndStopsAtAWr
     city.setFajrAngleOverride(19.3);
     city.setIshaAngleOverride(17.7);
     KeyedArchiver chosen{std::string(TarvoCity::kArchiveClassName)};
-    city.encodeWithCoder(chosen);
+    TarvoCityArchive::encode(city, chosen);
     back = decoded(chosen);
     EXPECT_EQ(fmt::format("{} {} {} {} {}", back->polarResolution(), back->maghribMinutes().value_or(-1),
                           back->ishaMinutes().value_or(-1), back->fajrAngleOverride().value_or(-1),

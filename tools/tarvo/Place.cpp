@@ -261,7 +261,7 @@ std::shared_ptr<TarvoCity> placeCity(const CLI::App& cmd, const PlaceOptions& o)
     checkCombination(cmd, o);
     if (usesSavedCity(cmd, o)) {
         auto user = openUserDatabase();
-        auto city = TarvoCity::initWithCurrentSelectionUsingDB(user->database());
+        auto city = TarvoCity::initWithCurrentSelectionUsingDB(*user);
         if (!o.saved) applyCalculationOptions(cmd, o.calculation, *city);
         return city;
     }

@@ -16,9 +16,7 @@
 namespace tarvo {
 
 class CityDirectory;
-class KeyedArchiver;
-class KeyedUnarchiver;
-class SqliteDatabase;
+class UserDatabase;
 
 /// One place for which prayer times are computed: a named position with a time-zone name, a
 /// fixed GMT offset (or a marker meaning "take it from the zone"), a daylight-saving
@@ -58,12 +56,9 @@ public:
     std::shared_ptr<TarvoCity> copyWithZone() const;
 
     // ---- Archiving -----------------------------------------------------------------------
+    // The keyed archive of a city is written and read by the library's archiver
+    // (TarvoCityArchive in the sources): the facade keeps the active city in it.
     static bool supportsSecureCoding() { return true; }
-    /// Writes the position, GMT, the calculation preferences and the three names.
-    void encodeWithCoder(KeyedArchiver& coder) const;
-    /// A fresh city from an archive. Never marks it dirty; a value of the wrong kind is
-    /// logged and leaves the city partly filled.
-    static std::shared_ptr<TarvoCity> initWithCoder(const KeyedUnarchiver& coder);
 
     // ---- Derived values ------------------------------------------------------------------
     /// GMT, or for the two markers the zone's current offset in whole hours (truncated
@@ -160,23 +155,23 @@ public:
     bool isDirty() const { return dirty_; }
 
     // ---- Saved cities (table savedcities of the user database) ---------------------------
-    // The database is opened and owned by the caller. Each statement is prepared once, on
-    // first use, into a process-wide slot and reused afterwards whatever handle is passed.
+    // The user database is opened and owned by the caller. Each statement is prepared once
+    // per connection, on first use, and reused afterwards.
     // Failures are logged ("[DB] ...") and answered with London, -1 or an empty list.
 
     /// The class-wide re-entrant lock held around every database use.
     static std::recursive_mutex& syncObj();
     /// The row marked current, or London when there is none.
-    static std::shared_ptr<TarvoCity> initWithCurrentSelectionUsingDB(SqliteDatabase& database);
+    static std::shared_ptr<TarvoCity> initWithCurrentSelectionUsingDB(UserDatabase& database);
     /// The row id of the last insert on the database, -1 on failure.
-    static int64_t getLastSessionID(SqliteDatabase& database);
+    static int64_t getLastSessionID(UserDatabase& database);
     /// Inserts `city` as the current city and answers it with its new primary key. Other
     /// rows keep their selection marks (see dbSync).
-    static std::shared_ptr<TarvoCity> saveNewCity(const std::shared_ptr<TarvoCity>& city, SqliteDatabase& database);
+    static std::shared_ptr<TarvoCity> saveNewCity(const std::shared_ptr<TarvoCity>& city, UserDatabase& database);
     /// Deletes the row (if any) and answers a new London city.
-    static std::shared_ptr<TarvoCity> DeleteCity(SqliteDatabase& database, int64_t primaryKey);
+    static std::shared_ptr<TarvoCity> DeleteCity(UserDatabase& database, int64_t primaryKey);
     /// Every saved city in primary-key order.
-    static std::vector<std::shared_ptr<TarvoCity>> GetSavedCities(SqliteDatabase& database);
+    static std::vector<std::shared_ptr<TarvoCity>> GetSavedCities(UserDatabase& database);
     /// Finalises the cached statements. Meant for a database closed for good: most slots keep
     /// their finalised statements, and a later operation that meets one fails with a logged
     /// error.
@@ -185,9 +180,9 @@ public:
     /// (for a host that closes its database and opens another one).
     static void resetStatementCache();
     /// The row with this primary key, read through the tracked setters; London when absent.
-    static std::shared_ptr<TarvoCity> initWithPrimaryKey(int64_t primaryKey, SqliteDatabase& database);
+    static std::shared_ptr<TarvoCity> initWithPrimaryKey(int64_t primaryKey, UserDatabase& database);
     /// Writes a changed city back to its row.
-    void dbSync(SqliteDatabase& database);
+    void dbSync(UserDatabase& database);
 
     // ---- City directory, reverse-geocode cache, last used city ---------------------------
     // The directory's look-ups are CityDirectory's, answered through it; the cache
@@ -213,32 +208,33 @@ public:
     /// `thresholdKm` widened by 6 per cent, found at the very position for any threshold from
     /// 0 up; nothing without a database or without `checkCache` (the user database holds no
     /// directory).
-    static std::shared_ptr<TarvoCity> GetCityForLat(double latitude, double longitude, SqliteDatabase* database,
+    static std::shared_ptr<TarvoCity> GetCityForLat(double latitude, double longitude, UserDatabase* database,
                                                     double thresholdKm, bool checkCache);
     /// Adds the city (names, position, zone and its name's Soundex code) to the cache.
-    static void saveCityInReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city);
+    static void saveCityInReverseGeocodeCache(UserDatabase& database, const std::shared_ptr<TarvoCity>& city);
     /// Removes the cached places at exactly the city's position.
-    static void RemoveFromReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city);
-    static void DeleteAllReverseGeocodeCache(SqliteDatabase& database);
+    static void RemoveFromReverseGeocodeCache(UserDatabase& database, const std::shared_ptr<TarvoCity>& city);
+    static void DeleteAllReverseGeocodeCache(UserDatabase& database);
     /// Makes the city the only row of `lastused` (missing names become "").
-    static void SaveLastUsedCity(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city);
+    static void SaveLastUsedCity(UserDatabase& database, const std::shared_ptr<TarvoCity>& city);
     /// The last used city, or nothing. It comes back with IsLoadingFromDB still true, so the
     /// caller's later edits are not tracked until it clears the flag.
-    static std::shared_ptr<TarvoCity> GetLastUsedCity(SqliteDatabase& database);
-    static void RemoveLastUsedCity(SqliteDatabase& database);
+    static std::shared_ptr<TarvoCity> GetLastUsedCity(UserDatabase& database);
+    static void RemoveLastUsedCity(UserDatabase& database);
 
     // ---- Schema upgrades of the user database --------------------------------------------
-    // All statements run on `database`; `staticDatabase` is accepted and not used. Each step
+    // All statements run on `database`; `staticDatabase` is accepted and not used. UserDatabase
+    // runs them itself when it opens a file; a second run logs each step it cannot redo. Each step
     // is attempted and its outcome logged; a failing step never stops the upgrade.
-    static void updateSchemav3_1(SqliteDatabase& database, SqliteDatabase* staticDatabase);
-    static void updateSchemav3_2(SqliteDatabase& database, SqliteDatabase* staticDatabase);
-    static void updateSchemav3_3(SqliteDatabase& database, SqliteDatabase* staticDatabase);
+    static void updateSchemav3_1(UserDatabase& database, CityDirectory* staticDatabase);
+    static void updateSchemav3_2(UserDatabase& database, CityDirectory* staticDatabase);
+    static void updateSchemav3_3(UserDatabase& database, CityDirectory* staticDatabase);
     /// Adds the columns of the city's polar resolution and Maghrib and Isha minutes; a host
     /// that runs the upgrades itself runs this one after the three above.
-    static void updateSchemav3_4(SqliteDatabase& database, SqliteDatabase* staticDatabase);
+    static void updateSchemav3_4(UserDatabase& database, CityDirectory* staticDatabase);
     /// Adds the columns of the city's Fajr and Isha angles over any method; runs after
     /// updateSchemav3_4.
-    static void updateSchemav3_5(SqliteDatabase& database, SqliteDatabase* staticDatabase);
+    static void updateSchemav3_5(UserDatabase& database, CityDirectory* staticDatabase);
 
 private:
     // Stores `value` in `field`. Outside loading, a change is logged, marks the record dirty,

@@ -13,7 +13,6 @@
 
 namespace tarvo {
 
-class SqliteDatabase;
 class TarvoCity;
 
 /// The user database of a host: saved cities, the reverse-geocode cache and the last used
@@ -49,8 +48,10 @@ public:
     UserDatabase(const UserDatabase&) = delete;
     UserDatabase& operator=(const UserDatabase&) = delete;
 
-    /// The connection, for TarvoCity's operations.
-    SqliteDatabase& database() { return *database_; }
+    /// The connection and its statements (src/cities/UserDatabaseImpl.h), for the library's
+    /// own use.
+    struct Impl;
+    Impl& impl() const { return *impl_; }
     const std::filesystem::path& path() const;
     /// The layout recorded in the file.
     int64_t schemaVersion() const;
@@ -95,7 +96,7 @@ private:
     Result<void> markSelected(int64_t primaryKey);
     Result<void> storeChoices(int64_t primaryKey, const TarvoCity& city);
 
-    std::unique_ptr<SqliteDatabase> database_;
+    std::unique_ptr<Impl> impl_;
 };
 
 }  // namespace tarvo
