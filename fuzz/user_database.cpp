@@ -21,16 +21,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 namespace {
 
-// The city store caches its statements class-wide, whatever database prepared them; every
-// input is another file, so the cache is emptied after each one, however it ends.
-struct StatementCacheReset {
-    ~StatementCacheReset() { tarvo::TarvoCity::resetStatementCache(); }
-};
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    StatementCacheReset resetAfterwards;
     const std::string_view bytes = tarvo::fuzz::text(data, size);
     const auto folder = tarvo::fuzz::freshFolder("user");
     const auto path = folder / tarvo::UserDatabase::kFileName;
@@ -61,7 +55,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     (void)database->cachedCities();
     (void)tarvo::TarvoCity::GetCityForLat(21.4, 39.8, database.get(), 100.0, true);
     if (!saved.empty()) (void)database->selectCity(saved.front()->primaryKey());
-    tarvo::TarvoCity::resetStatementCache();
     database.reset();
 
     const std::string upgraded = tarvo::fuzz::readFile(path);

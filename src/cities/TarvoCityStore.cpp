@@ -177,8 +177,8 @@ std::shared_ptr<TarvoCity> savedCityFromRow(const SqliteStatement& row, const Ro
 void runSchemaSteps(SqliteDatabase& database, std::span<const SchemaStep> steps) {
     TARVO_LOG_VERBOSE("[DB] UPDATE Schema");
     {
-        std::lock_guard lock(TarvoCity::syncObj());
-        Slot& slot = Slot::slot(SlotId::schema, database);
+        // Runs under the store's lock (the upgrade of UserDatabase::open, or the wrappers below).
+        Slot slot;
         for (const SchemaStep& step : steps) {
             // A statement that cannot be prepared (a column or table that is already there)
             // is not logged by itself: the empty slot then fails to step, and the step's
@@ -199,15 +199,10 @@ void runSchemaSteps(SqliteDatabase& database, std::span<const SchemaStep> steps)
 
 }  // namespace
 
-std::recursive_mutex& TarvoCity::syncObj() {
-    // Lives as long as the process: a connection closed during exit still takes it.
-    static auto* lock = new std::recursive_mutex();
-    return *lock;
-}
-
 std::shared_ptr<TarvoCity> TarvoCity::initWithCurrentSelectionUsingDB(UserDatabase& user) {
     SqliteDatabase& database = user.impl().database;
-    auto city = Slot::run(SlotId::currentSelection, database, kCurrentSelectionSql, "[DB] [DB] Init With Current Selection",
+    CityStatements& statements = user.impl().statements;
+    auto city = Slot::run(SlotId::currentSelection, statements, database, kCurrentSelectionSql, "[DB] [DB] Init With Current Selection",
                           "[DB] Error: failed to init with current selection statement with message '{}'.",
                           [](Slot& slot) {
                               const int result = slot.step();
@@ -220,7 +215,8 @@ std::shared_ptr<TarvoCity> TarvoCity::initWithCurrentSelectionUsingDB(UserDataba
 
 int64_t TarvoCity::getLastSessionID(UserDatabase& user) {
     SqliteDatabase& database = user.impl().database;
-    return Slot::run(SlotId::lastRowId, database, kLastRowIdSql, "[DB] [DB] Get Last Session",
+    CityStatements& statements = user.impl().statements;
+    return Slot::run(SlotId::lastRowId, statements, database, kLastRowIdSql, "[DB] [DB] Get Last Session",
                      "[DB] ERROR message '{}'.",
                      [](Slot& slot) -> int64_t {
                          return slot.step() == SQLITE_ROW ? slot.statement().columnInt64(0) : -1;
@@ -230,13 +226,13 @@ int64_t TarvoCity::getLastSessionID(UserDatabase& user) {
 
 std::shared_ptr<TarvoCity> TarvoCity::saveNewCity(const std::shared_ptr<TarvoCity>& city, UserDatabase& user) {
     SqliteDatabase& database = user.impl().database;
+    CityStatements& statements = user.impl().statements;
     if (!city) {
         TARVO_LOG_ERROR("[DB] Error: no city to save.");
         return nullptr;
     }
-    std::lock_guard lock(syncObj());
-    const auto inserted = Slot::run(
-        SlotId::insertCity, database, kInsertSql, "[DB] [DB] Save New City",
+    std::lock_guard lock(statements.lock);
+    const auto inserted = Slot::run(SlotId::insertCity, statements, database, kInsertSql, "[DB] [DB] Save New City",
         "[DB] Error: failed to save new city statement with message '{}'.", [&city](Slot& slot) {
             city->fillMissingTexts(NameOrder::countryFirst);
             SqliteStatement& insert = slot.statement();
@@ -271,9 +267,10 @@ std::shared_ptr<TarvoCity> TarvoCity::saveNewCity(const std::shared_ptr<TarvoCit
 
 std::shared_ptr<TarvoCity> TarvoCity::DeleteCity(UserDatabase& user, int64_t primaryKey) {
     SqliteDatabase& database = user.impl().database;
+    CityStatements& statements = user.impl().statements;
     // Whether or not the row went, the host falls back to this city when the deleted one
     // was the selection.
-    (void)Slot::run(SlotId::deleteCity, database, kDeleteSql, "[DB] [DB] Delete City",
+    (void)Slot::run(SlotId::deleteCity, statements, database, kDeleteSql, "[DB] [DB] Delete City",
                     "[DB] Error: failed to delete city statement with message '{}'.", [primaryKey](Slot& slot) {
                         slot.statement().bindInt64(1, primaryKey);
                         slot.step();
@@ -283,8 +280,9 @@ std::shared_ptr<TarvoCity> TarvoCity::DeleteCity(UserDatabase& user, int64_t pri
 
 std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetSavedCities(UserDatabase& user) {
     SqliteDatabase& database = user.impl().database;
+    CityStatements& statements = user.impl().statements;
     using Cities = std::vector<std::shared_ptr<TarvoCity>>;
-    return Slot::run(SlotId::allSavedCities, database, kAllSavedSql, "[DB] Get Saved Cities",
+    return Slot::run(SlotId::allSavedCities, statements, database, kAllSavedSql, "[DB] Get Saved Cities",
                      "[DB] Error: failed to get saved cities with message '{}'.",
                      [](Slot& slot) {
                          Cities cities;
@@ -296,20 +294,22 @@ std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetSavedCities(UserDatabase& 
         .valueOr(Cities{});
 }
 
-void TarvoCity::finalizeStatements() {
-    std::lock_guard lock(syncObj());
-    Slot::finalizeForClosing();
+void TarvoCity::finalizeStatements(UserDatabase& user) {
+    CityStatements& statements = user.impl().statements;
+    std::lock_guard lock(statements.lock);
+    statements.finalizeForClosing();
 }
 
-void TarvoCity::resetStatementCache() {
-    std::lock_guard lock(syncObj());
-    Slot::emptyAll();
+void TarvoCity::resetStatementCache(UserDatabase& user) {
+    CityStatements& statements = user.impl().statements;
+    std::lock_guard lock(statements.lock);
+    statements.emptyAll();
 }
 
 std::shared_ptr<TarvoCity> TarvoCity::initWithPrimaryKey(int64_t primaryKey, UserDatabase& user) {
     SqliteDatabase& database = user.impl().database;
-    auto city = Slot::run(
-        SlotId::cityByKey, database, kByKeySql, "[DB] [DB] Init With prim ID",
+    CityStatements& statements = user.impl().statements;
+    auto city = Slot::run(SlotId::cityByKey, statements, database, kByKeySql, "[DB] [DB] Init With prim ID",
         "[DB] Error: failed to init with prim key statement with message '{}'.",
         [primaryKey](Slot& slot) -> std::shared_ptr<TarvoCity> {
             auto found = std::make_shared<TarvoCity>();
@@ -329,15 +329,16 @@ std::shared_ptr<TarvoCity> TarvoCity::initWithPrimaryKey(int64_t primaryKey, Use
 
 void TarvoCity::dbSync(UserDatabase& user) {
     SqliteDatabase& database = user.impl().database;
+    CityStatements& statements = user.impl().statements;
     // Reverse-geocoded automatic cities live elsewhere, never in this table.
     if (IsReverseGeocoded_ && IsAutomaticGPSLocation_) return;
-    std::lock_guard lock(syncObj());
+    std::lock_guard lock(statements.lock);
     TARVO_LOG_DEBUG("[DB] [DB] DB Sync");
     // Every city counts as automatic, so this write never happens in practice: saved rows
     // are only changed by inserting and deleting. The update stays defined for a city that
     // is not automatic.
     if (!dirty_ || IsAutomaticGPSLocation_) return;
-    (void)Slot::run(SlotId::updateCity, database, kUpdateSql, "",
+    (void)Slot::run(SlotId::updateCity, statements, database, kUpdateSql, "",
                     "[DB] Error: failed to db sync statement with message '{}'.", [this](Slot& slot) {
                         fillMissingTexts(NameOrder::countryFirst);
                         setPrayerMethod(clampedMethod(prayerMethod_, 0));
@@ -381,22 +382,27 @@ void upgradeSavedCityLayout(SqliteDatabase& database, int64_t layout) {
 }
 
 void TarvoCity::updateSchemav3_1(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
+    std::lock_guard lock(database.impl().statements.lock);
     upgradeSavedCityLayout(database.impl().database, 1);
 }
 
 void TarvoCity::updateSchemav3_2(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
+    std::lock_guard lock(database.impl().statements.lock);
     upgradeSavedCityLayout(database.impl().database, 2);
 }
 
 void TarvoCity::updateSchemav3_3(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
+    std::lock_guard lock(database.impl().statements.lock);
     upgradeSavedCityLayout(database.impl().database, 3);
 }
 
 void TarvoCity::updateSchemav3_4(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
+    std::lock_guard lock(database.impl().statements.lock);
     upgradeSavedCityLayout(database.impl().database, 4);
 }
 
 void TarvoCity::updateSchemav3_5(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
+    std::lock_guard lock(database.impl().statements.lock);
     upgradeSavedCityLayout(database.impl().database, 5);
 }
 

@@ -114,7 +114,7 @@ int64_t UserDatabase::recognisedVersion() const {
 }
 
 Result<void> UserDatabase::upgrade() {
-    std::lock_guard lock(TarvoCity::syncObj());
+    std::lock_guard lock(impl_->statements.lock);
     // A file made elsewhere may hold a later layout without having recorded it: recognise
     // it rather than redo upgrades whose UPDATE steps would reset the users' values. A
     // recorded layout is believed only when its tables are there (a later app's layout
@@ -158,7 +158,7 @@ Result<void> UserDatabase::upgrade() {
 }
 
 bool UserDatabase::containsCity(int64_t primaryKey) {
-    std::lock_guard lock(TarvoCity::syncObj());
+    std::lock_guard lock(impl_->statements.lock);
     SqliteStatement query;
     if (query.prepare(impl_->database, "SELECT 1 FROM savedcities WHERE pk = ?") != SQLITE_OK) return false;
     query.bindInt64(1, primaryKey);
@@ -177,7 +177,7 @@ Error UserDatabase::fail(const std::string& what) {
 
 template <typename Change>
 Result<void> UserDatabase::inTransaction(const std::string& what, Change&& change) {
-    std::lock_guard lock(TarvoCity::syncObj());
+    std::lock_guard lock(impl_->statements.lock);
     // Taking the write lock first: a locked file fails here, before anything is changed.
     SqliteTransaction transaction(impl_->database, SqliteTransaction::Mode::immediate);
     if (!transaction.began()) return fail("cannot " + what);
@@ -188,7 +188,7 @@ Result<void> UserDatabase::inTransaction(const std::string& what, Change&& chang
 }
 
 Result<std::vector<std::shared_ptr<TarvoCity>>> UserDatabase::savedCities() {
-    std::lock_guard lock(TarvoCity::syncObj());
+    std::lock_guard lock(impl_->statements.lock);
     // The count and the list read one snapshot: a list cut short by a failing read (the
     // store answers what it got so far) is told from a short table by its length.
     SqliteTransaction snapshot(impl_->database);
@@ -282,7 +282,7 @@ Result<void> UserDatabase::deleteCity(int64_t primaryKey) {
 }
 
 std::vector<std::shared_ptr<TarvoCity>> UserDatabase::cachedCities() {
-    std::lock_guard lock(TarvoCity::syncObj());
+    std::lock_guard lock(impl_->statements.lock);
     std::vector<std::shared_ptr<TarvoCity>> cities;
     SqliteStatement query;
     if (query.prepare(impl_->database, "SELECT name, country, lat, lon, timezone FROM cachedcities ORDER BY rowid") !=

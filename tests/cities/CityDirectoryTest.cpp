@@ -55,9 +55,7 @@ class CityDirectoryTest : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(directory_ = openSmall(small_));
-        TarvoCity::resetStatementCache();
     }
-    void TearDown() override { TarvoCity::resetStatementCache(); }
 
     std::shared_ptr<TarvoCity> nearest(double lat, double lon, double km) {
         return TarvoCity::GetCityForLat(lat, lon, directory_.get(), km);
@@ -337,7 +335,6 @@ TEST_F(CityDirectoryTest, DirectoryIsOnlyReadEvenInWriteAheadLogMode) {
         EXPECT_EQ(directory->impl().database.exec(
                       "WITH RECURSIVE r(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM r) SELECT count(*) FROM r"),
                   SQLITE_INTERRUPT);
-        TarvoCity::resetStatementCache();
     }
     EXPECT_EQ(test::readBytes(file), before);
     std::vector<std::string> listing;

@@ -31,11 +31,6 @@ using Names = std::vector<std::string>;
 
 class SavedCitiesTest : public ::testing::Test {
 protected:
-    // Every test starts and ends with the statement slots empty, so a statement finalised by
-    // one test never meets the next.
-    SavedCitiesTest() { TarvoCity::resetStatementCache(); }
-    ~SavedCitiesTest() override { TarvoCity::resetStatementCache(); }
-
     /// The user database in the fresh data folder, opened (and upgraded) on first use.
     UserDatabase& user() {
         if (!user_) {
@@ -165,11 +160,11 @@ TEST_F(SavedCitiesTest, EachReaderFillsARowInItsOwnWay) {
 TEST_F(SavedCitiesTest, StatementsAreCachedPerConnectionAndFinalisedOnesFailUntilTheCacheIsEmptied) {
     TarvoCity::saveNewCity(makeCity("Rabat", 34.02), user());
     TarvoCity::initWithCurrentSelectionUsingDB(user());
-    TarvoCity::finalizeStatements();
+    TarvoCity::finalizeStatements(user());
     EXPECT_TRUE(TarvoCity::initWithCurrentSelectionUsingDB(user())->isDefaultCity());
     EXPECT_EQ(TarvoCity::saveNewCity(makeCity("Agadir", 30.42), user())->primaryKey(), -1);
     EXPECT_EQ(queryText(db(), "SELECT count(*) FROM savedcities"), "1");
-    TarvoCity::resetStatementCache();
+    TarvoCity::resetStatementCache(user());
     EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(user())->cityName(), "Rabat");
 
     // Each connection prepares its own statements: a second database lists and changes its
@@ -230,7 +225,6 @@ TEST_F(SavedCitiesTest, OldDatabaseIsUpgradedInPlaceOnceWithoutLosingRowsUnlessI
                       "0 false false");
         }
         user_.reset();
-        TarvoCity::resetStatementCache();
         std::filesystem::remove(path);
     }
 }
@@ -239,7 +233,6 @@ TEST_F(SavedCitiesTest, UpgradedLayoutsAreLeftAlone) {
     createOldDatabase();
     ASSERT_EQ(db().exec("UPDATE savedcities SET adjusthighlat = 4"), SQLITE_OK);
     user_.reset();
-    TarvoCity::resetStatementCache();
     // Fully upgraded by a host that kept its own record of the layout (user_version 0), or a
     // later app's layout (a higher number, our tables all there): both read, never rewritten.
     for (const int recorded : {0, 9}) {
@@ -249,7 +242,6 @@ TEST_F(SavedCitiesTest, UpgradedLayoutsAreLeftAlone) {
         if (recorded == 9) { EXPECT_EQ(user_->schemaVersion(), 9); }
         EXPECT_EQ(readBytes(UserDatabase::defaultPath()), before) << recorded;
         user_.reset();
-        TarvoCity::resetStatementCache();
     }
     // A file of the layout before the city kept its own choices, as the three upgrades leave
     // it, and one of the layout before the angle overrides (four upgrades, a method-3 city
@@ -267,7 +259,6 @@ TEST_F(SavedCitiesTest, UpgradedLayoutsAreLeftAlone) {
                                             "PRAGMA user_version = {}",
                                             layout)),
                       SQLITE_OK);
-            TarvoCity::resetStatementCache();
         }
         const auto cities = TarvoCity::GetSavedCities(user());
         EXPECT_EQ(user_->schemaVersion(), 5);
@@ -299,7 +290,6 @@ TEST_F(SavedCitiesTest, UpgradedLayoutsAreLeftAlone) {
         EXPECT_EQ(duplicates(), "[1][2]");
         EXPECT_EQ(log_.count("[DB] Done updating."), 1u);
         user_.reset();
-        TarvoCity::resetStatementCache();
     }
 }
 

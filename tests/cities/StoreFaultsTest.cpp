@@ -75,10 +75,8 @@ public:
     static constexpr bool kWritesReplace = false;
 
     explicit SavedCitiesStore(const std::filesystem::path& path) {
-        TarvoCity::resetStatementCache();
         if (auto opened = UserDatabase::open(path)) user_ = *opened;
     }
-    ~SavedCitiesStore() { TarvoCity::resetStatementCache(); }
     bool save(const std::string& name) { return user_ && user_->addCity(city(name)).ok(); }
     Names contents() {
         Names names;

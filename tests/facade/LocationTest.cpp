@@ -56,8 +56,6 @@ protected:
         DispatchQueue::main().drain();
     }
     void TearDown() override {
-        // The statement slots are process-wide: none may outlive this test's database.
-        TarvoCity::resetStatementCache();
         NotificationCenter::defaultCenter().removeObserver(token);
         TarvoDAO::setNetworkActivityIndicatorHandler(nullptr);
         FacadeTest::TearDown();

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -29,8 +28,9 @@ class UserDatabase;
 /// preferences are mirrored at once into the automatic-city keys of the shared user defaults,
 /// so a new automatic city starts with the user's last choices.
 ///
-/// A city is not locked and belongs to one thread at a time. The database operations (saved
-/// cities, schema upgrades, directory, cache) are class-wide and serialise on syncObj().
+/// A city is a plain value: not locked, copyable, used by one thread at a time. The database
+/// operations below are thin wrappers over the stores (UserDatabase, CityDirectory), which
+/// own their statements and serialise their use with their own locks.
 class TARVO_EXPORT TarvoCity {
 public:
     /// Class name carried by archives of a city.
@@ -159,8 +159,6 @@ public:
     // per connection, on first use, and reused afterwards.
     // Failures are logged ("[DB] ...") and answered with London, -1 or an empty list.
 
-    /// The class-wide re-entrant lock held around every database use.
-    static std::recursive_mutex& syncObj();
     /// The row marked current, or London when there is none.
     static std::shared_ptr<TarvoCity> initWithCurrentSelectionUsingDB(UserDatabase& database);
     /// The row id of the last insert on the database, -1 on failure.
@@ -172,13 +170,13 @@ public:
     static std::shared_ptr<TarvoCity> DeleteCity(UserDatabase& database, int64_t primaryKey);
     /// Every saved city in primary-key order.
     static std::vector<std::shared_ptr<TarvoCity>> GetSavedCities(UserDatabase& database);
-    /// Finalises the cached statements. Meant for a database closed for good: most slots keep
-    /// their finalised statements, and a later operation that meets one fails with a logged
-    /// error.
-    static void finalizeStatements();
-    /// Finalises and empties every cached slot so that the next operation prepares afresh
-    /// (for a host that closes its database and opens another one).
-    static void resetStatementCache();
+    /// Finalises the database's cached statements. Meant for a database closed for good: most
+    /// slots keep their finalised statements, and a later operation that meets one fails with a
+    /// logged error.
+    static void finalizeStatements(UserDatabase& database);
+    /// Finalises and empties the database's cached statements so that the next operation
+    /// prepares afresh.
+    static void resetStatementCache(UserDatabase& database);
     /// The row with this primary key, read through the tracked setters; London when absent.
     static std::shared_ptr<TarvoCity> initWithPrimaryKey(int64_t primaryKey, UserDatabase& database);
     /// Writes a changed city back to its row.
