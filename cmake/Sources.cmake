@@ -85,6 +85,7 @@ set(TARVO_SOURCES_cities
   src/cities/PrayerZoneLocator.cpp
   src/cities/RequestChecks.cpp
   src/cities/TarvoCity.cpp
+  src/cities/TarvoCityArchive.cpp
   src/cities/TarvoCityDirectory.cpp
   src/cities/TarvoCityStore.cpp
   src/cities/UserDatabase.cpp

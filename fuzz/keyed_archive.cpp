@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "FuzzSupport.h"
+#include "cities/TarvoCityArchive.h"
 #include "configuration/PrayerConfigurationArchive.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/configuration/PrayerConfiguration.h"
@@ -17,7 +18,7 @@
 namespace {
 
 // The coders of each class: the city's own, the configuration's archive.
-void encode(const tarvo::TarvoCity& city, tarvo::KeyedArchiver& coder) { city.encodeWithCoder(coder); }
+void encode(const tarvo::TarvoCity& city, tarvo::KeyedArchiver& coder) { tarvo::TarvoCityArchive::encode(city, coder); }
 void encode(const tarvo::PrayerConfiguration& configuration, tarvo::KeyedArchiver& coder) {
     tarvo::PrayerConfigurationArchive::encode(configuration, coder);
 }
@@ -26,7 +27,7 @@ std::shared_ptr<Class> decode(const tarvo::KeyedUnarchiver& coder) {
     if constexpr (std::is_same_v<Class, tarvo::PrayerConfiguration>) {
         return tarvo::PrayerConfigurationArchive::decode(coder);
     } else {
-        return Class::initWithCoder(coder);
+        return tarvo::TarvoCityArchive::decode(coder);
     }
 }
 

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "FuzzSupport.h"
+#include "cities/UserDatabaseImpl.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
 #include "platform/storage/SqliteStatement.h"
@@ -20,16 +21,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 namespace {
 
-// The city store caches its statements class-wide, whatever database prepared them; every
-// input is another file, so the cache is emptied after each one, however it ends.
-struct StatementCacheReset {
-    ~StatementCacheReset() { tarvo::TarvoCity::resetStatementCache(); }
-};
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    StatementCacheReset resetAfterwards;
     const std::string_view bytes = tarvo::fuzz::text(data, size);
     const auto folder = tarvo::fuzz::freshFolder("user");
     const auto path = folder / tarvo::UserDatabase::kFileName;
@@ -41,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return 0;
     }
     auto database = std::move(*opened);
-    tarvo::SqliteDatabase& db = database->database();
+    tarvo::SqliteDatabase& db = database->impl().database;
     // At the current layout or a later one: recorded so, or unrecorded (0 or below) with the
     // tables there, which is left as it is.
     const int64_t recorded = database->schemaVersion();
@@ -54,13 +49,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                              tables.step() == SQLITE_ROW && tables.columnInt64(0) == 3,
                          "an opened user database lacks a table of the current layout");
     }
-    const auto saved = tarvo::TarvoCity::GetSavedCities(db);
-    (void)tarvo::TarvoCity::initWithCurrentSelectionUsingDB(db);
-    (void)tarvo::TarvoCity::GetLastUsedCity(db);
+    const auto saved = tarvo::TarvoCity::GetSavedCities(*database);
+    (void)tarvo::TarvoCity::initWithCurrentSelectionUsingDB(*database);
+    (void)tarvo::TarvoCity::GetLastUsedCity(*database);
     (void)database->cachedCities();
-    (void)tarvo::TarvoCity::GetCityForLat(21.4, 39.8, &db, 100.0, true);
+    (void)tarvo::TarvoCity::GetCityForLat(21.4, 39.8, database.get(), 100.0, true);
     if (!saved.empty()) (void)database->selectCity(saved.front()->primaryKey());
-    tarvo::TarvoCity::resetStatementCache();
     database.reset();
 
     const std::string upgraded = tarvo::fuzz::readFile(path);

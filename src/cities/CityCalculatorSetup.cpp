@@ -29,21 +29,37 @@ void configureCalculatorFromCity(PrayerCalculator& calculator, const TarvoCity& 
                   "a city's marker passes to the calculator unchanged");
     const double gmt = city.GMT() == TarvoCity::kGMTFromTimeZoneLegacy ? PrayerCalculator::kOffsetFromZone : city.GMT();
     calculator.setOverrideTimeZoneOffset(gmt);
-    // A city's own angles and minutes replace its method's, whatever the method: the method's
-    // other numbers stay, and so do a named authority's safety minutes and rounding ("Karachi
-    // with a 19.5 degree Fajr"). A city that never chose its angles (0, the record's default)
-    // keeps the method's own; on the custom method those are the Muslim League's 18 and 17
-    // degrees: an angle of 0 would put Fajr at sunrise and Isha at sunset. A city carrying
-    // Isha both as an angle and as minutes keeps the minutes, the rule it was given last.
+    // The custom angles belong to the custom method and apply only while it is in force
+    // (read after the method and position are set, so an automatic method counts as
+    // resolved). A custom angle of 0 is "not chosen" and keeps the custom method's 18 and
+    // 17 degrees: taken literally it would put Fajr at sunrise and Isha at sunset.
+    if (calculator.calcMethod() == PrayerCalculator::kCustomMethod) {
+        if (city.customFajrAngle() > 0) calculator.setFajrAngle(city.customFajrAngle());
+        if (city.customIshaAngle() > 0) calculator.setIshaAngle(city.customIshaAngle());
+    }
+    // Then the city's overrides over whatever method is in force: each replaces one rule and
+    // keeps the method's other numbers, and a named authority's safety minutes and rounding
+    // ("Karachi with a 19.5 degree Fajr"). A city carrying Isha both as an angle and as
+    // minutes keeps the minutes, the rule that was given last.
     MethodOverrides overrides;
-    if (city.customFajrAngle() > 0) overrides.fajrAngle = city.customFajrAngle();
-    if (city.customIshaAngle() > 0 && !city.ishaMinutes()) overrides.ishaAngle = city.customIshaAngle();
+    overrides.fajrAngle = city.fajrAngleOverride();
+    if (!city.ishaMinutes()) overrides.ishaAngle = city.ishaAngleOverride();
     overrides.maghribMinutes = city.maghribMinutes();
     overrides.ishaMinutes = city.ishaMinutes();
     overrides.applyTo(calculator);
     // Only the city's own choice: the engine by itself leaves polar times missing, and the
     // facade's day timetable adds the user's preference and the default.
     if (const auto chosen = polarResolutionFromStored(city.polarResolution())) calculator.setPolarResolution(*chosen);
+}
+
+void chooseCityAngles(TarvoCity& city, const std::optional<double>& fajr, const std::optional<double>& isha) {
+    if (city.prayerMethod() == PrayerCalculator::kCustomMethod) {
+        if (fajr) city.setCustomFajrAngle(*fajr);
+        if (isha) city.setCustomIshaAngle(*isha);
+    } else {
+        if (fajr) city.setFajrAngleOverride(fajr);
+        if (isha) city.setIshaAngleOverride(isha);
+    }
 }
 
 PolarResolution polarResolutionOfCity(const TarvoCity& city, const PrayerConfiguration* preferences) {

@@ -1,5 +1,6 @@
 #include "tarvo/cities/CityFields.h"
 
+#include "tarvo/cities/CityCalculatorSetup.h"
 #include "tarvo/cities/TarvoCity.h"
 
 namespace tarvo {
@@ -18,9 +19,7 @@ std::shared_ptr<TarvoCity> CityFields::makeCity() const {
     city->setPrayerMethod(calculation.method);
     city->setAsrMethod(calculation.asr);
     city->setAdjustHighLatitude(calculation.highLatitude);
-    // 0: not chosen, so the method keeps its own angles.
-    city->setCustomFajrAngle(calculation.fajrAngle.value_or(0));
-    city->setCustomIshaAngle(calculation.ishaAngle.value_or(0));
+    chooseCityAngles(*city, calculation.fajrAngle, calculation.ishaAngle);
     city->setMaghribMinutes(calculation.maghribMinutes);
     city->setIshaMinutes(calculation.ishaMinutes);
     city->setPolarResolution(calculation.polar);

@@ -1,9 +1,6 @@
 #include "cities/CityStatementSlot.h"
 
-#include <array>
-#include <memory>
 #include <mutex>
-#include <set>
 
 #include <sqlite3.h>
 
@@ -14,59 +11,24 @@
 
 namespace tarvo {
 
-namespace {
+std::recursive_mutex& CityStatementSlot::lockOf(CityStatements& statements) { return statements.lock; }
 
-// One connection's slots. The set registers itself so that finalizeStatements and the cache
-// reset reach every connection, and leaves the register when its connection closes.
-struct ConnectionSlots {
-    std::array<CityStatementSlot, static_cast<size_t>(CityStatementSlot::Id::count)> slots;
+CityStatementSlot& CityStatementSlot::slotOf(CityStatements& statements, Id id) { return statements.slot(id); }
 
-    // Every set alive, touched only under TarvoCity::syncObj(); it lives as long as the process.
-    static std::set<ConnectionSlots*>& all() {
-        static auto* sets = new std::set<ConnectionSlots*>();
-        return *sets;
+void CityStatements::finalizeForClosing() {
+    using enum CityStatementSlot::Id;
+    for (auto id : {lastRowId, schema, insertCity, insertCachedCity, deleteCachedCity, deleteAllCachedCities, cityByKey,
+                    deleteCity, updateCity, currentSelection, allSavedCities}) {
+        slot(id).finalizeKeepingSlot();
     }
-
-    ConnectionSlots() { all().insert(this); }  // made under the lock, by slot()
-    ~ConnectionSlots() {
-        std::lock_guard lock(TarvoCity::syncObj());
-        all().erase(this);
-        for (CityStatementSlot& each : slots) each.empty();
-    }
-    ConnectionSlots(const ConnectionSlots&) = delete;
-    ConnectionSlots& operator=(const ConnectionSlots&) = delete;
-};
-
-// The key under which a connection keeps its set.
-constexpr char kAttachmentKey = 0;
-
-}  // namespace
-
-CityStatementSlot& CityStatementSlot::slot(Id id, const SqliteDatabase& database) {
-    std::shared_ptr<void>& attached = database.attachment(&kAttachmentKey);
-    if (!attached) attached = std::make_shared<ConnectionSlots>();
-    return static_cast<ConnectionSlots*>(attached.get())->slots[static_cast<size_t>(id)];
+    // The last-used statements are left alone; the two cached-city delete slots are the only
+    // ones emptied, so they alone prepare again on next use.
+    slot(deleteCachedCity).empty();
+    slot(deleteAllCachedCities).empty();
 }
 
-void CityStatementSlot::finalizeForClosing() {
-    using enum Id;
-    for (ConnectionSlots* connection : ConnectionSlots::all()) {
-        auto slot = [connection](Id id) -> CityStatementSlot& { return connection->slots[static_cast<size_t>(id)]; };
-        for (Id id : {lastRowId, schema, insertCity, insertCachedCity, deleteCachedCity, deleteAllCachedCities,
-                      cityByKey, deleteCity, updateCity, currentSelection, allSavedCities}) {
-            slot(id).finalizeKeepingSlot();
-        }
-        // The last-used statements are left alone; the two cached-city
-        // delete slots are the only ones emptied, so they alone prepare again on next use.
-        slot(deleteCachedCity).empty();
-        slot(deleteAllCachedCities).empty();
-    }
-}
-
-void CityStatementSlot::emptyAll() {
-    for (ConnectionSlots* connection : ConnectionSlots::all()) {
-        for (CityStatementSlot& each : connection->slots) each.empty();
-    }
+void CityStatements::emptyAll() {
+    for (CityStatementSlot& each : slots) each.empty();
 }
 
 Result<void> CityStatementSlot::prepare(const SqliteDatabase& database, std::string_view sql) {

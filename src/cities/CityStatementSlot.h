@@ -1,12 +1,12 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <mutex>
 #include <string>
 #include <string_view>
 #include <type_traits>
 
-#include "tarvo/cities/TarvoCity.h"
 #include "platform/host/Log.h"
 #include "tarvo/platform/Result.h"
 #include "platform/storage/SqliteStatement.h"
@@ -15,20 +15,21 @@ namespace tarvo {
 
 class SqliteDatabase;
 
+struct CityStatements;
+
 /// A cache slot holding one prepared statement of the city store.
 ///
-/// Every connection has its own set of slots, attached to the connection: a statement is
-/// prepared once per connection and used only on it, and the set is finalised when the
-/// connection closes. A slot may also hold a statement that TarvoCity::finalizeStatements
-/// finalised; it then counts as taken (nothing is prepared into it again) and stepping it
-/// fails with a logged error instead of touching freed memory.
+/// The slots belong to the user database that uses them (CityStatements, in its private
+/// part): a statement is prepared once per connection and used only on it, and the slots are
+/// finalised before their connection closes. A slot may also hold a statement that
+/// TarvoCity::finalizeStatements finalised; it then counts as taken (nothing is prepared into
+/// it again) and stepping it fails with a logged error instead of touching freed memory.
 ///
-/// Slots are only touched while TarvoCity::syncObj() is held.
+/// Slots are only touched while their store's lock is held.
 class CityStatementSlot {
 public:
     /// The slots, one per cached statement of the saved-cities store, the schema upgrades and
-    /// the city directory. Statements whose text changes with every call are not cached (see
-    /// runFresh).
+    /// the city cache. Statements whose text changes with every call are not cached.
     enum class Id : size_t {
         lastRowId,
         schema,
@@ -47,16 +48,6 @@ public:
         count
     };
 
-    /// The connection's slot (made with the connection's set on first use).
-    static CityStatementSlot& slot(Id id, const SqliteDatabase& database);
-
-    /// Finalises, on every connection, the statements of the slots that
-    /// TarvoCity::finalizeStatements names. Only the two cached-city delete slots are emptied;
-    /// the others keep their finalised statements.
-    static void finalizeForClosing();
-    /// Finalises and empties every slot of every connection.
-    static void emptyAll();
-
     /// Nothing prepared here (or the slot was emptied).
     bool isEmpty() const { return !statement_.isPrepared() && !finalised_; }
     /// Prepares `sql` into the slot (the statement stays empty on failure).
@@ -73,7 +64,7 @@ public:
     /// Finalises the statement and empties the slot.
     void empty();
 
-    /// The store's statement sequence, written once: under TarvoCity::syncObj(), writes
+    /// The store's statement sequence, written once: under the store's lock, writes
     /// `traceLine` (debug level; none when empty), prepares the slot's statement on first
     /// use, hands the slot to `use` (bind, step, read) and resets the statement afterwards.
     /// When the statement cannot be prepared, `failureLine` is logged at error level with
@@ -82,27 +73,14 @@ public:
     /// back for the caller to turn into its documented answer. The log lines name
     /// the caller's file, function and line.
     template <typename Use>
-    static auto run(Id id, const SqliteDatabase& database, std::string_view sql, std::string_view traceLine,
+    static auto run(Id id, CityStatements& statements, const SqliteDatabase& database, std::string_view sql,
+                    std::string_view traceLine,
                     std::string_view failureLine, Use&& use,
                     const char* file = __builtin_FILE(), const char* function = __builtin_FUNCTION(),
                     int line = __builtin_LINE())
         -> Result<std::invoke_result_t<Use, CityStatementSlot&>> {
-        std::lock_guard lock(TarvoCity::syncObj());
-        return runIn(slot(id, database), false, database, sql, traceLine, failureLine, std::forward<Use>(use),
-                     CallSite{file, function, line});
-    }
-
-    /// The same sequence for a statement whose text changes with every call (a search term or
-    /// a country's table number in it): prepared afresh into a statement of its own, which is
-    /// finalised after `use`.
-    template <typename Use>
-    static auto runFresh(const SqliteDatabase& database, std::string_view sql, std::string_view traceLine,
-                         std::string_view failureLine, Use&& use, const char* file = __builtin_FILE(),
-                         const char* function = __builtin_FUNCTION(), int line = __builtin_LINE())
-        -> Result<std::invoke_result_t<Use, CityStatementSlot&>> {
-        std::lock_guard lock(TarvoCity::syncObj());
-        CityStatementSlot fresh;
-        return runIn(fresh, true, database, sql, traceLine, failureLine, std::forward<Use>(use),
+        std::lock_guard lock(lockOf(statements));
+        return runIn(slotOf(statements, id), false, database, sql, traceLine, failureLine, std::forward<Use>(use),
                      CallSite{file, function, line});
     }
 
@@ -115,8 +93,10 @@ private:
         int line;
     };
     static void log(Log::Level level, const CallSite& where, const std::string& message);
+    static std::recursive_mutex& lockOf(CityStatements& statements);
+    static CityStatementSlot& slotOf(CityStatements& statements, Id id);
 
-    // The sequence of run() and runFresh() in `s`, under the lock they hold.
+    // The sequence of run() in `s`, under the lock it holds.
     template <typename Use>
     static auto runIn(CityStatementSlot& s, bool fresh, const SqliteDatabase& database, std::string_view sql,
                       std::string_view traceLine, std::string_view failureLine, Use&& use, const CallSite& where)
@@ -141,6 +121,21 @@ private:
     SqliteStatement statement_;
     bool finalised_ = false;
     std::string sql_;
+};
+
+/// One user database's statements and the lock that serialises their use (re-entrant: an
+/// operation may call another one of the same store).
+struct CityStatements {
+    std::recursive_mutex lock;
+    std::array<CityStatementSlot, static_cast<size_t>(CityStatementSlot::Id::count)> slots;
+
+    CityStatementSlot& slot(CityStatementSlot::Id id) { return slots[static_cast<size_t>(id)]; }
+    /// Finalises the statements of the slots that TarvoCity::finalizeStatements names. Only
+    /// the two cached-city delete slots are emptied; the others keep their finalised
+    /// statements.
+    void finalizeForClosing();
+    /// Finalises and empties every slot.
+    void emptyAll();
 };
 
 }  // namespace tarvo

@@ -1,15 +1,12 @@
 #include "tarvo/cities/TarvoCity.h"
 
 #include <cmath>
-#include <limits>
 #include <type_traits>
 
 #include <fmt/format.h>
 #include "platform/host/LogMacros.h"
 #include "platform/text/Text.h"
 #include "tarvo/calculation/CalculationMethod.h"
-#include "platform/storage/KeyedArchiver.h"
-#include "platform/storage/KeyedUnarchiver.h"
 #include "tarvo/platform/TimeZone.h"
 #include "tarvo/platform/UserDefaults.h"
 
@@ -33,23 +30,9 @@ bool isGMTMarker(double gmt) { return gmt == TarvoCity::kGMTFromTimeZone || gmt 
 // How an absent text or date shows in a log line.
 std::string describe(const std::optional<std::string>& text) { return text ? *text : "(null)"; }
 std::string describe(const std::optional<Date>& date) { return date ? date->description() : "(null)"; }
-std::string describeMinutes(const std::optional<double>& minutes) {
-    return minutes ? fmt::format("{:f}", *minutes) : "(null)";
+std::string describeNumber(const std::optional<double>& value) {
+    return value ? fmt::format("{:f}", *value) : "(null)";
 }
-
-// The integer of a decoded number object, as the platform's integerValue gives it: the
-// fraction cut off; out-of-range values and NaN pinned instead of undefined.
-int64_t integerOfNumber(double value) {
-    if (std::isnan(value)) return 0;
-    if (value >= 9223372036854775807.0) return std::numeric_limits<int64_t>::max();
-    if (value <= -9223372036854775808.0) return std::numeric_limits<int64_t>::min();
-    return static_cast<int64_t>(value);
-}
-
-// Archived GMT and custom angles pass through single precision on the way in: archives made
-// by older versions stored them as floats, and readers compare them with values that went
-// the same way (so 5.75 comes back exactly, 3.3 as 3.2999999523).
-double throughSinglePrecision(double value) { return static_cast<double>(static_cast<float>(value)); }
 
 }  // namespace
 
@@ -175,11 +158,22 @@ void TarvoCity::setPolarResolution(int64_t value) {
 // The minutes are the city's own: not mirrored into the automatic-city keys, which hold only
 // the choices every city has.
 void TarvoCity::setMaghribMinutes(const std::optional<double>& value) {
-    setTracked(maghribMinutes_, value, [&] { return "DIRTY: SETTING MAGHRIB MINUTES: " + describeMinutes(value); });
+    setTracked(maghribMinutes_, value, [&] { return "DIRTY: SETTING MAGHRIB MINUTES: " + describeNumber(value); });
 }
 
 void TarvoCity::setIshaMinutes(const std::optional<double>& value) {
-    setTracked(ishaMinutes_, value, [&] { return "DIRTY: SETTING ISHA MINUTES: " + describeMinutes(value); });
+    setTracked(ishaMinutes_, value, [&] { return "DIRTY: SETTING ISHA MINUTES: " + describeNumber(value); });
+}
+
+// The overrides, like the minutes, are the city's own and not mirrored.
+void TarvoCity::setFajrAngleOverride(const std::optional<double>& value) {
+    setTracked(fajrAngleOverride_, value,
+               [&] { return "DIRTY: SETTING FAJR ANGLE OVERRIDE: " + describeNumber(value); });
+}
+
+void TarvoCity::setIshaAngleOverride(const std::optional<double>& value) {
+    setTracked(ishaAngleOverride_, value,
+               [&] { return "DIRTY: SETTING ISHA ANGLE OVERRIDE: " + describeNumber(value); });
 }
 
 void TarvoCity::setIsSelectedCity(bool value) {
@@ -246,6 +240,8 @@ void TarvoCity::copyPrayerPreferencesToCity(const std::shared_ptr<TarvoCity>& ci
     city->setPolarResolution(polarResolution_);
     city->setMaghribMinutes(maghribMinutes_);
     city->setIshaMinutes(ishaMinutes_);
+    city->setFajrAngleOverride(fajrAngleOverride_);
+    city->setIshaAngleOverride(ishaAngleOverride_);
     city->setCustomFajrAngle(customFajrAngle_);
     city->setCustomIshaAngle(customIshaAngle_);
 }
@@ -270,6 +266,8 @@ std::shared_ptr<TarvoCity> TarvoCity::copyWithZone() const {
     copy->setPolarResolution(polarResolution_);
     copy->setMaghribMinutes(maghribMinutes_);
     copy->setIshaMinutes(ishaMinutes_);
+    copy->setFajrAngleOverride(fajrAngleOverride_);
+    copy->setIshaAngleOverride(ishaAngleOverride_);
     copy->setCustomFajrAngle(customFajrAngle_);
     copy->setCustomIshaAngle(customIshaAngle_);
     copy->setIsSelectedCity(isSelectedCity_);
@@ -277,65 +275,6 @@ std::shared_ptr<TarvoCity> TarvoCity::copyWithZone() const {
     copy->setTimeZone(TimeZone_);
     copy->setIsLoadingFromDB(false);
     return copy;
-}
-
-// ---- Archiving ------------------------------------------------------------------------
-
-void TarvoCity::encodeWithCoder(KeyedArchiver& coder) const {
-    coder.encodeDouble(GMT_, "GMT");
-    coder.encodeInteger(DSTPreference_, "DSTPreference");
-    coder.encodeInteger(prayerMethod_, "prayerMethod");
-    coder.encodeInteger(asrMethod_, "asrMethod");
-    coder.encodeInteger(adjustHighLatitude_, "adjustHighLatitude");
-    coder.encodeDouble(customFajrAngle_, "customFajrAngle");
-    coder.encodeDouble(customIshaAngle_, "customIshaAngle");
-    coder.encodeDouble(latitude_, "latitude");
-    coder.encodeDouble(longitude_, "longitude");
-    // Written only when chosen, so that archives of cities without them read as before.
-    if (polarResolution_ != 0) coder.encodeInteger(polarResolution_, "polarResolution");
-    if (maghribMinutes_) coder.encodeDouble(*maghribMinutes_, "maghribMinutes");
-    if (ishaMinutes_) coder.encodeDouble(*ishaMinutes_, "ishaMinutes");
-    coder.encodeObject(cityName_.value_or(""), "cityName");
-    coder.encodeObject(countryName_.value_or(""), "countryName");
-    coder.encodeObject(TimeZone_.value_or(""), "TimeZone");
-}
-
-std::shared_ptr<TarvoCity> TarvoCity::initWithCoder(const KeyedUnarchiver& coder) {
-    auto city = std::make_shared<TarvoCity>();
-    city->setIsLoadingFromDB(true);
-    auto number = [&coder](std::string_view key) { return coder.decodeNumber(key).value_or(0.0); };
-    try {
-        city->setGMT(throughSinglePrecision(number("GMT")));
-        city->setDSTPreference(integerOfNumber(number("DSTPreference")));
-        city->setPrayerMethod(integerOfNumber(number("prayerMethod")));
-        city->setAsrMethod(integerOfNumber(number("asrMethod")));
-        city->setAdjustHighLatitude(integerOfNumber(number("adjustHighLatitude")));
-        city->setCustomFajrAngle(throughSinglePrecision(number("customFajrAngle")));
-        city->setCustomIshaAngle(throughSinglePrecision(number("customIshaAngle")));
-        city->setLatitude(number("latitude"));
-        city->setLongitude(number("longitude"));
-        // Absent from archives made before cities kept them: not chosen. Full precision: no
-        // older reader compares them through single precision.
-        city->setPolarResolution(integerOfNumber(number("polarResolution")));
-        city->setMaghribMinutes(coder.decodeNumber("maghribMinutes"));
-        city->setIshaMinutes(coder.decodeNumber("ishaMinutes"));
-    } catch (const KeyedUnarchiver::DecodingError&) {
-        // Keep what was decoded so far and go on with the names.
-        TARVO_LOG_ERROR("Error tring to decode city obj");
-    }
-    auto text = [&coder](std::string_view key) -> std::optional<std::string> {
-        try {
-            return coder.decodeString(key);
-        } catch (const KeyedUnarchiver::DecodingError&) {
-            TARVO_LOG_ERROR("Error tring to decode city obj");
-            return std::nullopt;
-        }
-    };
-    city->setCityName(text("cityName"));
-    city->setCountryName(text("countryName"));
-    city->setTimeZone(text("TimeZone"));
-    city->setIsLoadingFromDB(false);
-    return city;
 }
 
 // ---- Derived values -------------------------------------------------------------------

@@ -15,6 +15,7 @@
 #include "platform/text/Text.h"
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/TarvoCity.h"
+#include "cities/UserDatabaseImpl.h"
 #include "platform/storage/SqliteDatabase.h"
 #include "platform/storage/SqliteStatement.h"
 
@@ -57,16 +58,19 @@ std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double long
     return directory->nearestCity(latitude, longitude, thresholdKm);
 }
 
-std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double longitude, SqliteDatabase* database,
+std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double longitude, UserDatabase* user,
                                                     double thresholdKm, bool checkCache) {
-    if (!database || !checkCache) return nullptr;
-    std::lock_guard lock(syncObj());
+    if (!user || !checkCache) return nullptr;
+    SqliteDatabase* database = &user->impl().database;
+    std::lock_guard lock(user->impl().statements.lock);
     // The cache's statement is prepared for each look-up, on the connection passed in.
     NearestPlace cache(*database, "cachedcities", false, "Error: failed to get time zone statement with message '{}'.");
     return cache.find(latitude, longitude, thresholdKm);
 }
 
-void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
+void TarvoCity::saveCityInReverseGeocodeCache(UserDatabase& user, const std::shared_ptr<TarvoCity>& city) {
+    SqliteDatabase& database = user.impl().database;
+    CityStatements& statements = user.impl().statements;
     if (!city) return;
     constexpr const char* kFailureLine = "[DB] Error: failed to insert cached city '{}'.";
     const char* function = __func__;
@@ -86,7 +90,7 @@ void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const st
         return earlier.step();
     };
     auto insert = [&](Slot& slot) {
-        const auto removed = Slot::run(SlotId::deleteCachedCity, database, kCacheDeleteSql, "", kFailureLine,
+        const auto removed = Slot::run(SlotId::deleteCachedCity, statements, database, kCacheDeleteSql, "", kFailureLine,
                                        removeEarlierRows, __FILE__, function, __LINE__);
         if (!removed || !*removed) return;
         const std::string name = city->cityName().value_or("");
@@ -114,15 +118,17 @@ void TarvoCity::saveCityInReverseGeocodeCache(SqliteDatabase& database, const st
         }
         place.reset();  // rolls back unless released, still under the store's lock
     };
-    (void)Slot::run(SlotId::insertCachedCity, database, kCacheInsertSql, "[DB] [DB] Save New Cached City", kFailureLine,
+    (void)Slot::run(SlotId::insertCachedCity, statements, database, kCacheInsertSql, "[DB] [DB] Save New Cached City", kFailureLine,
                     insert);
 }
 
-void TarvoCity::RemoveFromReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
+void TarvoCity::RemoveFromReverseGeocodeCache(UserDatabase& user, const std::shared_ptr<TarvoCity>& city) {
+    SqliteDatabase& database = user.impl().database;
+    CityStatements& statements = user.impl().statements;
     if (!city) return;
     // The insert's opening line: the two operations share it by design, and log readers
     // match on it.
-    (void)Slot::run(SlotId::deleteCachedCity, database, kCacheDeleteSql, "[DB] [DB] Save New Cached City",
+    (void)Slot::run(SlotId::deleteCachedCity, statements, database, kCacheDeleteSql, "[DB] [DB] Save New Cached City",
                     "[DB] Error: failed to delete cached city statement with message '{}'.", [&](Slot& slot) {
                         slot.statement().bindDouble(1, city->latitude());
                         slot.statement().bindDouble(2, city->longitude());
@@ -131,22 +137,26 @@ void TarvoCity::RemoveFromReverseGeocodeCache(SqliteDatabase& database, const st
                     });
 }
 
-void TarvoCity::DeleteAllReverseGeocodeCache(SqliteDatabase& database) {
-    (void)Slot::run(SlotId::deleteAllCachedCities, database, kCacheDeleteAllSql, "[DB] [DB] Save New Cached City",
+void TarvoCity::DeleteAllReverseGeocodeCache(UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
+    CityStatements& statements = user.impl().statements;
+    (void)Slot::run(SlotId::deleteAllCachedCities, statements, database, kCacheDeleteAllSql, "[DB] [DB] Save New Cached City",
                     "[DB] Error: failed to delete all cached cities statement with message '{}'.", [&](Slot& slot) {
                         if (slot.step() != SQLITE_DONE)
                             TARVO_LOG_ERROR("[DB] Error: failed to delete cached city '{}'.", database.errorMessage());
                     });
 }
 
-void TarvoCity::SaveLastUsedCity(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city) {
+void TarvoCity::SaveLastUsedCity(UserDatabase& user, const std::shared_ptr<TarvoCity>& city) {
+    SqliteDatabase& database = user.impl().database;
+    CityStatements& statements = user.impl().statements;
     if (!city) return;
     // The lock is taken before the removal (it is re-entrant), so that two threads saving at
     // once cannot both empty the table and both insert: it keeps one row, and a reader never
     // finds it empty in between.
-    std::lock_guard lock(syncObj());
-    RemoveLastUsedCity(database);
-    (void)Slot::run(SlotId::insertLastUsed, database, kLastUsedInsertSql, "[DB] [DB] Save Last Used City",
+    std::lock_guard lock(statements.lock);
+    RemoveLastUsedCity(user);
+    (void)Slot::run(SlotId::insertLastUsed, statements, database, kLastUsedInsertSql, "[DB] [DB] Save Last Used City",
                     "[DB] Error: failed SaveLastUsedCity with message '{}'.", [&](Slot& slot) {
                         city->fillMissingTexts(NameOrder::cityFirst);
                         SqliteStatement& insert = slot.statement();
@@ -161,8 +171,10 @@ void TarvoCity::SaveLastUsedCity(SqliteDatabase& database, const std::shared_ptr
                     });
 }
 
-std::shared_ptr<TarvoCity> TarvoCity::GetLastUsedCity(SqliteDatabase& database) {
-    return Slot::run(SlotId::readLastUsed, database, kLastUsedReadSql, "",
+std::shared_ptr<TarvoCity> TarvoCity::GetLastUsedCity(UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
+    CityStatements& statements = user.impl().statements;
+    return Slot::run(SlotId::readLastUsed, statements, database, kLastUsedReadSql, "",
                      "[DB] Error: failed GetLastUsedCity with message '{}'.",
                      [](Slot& slot) -> std::shared_ptr<TarvoCity> {
                          // Left loading on purpose: the host edits the returned city
@@ -173,8 +185,10 @@ std::shared_ptr<TarvoCity> TarvoCity::GetLastUsedCity(SqliteDatabase& database) 
         .valueOr(nullptr);
 }
 
-void TarvoCity::RemoveLastUsedCity(SqliteDatabase& database) {
-    (void)Slot::run(SlotId::clearLastUsed, database, kLastUsedClearSql, "[DB] RemoveLastUsedCity",
+void TarvoCity::RemoveLastUsedCity(UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
+    CityStatements& statements = user.impl().statements;
+    (void)Slot::run(SlotId::clearLastUsed, statements, database, kLastUsedClearSql, "[DB] RemoveLastUsedCity",
                     "[DB] Error: failed RemoveLastUsedCity with message '{}'.", [](Slot& slot) { slot.step(); });
 }
 

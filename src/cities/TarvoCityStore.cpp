@@ -8,6 +8,8 @@
 #include "platform/host/LogMacros.h"
 #include "tarvo/calculation/CalculationMethod.h"
 #include "tarvo/cities/TarvoCity.h"
+#include "cities/SavedCitySchema.h"
+#include "cities/UserDatabaseImpl.h"
 #include "platform/storage/SqliteDatabase.h"
 #include "platform/storage/SqliteStatement.h"
 
@@ -21,7 +23,8 @@ using SlotId = CityStatementSlot::Id;
 constexpr const char* kCurrentSelectionSql =
     "SELECT current_city, country_name, city_name, latitude, longitude, gmt, uses_dst, prayermethod, asrmethod, "
     "adjusthighlat, pk, custom_fajrangle, custom_ishaangle, timezone, state_name, lastmoddate, lastsyncdate, "
-    "polar_resolution, maghrib_minutes, isha_minutes FROM savedcities WHERE current_city=1 LIMIT 1";
+    "polar_resolution, maghrib_minutes, isha_minutes, fajr_angle_override, isha_angle_override FROM savedcities "
+    "WHERE current_city=1 LIMIT 1";
 constexpr const char* kLastRowIdSql = "SELECT last_insert_rowid() as last_insert_rowid";
 constexpr const char* kInsertSql =
     "INSERT INTO savedcities (current_city, country_name, city_name, latitude, longitude, gmt, uses_dst, "
@@ -30,16 +33,18 @@ constexpr const char* kDeleteSql = "DELETE FROM savedcities WHERE pk = ?";
 constexpr const char* kByKeySql =
     "SELECT current_city, country_name, city_name, latitude, longitude, gmt, uses_dst, prayermethod, asrmethod, "
     "adjusthighlat, custom_fajrangle, custom_ishaangle, timezone, lastmoddate, lastsyncdate, NULL, "
-    "polar_resolution, maghrib_minutes, isha_minutes FROM savedcities WHERE pk=?";
+    "polar_resolution, maghrib_minutes, isha_minutes, fajr_angle_override, isha_angle_override FROM savedcities "
+    "WHERE pk=?";
 constexpr const char* kUpdateSql =
     "UPDATE savedcities SET current_city = ?, country_name = ?, city_name = ?, latitude = ?, longitude = ?, gmt = ?, "
     "uses_dst = ?, prayermethod = ?, asrmethod = ?, adjusthighlat = ?, custom_fajrangle = ?, custom_ishaangle = ?, "
     "timezone = ?, state_name = ?, lastmoddate = ?, lastsyncdate = ?, polar_resolution = ?, maghrib_minutes = ?, "
-    "isha_minutes = ? WHERE pk = ?";
+    "isha_minutes = ?, fajr_angle_override = ?, isha_angle_override = ? WHERE pk = ?";
 constexpr const char* kAllSavedSql =
     "SELECT current_city, country_name, city_name, latitude, longitude, gmt, uses_dst, prayermethod, asrmethod, "
     "adjusthighlat, pk, custom_fajrangle, custom_ishaangle, timezone, state_name, lastmoddate, lastsyncdate, "
-    "polar_resolution, maghrib_minutes, isha_minutes FROM savedcities ORDER BY pk";
+    "polar_resolution, maghrib_minutes, isha_minutes, fajr_angle_override, isha_angle_override FROM savedcities "
+    "ORDER BY pk";
 
 // One statement of a schema upgrade and the number its log lines carry.
 struct SchemaStep {
@@ -83,6 +88,14 @@ constexpr std::array<SchemaStep, 3> kSchemaV3_4 = {{
     {3, "ALTER TABLE savedcities ADD COLUMN isha_minutes DOUBLE"},
 }};
 
+// Fajr and Isha at another sun depression over any method (NULL: the method's own angle).
+// The custom angles keep their columns and apply on the custom method only, so a row keeps
+// every value it had and older readers of the file see what they always saw.
+constexpr std::array<SchemaStep, 2> kSchemaV3_5 = {{
+    {1, "ALTER TABLE savedcities ADD COLUMN fajr_angle_override DOUBLE"},
+    {2, "ALTER TABLE savedcities ADD COLUMN isha_angle_override DOUBLE"},
+}};
+
 // Method numbers outside their valid ranges are replaced on reading; which replacement
 // depends on the reader. A valid method is one the engine's catalogue holds (the built-in
 // 1-7 and the authorities' methods after them), so a city saved with Diyanet keeps it.
@@ -103,7 +116,7 @@ struct RowLayout {
     int stateName;
     int lastModDate;
     int lastSyncDate;
-    int polarResolution;  // then the Maghrib and Isha minutes
+    int polarResolution;  // then the Maghrib and Isha minutes and the two angle overrides
 };
 
 constexpr RowLayout kSelectionRow = {0, 10, 11, 12, 13, "Europe/London", 14, 15, 16, 17};
@@ -148,6 +161,8 @@ void fillFromRow(TarvoCity& city, const SqliteStatement& row, const RowLayout& l
     city.setPolarResolution(row.columnInt64(layout.polarResolution));
     city.setMaghribMinutes(optionalDouble(row, layout.polarResolution + 1));
     city.setIshaMinutes(optionalDouble(row, layout.polarResolution + 2));
+    city.setFajrAngleOverride(optionalDouble(row, layout.polarResolution + 3));
+    city.setIshaAngleOverride(optionalDouble(row, layout.polarResolution + 4));
 }
 
 // A city read silently (no tracking) from a row of the current-selection or list statement.
@@ -162,8 +177,8 @@ std::shared_ptr<TarvoCity> savedCityFromRow(const SqliteStatement& row, const Ro
 void runSchemaSteps(SqliteDatabase& database, std::span<const SchemaStep> steps) {
     TARVO_LOG_VERBOSE("[DB] UPDATE Schema");
     {
-        std::lock_guard lock(TarvoCity::syncObj());
-        Slot& slot = Slot::slot(SlotId::schema, database);
+        // Runs under the store's lock (the upgrade of UserDatabase::open, or the wrappers below).
+        Slot slot;
         for (const SchemaStep& step : steps) {
             // A statement that cannot be prepared (a column or table that is already there)
             // is not logged by itself: the empty slot then fails to step, and the step's
@@ -184,14 +199,10 @@ void runSchemaSteps(SqliteDatabase& database, std::span<const SchemaStep> steps)
 
 }  // namespace
 
-std::recursive_mutex& TarvoCity::syncObj() {
-    // Lives as long as the process: a connection closed during exit still takes it.
-    static auto* lock = new std::recursive_mutex();
-    return *lock;
-}
-
-std::shared_ptr<TarvoCity> TarvoCity::initWithCurrentSelectionUsingDB(SqliteDatabase& database) {
-    auto city = Slot::run(SlotId::currentSelection, database, kCurrentSelectionSql, "[DB] [DB] Init With Current Selection",
+std::shared_ptr<TarvoCity> TarvoCity::initWithCurrentSelectionUsingDB(UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
+    CityStatements& statements = user.impl().statements;
+    auto city = Slot::run(SlotId::currentSelection, statements, database, kCurrentSelectionSql, "[DB] [DB] Init With Current Selection",
                           "[DB] Error: failed to init with current selection statement with message '{}'.",
                           [](Slot& slot) {
                               const int result = slot.step();
@@ -202,8 +213,10 @@ std::shared_ptr<TarvoCity> TarvoCity::initWithCurrentSelectionUsingDB(SqliteData
     return city ? std::move(city).value() : InitWithDefaults();
 }
 
-int64_t TarvoCity::getLastSessionID(SqliteDatabase& database) {
-    return Slot::run(SlotId::lastRowId, database, kLastRowIdSql, "[DB] [DB] Get Last Session",
+int64_t TarvoCity::getLastSessionID(UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
+    CityStatements& statements = user.impl().statements;
+    return Slot::run(SlotId::lastRowId, statements, database, kLastRowIdSql, "[DB] [DB] Get Last Session",
                      "[DB] ERROR message '{}'.",
                      [](Slot& slot) -> int64_t {
                          return slot.step() == SQLITE_ROW ? slot.statement().columnInt64(0) : -1;
@@ -211,14 +224,15 @@ int64_t TarvoCity::getLastSessionID(SqliteDatabase& database) {
         .valueOr(-1);
 }
 
-std::shared_ptr<TarvoCity> TarvoCity::saveNewCity(const std::shared_ptr<TarvoCity>& city, SqliteDatabase& database) {
+std::shared_ptr<TarvoCity> TarvoCity::saveNewCity(const std::shared_ptr<TarvoCity>& city, UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
+    CityStatements& statements = user.impl().statements;
     if (!city) {
         TARVO_LOG_ERROR("[DB] Error: no city to save.");
         return nullptr;
     }
-    std::lock_guard lock(syncObj());
-    const auto inserted = Slot::run(
-        SlotId::insertCity, database, kInsertSql, "[DB] [DB] Save New City",
+    std::lock_guard lock(statements.lock);
+    const auto inserted = Slot::run(SlotId::insertCity, statements, database, kInsertSql, "[DB] [DB] Save New City",
         "[DB] Error: failed to save new city statement with message '{}'.", [&city](Slot& slot) {
             city->fillMissingTexts(NameOrder::countryFirst);
             SqliteStatement& insert = slot.statement();
@@ -240,21 +254,23 @@ std::shared_ptr<TarvoCity> TarvoCity::saveNewCity(const std::shared_ptr<TarvoCit
     if (!inserted) return InitWithDefaults();
     if (sqlitePrimaryCode(*inserted) == SQLITE_ERROR) return city;
 
-    city->setPrimaryKey(getLastSessionID(database));
+    city->setPrimaryKey(getLastSessionID(user));
     // Re-marks the selection on every saved city. dbSync writes nothing for them (every city
     // counts as automatic), so the other rows keep their current_city marks: the host keeps
     // the selection unique itself.
-    for (const auto& saved : GetSavedCities(database)) {
+    for (const auto& saved : GetSavedCities(user)) {
         saved->setIsSelectedCity(saved->primaryKey() == city->primaryKey());
-        saved->dbSync(database);
+        saved->dbSync(user);
     }
     return city;
 }
 
-std::shared_ptr<TarvoCity> TarvoCity::DeleteCity(SqliteDatabase& database, int64_t primaryKey) {
+std::shared_ptr<TarvoCity> TarvoCity::DeleteCity(UserDatabase& user, int64_t primaryKey) {
+    SqliteDatabase& database = user.impl().database;
+    CityStatements& statements = user.impl().statements;
     // Whether or not the row went, the host falls back to this city when the deleted one
     // was the selection.
-    (void)Slot::run(SlotId::deleteCity, database, kDeleteSql, "[DB] [DB] Delete City",
+    (void)Slot::run(SlotId::deleteCity, statements, database, kDeleteSql, "[DB] [DB] Delete City",
                     "[DB] Error: failed to delete city statement with message '{}'.", [primaryKey](Slot& slot) {
                         slot.statement().bindInt64(1, primaryKey);
                         slot.step();
@@ -262,9 +278,11 @@ std::shared_ptr<TarvoCity> TarvoCity::DeleteCity(SqliteDatabase& database, int64
     return InitWithDefaults();
 }
 
-std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetSavedCities(SqliteDatabase& database) {
+std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetSavedCities(UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
+    CityStatements& statements = user.impl().statements;
     using Cities = std::vector<std::shared_ptr<TarvoCity>>;
-    return Slot::run(SlotId::allSavedCities, database, kAllSavedSql, "[DB] Get Saved Cities",
+    return Slot::run(SlotId::allSavedCities, statements, database, kAllSavedSql, "[DB] Get Saved Cities",
                      "[DB] Error: failed to get saved cities with message '{}'.",
                      [](Slot& slot) {
                          Cities cities;
@@ -276,19 +294,22 @@ std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetSavedCities(SqliteDatabase
         .valueOr(Cities{});
 }
 
-void TarvoCity::finalizeStatements() {
-    std::lock_guard lock(syncObj());
-    Slot::finalizeForClosing();
+void TarvoCity::finalizeStatements(UserDatabase& user) {
+    CityStatements& statements = user.impl().statements;
+    std::lock_guard lock(statements.lock);
+    statements.finalizeForClosing();
 }
 
-void TarvoCity::resetStatementCache() {
-    std::lock_guard lock(syncObj());
-    Slot::emptyAll();
+void TarvoCity::resetStatementCache(UserDatabase& user) {
+    CityStatements& statements = user.impl().statements;
+    std::lock_guard lock(statements.lock);
+    statements.emptyAll();
 }
 
-std::shared_ptr<TarvoCity> TarvoCity::initWithPrimaryKey(int64_t primaryKey, SqliteDatabase& database) {
-    auto city = Slot::run(
-        SlotId::cityByKey, database, kByKeySql, "[DB] [DB] Init With prim ID",
+std::shared_ptr<TarvoCity> TarvoCity::initWithPrimaryKey(int64_t primaryKey, UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
+    CityStatements& statements = user.impl().statements;
+    auto city = Slot::run(SlotId::cityByKey, statements, database, kByKeySql, "[DB] [DB] Init With prim ID",
         "[DB] Error: failed to init with prim key statement with message '{}'.",
         [primaryKey](Slot& slot) -> std::shared_ptr<TarvoCity> {
             auto found = std::make_shared<TarvoCity>();
@@ -306,16 +327,18 @@ std::shared_ptr<TarvoCity> TarvoCity::initWithPrimaryKey(int64_t primaryKey, Sql
     return city && *city ? *city : InitWithDefaults();
 }
 
-void TarvoCity::dbSync(SqliteDatabase& database) {
+void TarvoCity::dbSync(UserDatabase& user) {
+    SqliteDatabase& database = user.impl().database;
+    CityStatements& statements = user.impl().statements;
     // Reverse-geocoded automatic cities live elsewhere, never in this table.
     if (IsReverseGeocoded_ && IsAutomaticGPSLocation_) return;
-    std::lock_guard lock(syncObj());
+    std::lock_guard lock(statements.lock);
     TARVO_LOG_DEBUG("[DB] [DB] DB Sync");
     // Every city counts as automatic, so this write never happens in practice: saved rows
     // are only changed by inserting and deleting. The update stays defined for a city that
     // is not automatic.
     if (!dirty_ || IsAutomaticGPSLocation_) return;
-    (void)Slot::run(SlotId::updateCity, database, kUpdateSql, "",
+    (void)Slot::run(SlotId::updateCity, statements, database, kUpdateSql, "",
                     "[DB] Error: failed to db sync statement with message '{}'.", [this](Slot& slot) {
                         fillMissingTexts(NameOrder::countryFirst);
                         setPrayerMethod(clampedMethod(prayerMethod_, 0));
@@ -340,25 +363,47 @@ void TarvoCity::dbSync(SqliteDatabase& database) {
                         update.bindInt64(17, polarResolution_);
                         bindOptional(update, 18, maghribMinutes_);
                         bindOptional(update, 19, ishaMinutes_);
-                        update.bindInt64(20, primaryKey_);
+                        bindOptional(update, 20, fajrAngleOverride_);
+                        bindOptional(update, 21, ishaAngleOverride_);
+                        update.bindInt64(22, primaryKey_);
                         slot.step();
                     });
 }
 
-void TarvoCity::updateSchemav3_1(SqliteDatabase& database, SqliteDatabase* /*staticDatabase*/) {
-    runSchemaSteps(database, kSchemaV3_1);
+void upgradeSavedCityLayout(SqliteDatabase& database, int64_t layout) {
+    switch (layout) {
+        case 1: runSchemaSteps(database, kSchemaV3_1); break;
+        case 2: runSchemaSteps(database, kSchemaV3_2); break;
+        case 3: runSchemaSteps(database, kSchemaV3_3); break;
+        case 4: runSchemaSteps(database, kSchemaV3_4); break;
+        case 5: runSchemaSteps(database, kSchemaV3_5); break;
+        default: break;
+    }
 }
 
-void TarvoCity::updateSchemav3_2(SqliteDatabase& database, SqliteDatabase* /*staticDatabase*/) {
-    runSchemaSteps(database, kSchemaV3_2);
+void TarvoCity::updateSchemav3_1(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
+    std::lock_guard lock(database.impl().statements.lock);
+    upgradeSavedCityLayout(database.impl().database, 1);
 }
 
-void TarvoCity::updateSchemav3_3(SqliteDatabase& database, SqliteDatabase* /*staticDatabase*/) {
-    runSchemaSteps(database, kSchemaV3_3);
+void TarvoCity::updateSchemav3_2(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
+    std::lock_guard lock(database.impl().statements.lock);
+    upgradeSavedCityLayout(database.impl().database, 2);
 }
 
-void TarvoCity::updateSchemav3_4(SqliteDatabase& database, SqliteDatabase* /*staticDatabase*/) {
-    runSchemaSteps(database, kSchemaV3_4);
+void TarvoCity::updateSchemav3_3(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
+    std::lock_guard lock(database.impl().statements.lock);
+    upgradeSavedCityLayout(database.impl().database, 3);
+}
+
+void TarvoCity::updateSchemav3_4(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
+    std::lock_guard lock(database.impl().statements.lock);
+    upgradeSavedCityLayout(database.impl().database, 4);
+}
+
+void TarvoCity::updateSchemav3_5(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
+    std::lock_guard lock(database.impl().statements.lock);
+    upgradeSavedCityLayout(database.impl().database, 5);
 }
 
 }  // namespace tarvo

@@ -10,7 +10,8 @@
 #include "platform/host/LogMacros.h"
 #include "platform/storage/SqliteTransaction.h"
 #include "tarvo/cities/TarvoCity.h"
-#include "platform/storage/SqliteDatabase.h"
+#include "cities/SavedCitySchema.h"
+#include "cities/UserDatabaseImpl.h"
 #include "platform/storage/SqliteStatement.h"
 #include "tarvo/platform/UserDefaults.h"
 
@@ -24,27 +25,23 @@ constexpr const char* kCreateBaseTable =
     "city_name VARCHAR(200), latitude DOUBLE, longitude DOUBLE, gmt DOUBLE, uses_dst INTEGER, prayermethod INTEGER, "
     "asrmethod INTEGER, custom_fajrangle DOUBLE, custom_ishaangle DOUBLE)";
 
-using Upgrade = void (*)(SqliteDatabase&, SqliteDatabase*);
-// Upgrade i leads from layout i to layout i + 1.
-constexpr std::array<Upgrade, UserDatabase::kSchemaVersion> kUpgrades = {
-    &TarvoCity::updateSchemav3_1, &TarvoCity::updateSchemav3_2, &TarvoCity::updateSchemav3_3,
-    &TarvoCity::updateSchemav3_4};
+static_assert(UserDatabase::kSchemaVersion == kSavedCityLayouts, "every layout has its upgrade");
 
 }  // namespace
 
 std::filesystem::path UserDatabase::defaultPath() { return UserDefaults::dataDirectory() / kFileName; }
 
-UserDatabase::UserDatabase() : database_(std::make_unique<SqliteDatabase>()) {}
+UserDatabase::UserDatabase() : impl_(std::make_unique<Impl>()) {}
 
 UserDatabase::~UserDatabase() = default;
 
-const std::filesystem::path& UserDatabase::path() const { return database_->path(); }
+const std::filesystem::path& UserDatabase::path() const { return impl_->database.path(); }
 
 Result<std::shared_ptr<UserDatabase>> UserDatabase::open(const std::filesystem::path& path) {
     std::shared_ptr<UserDatabase> userDatabase(new UserDatabase());
     // A link in the file's place could send the cities to another program's file.
-    if (!userDatabase->database_->open(path, SqliteDatabase::kDefaultFlags | SqliteDatabase::kOpenNoFollow)) {
-        Error error{userDatabase->database_->errorMessage(), sqlitePrimaryCode(userDatabase->database_->errorCode())};
+    if (!userDatabase->impl_->database.open(path, SqliteDatabase::kDefaultFlags | SqliteDatabase::kOpenNoFollow)) {
+        Error error{userDatabase->impl_->database.errorMessage(), sqlitePrimaryCode(userDatabase->impl_->database.errorCode())};
         TARVO_LOG_INFO("User database not opened: {}", error.message);
         return error;
     }
@@ -64,13 +61,13 @@ Result<std::shared_ptr<UserDatabase>> UserDatabase::openDefault() { return open(
 
 int64_t UserDatabase::schemaVersion() const {
     SqliteStatement pragma;
-    if (pragma.prepare(*database_, "PRAGMA user_version") != SQLITE_OK || pragma.step() != SQLITE_ROW) return 0;
+    if (pragma.prepare(impl_->database, "PRAGMA user_version") != SQLITE_OK || pragma.step() != SQLITE_ROW) return 0;
     return pragma.columnInt64(0);
 }
 
 bool UserDatabase::hasTable(std::string_view table) const {
     SqliteStatement query;
-    if (query.prepare(*database_, "SELECT 1 FROM sqlite_master WHERE type = 'table' AND name = ?") != SQLITE_OK) {
+    if (query.prepare(impl_->database, "SELECT 1 FROM sqlite_master WHERE type = 'table' AND name = ?") != SQLITE_OK) {
         return false;
     }
     query.bindText(1, table);
@@ -79,7 +76,7 @@ bool UserDatabase::hasTable(std::string_view table) const {
 
 bool UserDatabase::hasColumn(std::string_view table, std::string_view column) const {
     SqliteStatement query;
-    if (query.prepare(*database_, "SELECT 1 FROM pragma_table_info(?) WHERE name = ?") != SQLITE_OK) return false;
+    if (query.prepare(impl_->database, "SELECT 1 FROM pragma_table_info(?) WHERE name = ?") != SQLITE_OK) return false;
     query.bindText(1, table);
     query.bindText(2, column);
     return query.step() == SQLITE_ROW;
@@ -93,14 +90,18 @@ bool UserDatabase::layoutReached(int64_t version) const {
     }
     if (version >= 2 && !(hasTable("cachedcities") && hasTable("lastused"))) return false;
     if (version >= 3 && !hasColumn("savedcities", "adjusthighlat")) return false;
-    return version < 4 || (hasColumn("savedcities", "polar_resolution") && hasColumn("savedcities", "maghrib_minutes") &&
-                           hasColumn("savedcities", "isha_minutes"));
+    if (version >= 4 && !(hasColumn("savedcities", "polar_resolution") && hasColumn("savedcities", "maghrib_minutes") &&
+                          hasColumn("savedcities", "isha_minutes"))) {
+        return false;
+    }
+    return version < 5 ||
+           (hasColumn("savedcities", "fajr_angle_override") && hasColumn("savedcities", "isha_angle_override"));
 }
 
 bool UserDatabase::isForeign() const {
     SqliteStatement objects;
     // Unreadable: not known to be foreign; the upgrade then reports why.
-    if (objects.prepare(*database_, "SELECT count(*) FROM sqlite_master") != SQLITE_OK || objects.step() != SQLITE_ROW) {
+    if (objects.prepare(impl_->database, "SELECT count(*) FROM sqlite_master") != SQLITE_OK || objects.step() != SQLITE_ROW) {
         return false;
     }
     return objects.columnInt64(0) > 0 && !hasTable("savedcities");
@@ -113,7 +114,7 @@ int64_t UserDatabase::recognisedVersion() const {
 }
 
 Result<void> UserDatabase::upgrade() {
-    std::lock_guard lock(TarvoCity::syncObj());
+    std::lock_guard lock(impl_->statements.lock);
     // A file made elsewhere may hold a later layout without having recorded it: recognise
     // it rather than redo upgrades whose UPDATE steps would reset the users' values. A
     // recorded layout is believed only when its tables are there (a later app's layout
@@ -129,26 +130,26 @@ Result<void> UserDatabase::upgrade() {
     auto fail = [this](const std::string& what) {
         // The failing step's reason is in its own log line when a later statement of the
         // step has already cleared the connection's error.
-        const int code = database_->errorCode();
+        const int code = impl_->database.errorCode();
         Error error{code != SQLITE_OK
-                        ? fmt::format("{}: {}: {}", database_->path().string(), what, database_->errorMessage())
-                        : fmt::format("{}: {}", database_->path().string(), what),
+                        ? fmt::format("{}: {}: {}", impl_->database.path().string(), what, impl_->database.errorMessage())
+                        : fmt::format("{}: {}", impl_->database.path().string(), what),
                     sqlitePrimaryCode(code)};
         return error;
     };
     // One write transaction for all of it: another process opening the same file waits,
     // then finds the work done; a failure leaves the file as it was (the guard rolls back).
-    SqliteTransaction transaction(*database_, SqliteTransaction::Mode::immediate);
+    SqliteTransaction transaction(impl_->database, SqliteTransaction::Mode::immediate);
     if (!transaction.began()) return fail("cannot lock the database for upgrading");
     int64_t version = currentVersion();
     if (!hasTable("savedcities")) {
-        if (database_->exec(kCreateBaseTable) != SQLITE_OK) return fail("cannot create the saved-cities table");
+        if (impl_->database.exec(kCreateBaseTable) != SQLITE_OK) return fail("cannot create the saved-cities table");
         version = 0;
     }
     for (; version < kSchemaVersion; ++version) {
-        kUpgrades[static_cast<size_t>(version)](*database_, nullptr);
+        upgradeSavedCityLayout(impl_->database, version + 1);
         if (!layoutReached(version + 1)) return fail(fmt::format("upgrade to layout {} failed", version + 1));
-        if (database_->exec(fmt::format("PRAGMA user_version = {}", version + 1)) != SQLITE_OK) {
+        if (impl_->database.exec(fmt::format("PRAGMA user_version = {}", version + 1)) != SQLITE_OK) {
             return fail("cannot record the layout");
         }
     }
@@ -157,18 +158,18 @@ Result<void> UserDatabase::upgrade() {
 }
 
 bool UserDatabase::containsCity(int64_t primaryKey) {
-    std::lock_guard lock(TarvoCity::syncObj());
+    std::lock_guard lock(impl_->statements.lock);
     SqliteStatement query;
-    if (query.prepare(*database_, "SELECT 1 FROM savedcities WHERE pk = ?") != SQLITE_OK) return false;
+    if (query.prepare(impl_->database, "SELECT 1 FROM savedcities WHERE pk = ?") != SQLITE_OK) return false;
     query.bindInt64(1, primaryKey);
     return query.step() == SQLITE_ROW;
 }
 
 Error UserDatabase::fail(const std::string& what) {
-    const int code = database_->errorCode();
+    const int code = impl_->database.errorCode();
     const bool hasReason = code != SQLITE_OK && code != SQLITE_DONE;
-    Error error{hasReason ? fmt::format("{}: {}: {}", database_->path().string(), what, database_->errorMessage())
-                          : fmt::format("{}: {}", database_->path().string(), what),
+    Error error{hasReason ? fmt::format("{}: {}: {}", impl_->database.path().string(), what, impl_->database.errorMessage())
+                          : fmt::format("{}: {}", impl_->database.path().string(), what),
                 hasReason ? sqlitePrimaryCode(code) : 0};
     TARVO_LOG_ERROR("[DB] Error: {}", error.message);
     return error;
@@ -176,9 +177,9 @@ Error UserDatabase::fail(const std::string& what) {
 
 template <typename Change>
 Result<void> UserDatabase::inTransaction(const std::string& what, Change&& change) {
-    std::lock_guard lock(TarvoCity::syncObj());
+    std::lock_guard lock(impl_->statements.lock);
     // Taking the write lock first: a locked file fails here, before anything is changed.
-    SqliteTransaction transaction(*database_, SqliteTransaction::Mode::immediate);
+    SqliteTransaction transaction(impl_->database, SqliteTransaction::Mode::immediate);
     if (!transaction.began()) return fail("cannot " + what);
     Result<void> changed = change();
     if (changed && transaction.commit() == SQLITE_OK) return {};
@@ -187,18 +188,18 @@ Result<void> UserDatabase::inTransaction(const std::string& what, Change&& chang
 }
 
 Result<std::vector<std::shared_ptr<TarvoCity>>> UserDatabase::savedCities() {
-    std::lock_guard lock(TarvoCity::syncObj());
+    std::lock_guard lock(impl_->statements.lock);
     // The count and the list read one snapshot: a list cut short by a failing read (the
     // store answers what it got so far) is told from a short table by its length.
-    SqliteTransaction snapshot(*database_);
+    SqliteTransaction snapshot(impl_->database);
     SqliteStatement count;
-    if (!snapshot.began() || count.prepare(*database_, "SELECT count(*) FROM savedcities") != SQLITE_OK ||
+    if (!snapshot.began() || count.prepare(impl_->database, "SELECT count(*) FROM savedcities") != SQLITE_OK ||
         count.step() != SQLITE_ROW) {
         return fail("cannot read the saved cities");
     }
     const int64_t rows = count.columnInt64(0);
     count.finalize();
-    auto cities = TarvoCity::GetSavedCities(*database_);
+    auto cities = TarvoCity::GetSavedCities(*this);
     snapshot.commit();
     if (static_cast<int64_t>(cities.size()) != rows) {
         return fail(fmt::format("read {} of the {} saved cities", cities.size(), rows));
@@ -210,11 +211,11 @@ Result<std::shared_ptr<TarvoCity>> UserDatabase::addCity(const std::shared_ptr<T
     if (!city) return Error{"no city to save"};
     std::shared_ptr<TarvoCity> saved;
     const auto done = inTransaction("save the city", [&]() -> Result<void> {
-        const int64_t before = sqlite3_total_changes64(database_->handle());
-        saved = TarvoCity::saveNewCity(city, *database_);
+        const int64_t before = sqlite3_total_changes64(impl_->database.handle());
+        saved = TarvoCity::saveNewCity(city, *this);
         // The store takes the key from the connection's last insert even when this one
         // failed: only a change of the row count shows that the row is there.
-        if (!saved || sqlite3_total_changes64(database_->handle()) == before || saved->primaryKey() <= 0) {
+        if (!saved || sqlite3_total_changes64(impl_->database.handle()) == before || saved->primaryKey() <= 0) {
             return fail("cannot save the city");
         }
         if (auto stored = storeChoices(saved->primaryKey(), *city); !stored) return stored;
@@ -230,20 +231,26 @@ Result<std::shared_ptr<TarvoCity>> UserDatabase::addCity(const std::shared_ptr<T
 Result<void> UserDatabase::storeChoices(int64_t primaryKey, const TarvoCity& city) {
     // A city that chose none of them keeps the row as the insert left it.
     const bool anglesChosen = city.customFajrAngle() > 0 || city.customIshaAngle() > 0;
-    if (!anglesChosen && city.polarResolution() == 0 && !city.maghribMinutes() && !city.ishaMinutes()) return {};
-    auto bindMinutes = [](SqliteStatement& statement, int index, const std::optional<double>& minutes) {
-        return minutes ? statement.bindDouble(index, *minutes) : statement.bindNull(index);
+    if (!anglesChosen && city.polarResolution() == 0 && !city.maghribMinutes() && !city.ishaMinutes() &&
+        !city.fajrAngleOverride() && !city.ishaAngleOverride()) {
+        return {};
+    }
+    auto bindOptional = [](SqliteStatement& statement, int index, const std::optional<double>& value) {
+        return value ? statement.bindDouble(index, *value) : statement.bindNull(index);
     };
     SqliteStatement update;
-    if (update.prepare(*database_,
+    if (update.prepare(impl_->database,
                        "UPDATE savedcities SET custom_fajrangle = ?, custom_ishaangle = ?, polar_resolution = ?, "
-                       "maghrib_minutes = ?, isha_minutes = ? WHERE pk = ?") != SQLITE_OK ||
+                       "maghrib_minutes = ?, isha_minutes = ?, fajr_angle_override = ?, isha_angle_override = ? "
+                       "WHERE pk = ?") != SQLITE_OK ||
         update.bindDouble(1, city.customFajrAngle()) != SQLITE_OK ||
         update.bindDouble(2, city.customIshaAngle()) != SQLITE_OK ||
         update.bindInt64(3, city.polarResolution()) != SQLITE_OK ||
-        bindMinutes(update, 4, city.maghribMinutes()) != SQLITE_OK ||
-        bindMinutes(update, 5, city.ishaMinutes()) != SQLITE_OK || update.bindInt64(6, primaryKey) != SQLITE_OK ||
-        update.step() != SQLITE_DONE || database_->changes() != 1) {
+        bindOptional(update, 4, city.maghribMinutes()) != SQLITE_OK ||
+        bindOptional(update, 5, city.ishaMinutes()) != SQLITE_OK ||
+        bindOptional(update, 6, city.fajrAngleOverride()) != SQLITE_OK ||
+        bindOptional(update, 7, city.ishaAngleOverride()) != SQLITE_OK || update.bindInt64(8, primaryKey) != SQLITE_OK ||
+        update.step() != SQLITE_DONE || impl_->database.changes() != 1) {
         return fail(fmt::format("cannot store the choices of city {}", primaryKey));
     }
     return {};
@@ -252,7 +259,7 @@ Result<void> UserDatabase::storeChoices(int64_t primaryKey, const TarvoCity& cit
 Result<void> UserDatabase::markSelected(int64_t primaryKey) {
     SqliteStatement update;
     if (!containsCity(primaryKey)) return fail(fmt::format("no saved city has the primary key {}", primaryKey));
-    if (update.prepare(*database_, "UPDATE savedcities SET current_city = (pk = ?)") != SQLITE_OK ||
+    if (update.prepare(impl_->database, "UPDATE savedcities SET current_city = (pk = ?)") != SQLITE_OK ||
         update.bindInt64(1, primaryKey) != SQLITE_OK || update.step() != SQLITE_DONE) {
         return fail(fmt::format("cannot select city {}", primaryKey));
     }
@@ -265,9 +272,9 @@ Result<void> UserDatabase::selectCity(int64_t primaryKey) {
 
 Result<void> UserDatabase::deleteCity(int64_t primaryKey) {
     return inTransaction(fmt::format("delete city {}", primaryKey), [&]() -> Result<void> {
-        const int64_t before = sqlite3_total_changes64(database_->handle());
-        TarvoCity::DeleteCity(*database_, primaryKey);
-        if (sqlite3_total_changes64(database_->handle()) == before) {
+        const int64_t before = sqlite3_total_changes64(impl_->database.handle());
+        TarvoCity::DeleteCity(*this, primaryKey);
+        if (sqlite3_total_changes64(impl_->database.handle()) == before) {
             return fail(fmt::format("cannot delete city {}", primaryKey));
         }
         return {};
@@ -275,12 +282,12 @@ Result<void> UserDatabase::deleteCity(int64_t primaryKey) {
 }
 
 std::vector<std::shared_ptr<TarvoCity>> UserDatabase::cachedCities() {
-    std::lock_guard lock(TarvoCity::syncObj());
+    std::lock_guard lock(impl_->statements.lock);
     std::vector<std::shared_ptr<TarvoCity>> cities;
     SqliteStatement query;
-    if (query.prepare(*database_, "SELECT name, country, lat, lon, timezone FROM cachedcities ORDER BY rowid") !=
+    if (query.prepare(impl_->database, "SELECT name, country, lat, lon, timezone FROM cachedcities ORDER BY rowid") !=
         SQLITE_OK) {
-        TARVO_LOG_ERROR("[DB] Error: cannot list the cached cities: {}", database_->errorMessage());
+        TARVO_LOG_ERROR("[DB] Error: cannot list the cached cities: {}", impl_->database.errorMessage());
         return cities;
     }
     while (query.step() == SQLITE_ROW) {

@@ -8,6 +8,7 @@
 #include "tarvo/platform/Calendar.h"
 #include "platform/host/DispatchQueue.h"
 #include "tarvo/platform/IslamicCalendar.h"
+#include "cities/TarvoCityArchive.h"
 #include "platform/storage/KeyedArchiver.h"
 #include "platform/storage/KeyedUnarchiver.h"
 #include "platform/host/NotificationCenter.h"
@@ -65,7 +66,7 @@ void TarvoDAO::saveActiveCityInSharedPreferences() {
     const auto city = ActiveCity();
     if (!city) return;
     KeyedArchiver archiver{std::string(TarvoCity::kArchiveClassName)};
-    city->encodeWithCoder(archiver);
+    TarvoCityArchive::encode(*city, archiver);
     const auto shared = UserDefaults::sharedUserDefaultsObj();
     shared->setData(kSharedActiveCityKey, archiver.encodedData());
     shared->synchronize();
@@ -77,7 +78,7 @@ std::shared_ptr<TarvoCity> TarvoDAO::getActiveCityFromSharedPreferences() const 
     // An archive of any other class reads as nothing.
     const auto unarchiver = KeyedUnarchiver::forReadingFromData(*data, TarvoCity::kArchiveClassName);
     if (!unarchiver) return nullptr;
-    return TarvoCity::initWithCoder(*unarchiver);
+    return TarvoCityArchive::decode(*unarchiver);
 }
 
 void TarvoDAO::updateSharedValues() {

@@ -15,14 +15,14 @@
 #include "tarvo/facade/TarvoDAO.h"
 #include "platform/host/DispatchQueue.h"
 #include "platform/host/NotificationCenter.h"
-#include "platform/storage/SqliteDatabase.h"
+#include "tarvo/cities/UserDatabase.h"
 #include "tarvo/platform/TimeZone.h"
 
 namespace tarvo {
 
 namespace {
 
-using Database = std::shared_ptr<SqliteDatabase>;
+using Database = std::shared_ptr<UserDatabase>;
 
 std::mutex& indicatorMutex() {
     static std::mutex mutex;
@@ -56,7 +56,7 @@ void useDeviceZoneIfFollowingZone(TarvoCity& city) {
 // caller's distance up to 2 km, else 8 km); beyond 2 km also the directory within 3 km and
 // the cache within 4 km. The caller's larger distances are deliberately never used as such:
 // the fixed steps keep a moving device from jumping between far neighbours.
-std::shared_ptr<TarvoCity> lookUpLocally(const TarvoCity& city, double thresholdKm, SqliteDatabase* user,
+std::shared_ptr<TarvoCity> lookUpLocally(const TarvoCity& city, double thresholdKm, UserDatabase* user,
                                          CityDirectory* directory, TarvoDAO::LocationSource& source) {
     const double lat = city.latitude();
     const double lon = city.longitude();

@@ -15,6 +15,7 @@
 #include "support/SqliteScript.h"
 #include "cities/CityDirectoryImpl.h"
 #include "tarvo/cities/CityDirectory.h"
+#include "cities/UserDatabaseImpl.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
 #include "platform/storage/SqliteStatement.h"
@@ -54,9 +55,7 @@ class CityDirectoryTest : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(directory_ = openSmall(small_));
-        TarvoCity::resetStatementCache();
     }
-    void TearDown() override { TarvoCity::resetStatementCache(); }
 
     std::shared_ptr<TarvoCity> nearest(double lat, double lon, double km) {
         return TarvoCity::GetCityForLat(lat, lon, directory_.get(), km);
@@ -247,51 +246,52 @@ TEST_F(CityDirectoryTest, DirectoryLookUpsAnswerTheCityOperationsOnAnIntactFile)
 TEST_F(CityDirectoryTest, ReverseGeocodeCacheAndLastUsedRows) {
     auto user = test::valueOrFailure(UserDatabase::open(folder_ / "user.sqlite"));
     ASSERT_TRUE(user);
-    SqliteDatabase& db = user->database();
+    SqliteDatabase& db = user->impl().database;
+    UserDatabase& store = *user;
     test::LogCapture log;
 
     auto tromso = nearest(69.6489, 18.95508, 0);
     ASSERT_TRUE(tromso);
     auto nameless = place("", -33.9, 18.4);
-    TarvoCity::saveCityInReverseGeocodeCache(db, tromso);
-    TarvoCity::saveCityInReverseGeocodeCache(db, nameless);
-    TarvoCity::saveCityInReverseGeocodeCache(db, tromso);  // the same place again replaces its row
+    TarvoCity::saveCityInReverseGeocodeCache(store, tromso);
+    TarvoCity::saveCityInReverseGeocodeCache(store, nameless);
+    TarvoCity::saveCityInReverseGeocodeCache(store, tromso);  // the same place again replaces its row
     EXPECT_EQ(test::queryText(db, "SELECT group_concat(quote(name) || quote(name_soundex) || quote(timezone), '; ') "
                                   "FROM (SELECT * FROM cachedcities ORDER BY lat)"),
               "''''''; 'Tromsø''T652''Europe/Oslo'");
 
-    EXPECT_EQ(summary(TarvoCity::GetCityForLat(69.66, 18.96, &db, 4, true)), "Tromsø|Norway|Europe/Oslo|50");  // 1.3 km
-    EXPECT_FALSE(TarvoCity::GetCityForLat(69.66, 18.96, &db, 1, true));
+    EXPECT_EQ(summary(TarvoCity::GetCityForLat(69.66, 18.96, &store, 4, true)), "Tromsø|Norway|Europe/Oslo|50");  // 1.3 km
+    EXPECT_FALSE(TarvoCity::GetCityForLat(69.66, 18.96, &store, 1, true));
 
     // Istanbul and Moscow score a rounding error below 1000 against their exact sines; the
     // cache still finds them at their very position.
     for (const auto& [lat, lon] : {std::pair{41.01384, 28.94966}, std::pair{55.75222, 37.61556}}) {
         const auto exact = place("Exact", lat, lon);
-        TarvoCity::saveCityInReverseGeocodeCache(db, exact);
-        const auto found = TarvoCity::GetCityForLat(lat, lon, &db, 0, true);
+        TarvoCity::saveCityInReverseGeocodeCache(store, exact);
+        const auto found = TarvoCity::GetCityForLat(lat, lon, &store, 0, true);
         ASSERT_TRUE(found) << lat;
         EXPECT_EQ(found->latitude(), lat);
-        TarvoCity::RemoveFromReverseGeocodeCache(db, exact);
+        TarvoCity::RemoveFromReverseGeocodeCache(store, exact);
     }
 
-    TarvoCity::RemoveFromReverseGeocodeCache(db, tromso);
+    TarvoCity::RemoveFromReverseGeocodeCache(store, tromso);
     EXPECT_EQ(test::queryText(db, "SELECT count(*) FROM cachedcities"), "1");
-    TarvoCity::DeleteAllReverseGeocodeCache(db);
+    TarvoCity::DeleteAllReverseGeocodeCache(store);
     EXPECT_EQ(test::queryText(db, "SELECT count(*) FROM cachedcities"), "0");
 
-    EXPECT_FALSE(TarvoCity::GetLastUsedCity(db));
-    TarvoCity::SaveLastUsedCity(db, tromso);
-    TarvoCity::SaveLastUsedCity(db, nameless);
+    EXPECT_FALSE(TarvoCity::GetLastUsedCity(store));
+    TarvoCity::SaveLastUsedCity(store, tromso);
+    TarvoCity::SaveLastUsedCity(store, nameless);
     EXPECT_EQ(test::queryText(db, "SELECT count(*) || quote(name) || lat FROM lastused"), "1''-33.9");
     EXPECT_EQ(nameless->cityName().value_or("-") + nameless->stateName().value_or("-"), "")
         << "missing names are set on the city";
     ASSERT_TRUE(
         test::runSql(folder_ / "user.sqlite", "UPDATE lastused SET name = NULL, country = NULL, timezone = NULL"));
-    const auto last = TarvoCity::GetLastUsedCity(db);
+    const auto last = TarvoCity::GetLastUsedCity(store);
     EXPECT_EQ(summary(last), "Unknown City|Unknown Country||0");
     EXPECT_TRUE(last->IsLoadingFromDB()) << "handed back still loading";
-    TarvoCity::RemoveLastUsedCity(db);
-    EXPECT_FALSE(TarvoCity::GetLastUsedCity(db));
+    TarvoCity::RemoveLastUsedCity(store);
+    EXPECT_FALSE(TarvoCity::GetLastUsedCity(store));
 }
 
 TEST_F(CityDirectoryTest, ConcurrentLookupsAndCacheWrites) {
@@ -305,15 +305,15 @@ TEST_F(CityDirectoryTest, ConcurrentLookupsAndCacheWrites) {
                 if (summary(nearest(51.5, -0.12, 5)).rfind("London|", 0) != 0) ++wrong;
                 if (TarvoCity::GetCities(*directory_, "mum").size() != 1) ++wrong;
                 const auto city = place(fmt::format("Place {}", t), t, i);
-                TarvoCity::saveCityInReverseGeocodeCache(user->database(), city);
-                TarvoCity::SaveLastUsedCity(user->database(), city);
-                if (!TarvoCity::GetLastUsedCity(user->database())) ++wrong;
+                TarvoCity::saveCityInReverseGeocodeCache(*user, city);
+                TarvoCity::SaveLastUsedCity(*user, city);
+                if (!TarvoCity::GetLastUsedCity(*user)) ++wrong;
             }
         });
     }
     for (auto& thread : threads) thread.join();
     EXPECT_EQ(wrong, 0);
-    EXPECT_EQ(test::queryText(user->database(), "SELECT count(*) || ' ' || (SELECT count(*) FROM lastused) FROM "
+    EXPECT_EQ(test::queryText(user->impl().database, "SELECT count(*) || ' ' || (SELECT count(*) FROM lastused) FROM "
                                                 "cachedcities"),
               "100 1");
 }
@@ -335,7 +335,6 @@ TEST_F(CityDirectoryTest, DirectoryIsOnlyReadEvenInWriteAheadLogMode) {
         EXPECT_EQ(directory->impl().database.exec(
                       "WITH RECURSIVE r(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM r) SELECT count(*) FROM r"),
                   SQLITE_INTERRUPT);
-        TarvoCity::resetStatementCache();
     }
     EXPECT_EQ(test::readBytes(file), before);
     std::vector<std::string> listing;

@@ -17,6 +17,8 @@
 #include "support/LogCapture.h"
 #include "support/ResultValue.h"
 #include "support/SqliteScript.h"
+#include "cities/SavedCitySchema.h"
+#include "cities/UserDatabaseImpl.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
 
@@ -29,20 +31,17 @@ using Names = std::vector<std::string>;
 
 class SavedCitiesTest : public ::testing::Test {
 protected:
-    // Every test starts and ends with the statement slots empty, so a statement finalised by
-    // one test never meets the next.
-    SavedCitiesTest() { TarvoCity::resetStatementCache(); }
-    ~SavedCitiesTest() override { TarvoCity::resetStatementCache(); }
-
     /// The user database in the fresh data folder, opened (and upgraded) on first use.
-    SqliteDatabase& db() {
+    UserDatabase& user() {
         if (!user_) {
             auto opened = UserDatabase::openDefault();
             if (!opened) throw std::runtime_error(opened.error().message);
             user_ = *opened;
         }
-        return user_->database();
+        return *user_;
     }
+    /// Its connection, for SQL of the test's own.
+    SqliteDatabase& db() { return user().impl().database; }
 
     /// The user database file at the layout before any upgrade, with three rows.
     static void createOldDatabase() {
@@ -72,7 +71,7 @@ protected:
     /// The names of the saved cities, in the list's order.
     std::vector<std::string> savedNames() {
         std::vector<std::string> names;
-        for (const auto& city : TarvoCity::GetSavedCities(db())) names.push_back(city->cityName().value_or("?"));
+        for (const auto& city : TarvoCity::GetSavedCities(user())) names.push_back(city->cityName().value_or("?"));
         return names;
     }
 
@@ -82,30 +81,30 @@ protected:
 };
 
 TEST_F(SavedCitiesTest, SavingMarksEachNewCityCurrentSyncNeverWritesAndDeleteAnswersLondon) {
-    EXPECT_TRUE(TarvoCity::initWithCurrentSelectionUsingDB(db())->isDefaultCity()) << "none saved: London";
+    EXPECT_TRUE(TarvoCity::initWithCurrentSelectionUsingDB(user())->isDefaultCity()) << "none saved: London";
     auto makkah = makeCity("Makkah", 21.4225, 4);
-    EXPECT_EQ(TarvoCity::saveNewCity(makkah, db()), makkah);
-    EXPECT_EQ(makkah->primaryKey(), TarvoCity::getLastSessionID(db()));
-    auto current = TarvoCity::initWithCurrentSelectionUsingDB(db());
+    EXPECT_EQ(TarvoCity::saveNewCity(makkah, user()), makkah);
+    EXPECT_EQ(makkah->primaryKey(), TarvoCity::getLastSessionID(user()));
+    auto current = TarvoCity::initWithCurrentSelectionUsingDB(user());
     EXPECT_EQ(fmt::format("{} {} {} {}", current->primaryKey() == makkah->primaryKey(), current->description(),
                           current->prayerMethod(), current->customFajrAngle()),
               "true Makkah, Testland 4 0");
     // A second city is current too: keeping one selection is the host's job (selectCity).
-    auto oslo = TarvoCity::saveNewCity(makeCity("Oslo", 59.91), db());
+    auto oslo = TarvoCity::saveNewCity(makeCity("Oslo", 59.91), user());
     EXPECT_EQ(queryText(db(), "SELECT count(*) FROM savedcities WHERE current_city = 1"), "2");
     ASSERT_TRUE(user_->selectCity(oslo->primaryKey()));
     EXPECT_FALSE(user_->selectCity(oslo->primaryKey() + 10));
-    auto all = TarvoCity::GetSavedCities(db());
+    auto all = TarvoCity::GetSavedCities(user());
     ASSERT_EQ(all.size(), 2u);
     EXPECT_TRUE(!all[0]->isSelectedCity() && all[1]->isSelectedCity());
 
     // dbSync of an edited saved city writes nothing: every city counts as automatic.
     all[0]->setCityName("Mecca");
-    all[0]->dbSync(db());
+    all[0]->dbSync(user());
     EXPECT_TRUE(all[0]->isDirty());
-    EXPECT_EQ(TarvoCity::GetSavedCities(db()).front()->cityName(), "Makkah");
+    EXPECT_EQ(TarvoCity::GetSavedCities(user()).front()->cityName(), "Makkah");
     for (int round = 0; round < 2; ++round) {  // deleting a key that is gone is no error either
-        EXPECT_TRUE(TarvoCity::DeleteCity(db(), makkah->primaryKey())->isDefaultCity());
+        EXPECT_TRUE(TarvoCity::DeleteCity(user(), makkah->primaryKey())->isDefaultCity());
     }
     EXPECT_FALSE(user_->containsCity(makkah->primaryKey()));
 
@@ -114,7 +113,7 @@ TEST_F(SavedCitiesTest, SavingMarksEachNewCityCurrentSyncNeverWritesAndDeleteAns
     const auto jeddah = test::valueOrFailure(user_->addCity(makeCity("Jeddah", 21.54)));
     ASSERT_TRUE(jeddah);
     EXPECT_EQ(jeddah->primaryKey(), 2147483654);
-    EXPECT_EQ(TarvoCity::initWithPrimaryKey(2147483654, db())->cityName(), "Jeddah");
+    EXPECT_EQ(TarvoCity::initWithPrimaryKey(2147483654, user())->cityName(), "Jeddah");
     EXPECT_EQ(queryText(db(), "SELECT group_concat(pk) FROM savedcities WHERE current_city = 1"), "2147483654");
 }
 
@@ -122,23 +121,23 @@ TEST_F(SavedCitiesTest, EachReaderFillsARowInItsOwnWay) {
     ASSERT_EQ(db().exec("INSERT INTO savedcities (pk, current_city, gmt, prayermethod, asrmethod, adjusthighlat) "
                         "VALUES (5, 1, 3.0, 99, 3, 2); INSERT INTO savedcities VALUES (3, 0, 'United States of "
                         "America', 'Houston', 29.76, -95.37, -6.0, 1, 5, 2, 15.0, 15.5, 'America/Chicago', 'Texas', "
-                        "1700000000.25, 1600000000.5, 3, 0, NULL, NULL)"),
+                        "1700000000.25, 1600000000.5, 3, 0, NULL, NULL, NULL, NULL)"),
               SQLITE_OK);
     // The list reader: bad methods become 0, missing names London's, a missing zone stays empty.
-    auto listed = TarvoCity::GetSavedCities(db());
+    auto listed = TarvoCity::GetSavedCities(user());
     ASSERT_EQ(listed.size(), 2u);
     EXPECT_EQ(fmt::format("{}|{}|{} {} {}", listed[1]->description(), listed[1]->TimeZone().value_or("-"),
                           listed[1]->prayerMethod(), listed[1]->asrMethod(), listed[1]->adjustHighLatitude()),
               "London, United Kingdom||0 0 2");
     EXPECT_EQ(listed[0]->stateName(), "Texas");
     // The selection reader fills a missing zone with London's.
-    EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(db())->TimeZone(), "Europe/London");
+    EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(user())->TimeZone(), "Europe/London");
 
     // The primary-key reader replaces bad methods with 1 instead...
-    EXPECT_EQ(TarvoCity::initWithPrimaryKey(5, db())->prayerMethod(), 1);
+    EXPECT_EQ(TarvoCity::initWithPrimaryKey(5, user())->prayerMethod(), 1);
     // ...reads its last columns one place off, by design: the state name gets lastmoddate's
     // text, LastModDate gets lastsyncdate, LastSyncDate a column past the end...
-    auto houston = TarvoCity::initWithPrimaryKey(3, db());
+    auto houston = TarvoCity::initWithPrimaryKey(3, user());
     EXPECT_EQ(houston->stateName(), queryText(db(), "SELECT CAST(lastmoddate AS TEXT) FROM savedcities WHERE pk = 3"));
     EXPECT_EQ(houston->LastModDate(), Date(1600000000.5));
     EXPECT_EQ(houston->LastSyncDate(), Date(0));
@@ -146,36 +145,36 @@ TEST_F(SavedCitiesTest, EachReaderFillsARowInItsOwnWay) {
     // ...and goes through the tracked setters: mirrored, then marked clean.
     EXPECT_FALSE(houston->isDirty());
     EXPECT_EQ(UserDefaults::sharedUserDefaultsObj()->integerForKey("AutoCityPrayerMethod"), 5);
-    EXPECT_TRUE(TarvoCity::initWithPrimaryKey(99, db())->isDefaultCity());
+    EXPECT_TRUE(TarvoCity::initWithPrimaryKey(99, user())->isDefaultCity());
 
     // An authority's method after the original seven (8, Diyanet) is a valid method that every
     // reader keeps; 25 is past the catalogue and still replaced.
     ASSERT_EQ(db().exec("UPDATE savedcities SET prayermethod = 8 WHERE pk = 5; "
                         "UPDATE savedcities SET prayermethod = 25 WHERE pk = 3"), SQLITE_OK);
-    EXPECT_EQ(TarvoCity::initWithPrimaryKey(5, db())->prayerMethod(), 8);
-    EXPECT_EQ(TarvoCity::initWithPrimaryKey(3, db())->prayerMethod(), 1);
-    listed = TarvoCity::GetSavedCities(db());
+    EXPECT_EQ(TarvoCity::initWithPrimaryKey(5, user())->prayerMethod(), 8);
+    EXPECT_EQ(TarvoCity::initWithPrimaryKey(3, user())->prayerMethod(), 1);
+    listed = TarvoCity::GetSavedCities(user());
     EXPECT_EQ(fmt::format("{} {}", listed[0]->prayerMethod(), listed[1]->prayerMethod()), "0 8");
 }
 
 TEST_F(SavedCitiesTest, StatementsAreCachedPerConnectionAndFinalisedOnesFailUntilTheCacheIsEmptied) {
-    TarvoCity::saveNewCity(makeCity("Rabat", 34.02), db());
-    TarvoCity::initWithCurrentSelectionUsingDB(db());
-    TarvoCity::finalizeStatements();
-    EXPECT_TRUE(TarvoCity::initWithCurrentSelectionUsingDB(db())->isDefaultCity());
-    EXPECT_EQ(TarvoCity::saveNewCity(makeCity("Agadir", 30.42), db())->primaryKey(), -1);
+    TarvoCity::saveNewCity(makeCity("Rabat", 34.02), user());
+    TarvoCity::initWithCurrentSelectionUsingDB(user());
+    TarvoCity::finalizeStatements(user());
+    EXPECT_TRUE(TarvoCity::initWithCurrentSelectionUsingDB(user())->isDefaultCity());
+    EXPECT_EQ(TarvoCity::saveNewCity(makeCity("Agadir", 30.42), user())->primaryKey(), -1);
     EXPECT_EQ(queryText(db(), "SELECT count(*) FROM savedcities"), "1");
-    TarvoCity::resetStatementCache();
-    EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(db())->cityName(), "Rabat");
+    TarvoCity::resetStatementCache(user());
+    EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(user())->cityName(), "Rabat");
 
     // Each connection prepares its own statements: a second database lists and changes its
     // own rows only, whichever connection prepared a statement first.
     ASSERT_EQ(savedNames(), Names{"Rabat"});
     auto other = test::valueOrFailure(UserDatabase::open(folder_ / "other.sqlite"));
     ASSERT_TRUE(other);
-    EXPECT_TRUE(TarvoCity::GetSavedCities(other->database()).empty());
-    EXPECT_EQ(TarvoCity::saveNewCity(makeCity("Fes", 34.03), other->database())->primaryKey(), 1);
-    EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(other->database())->cityName(), "Fes");
+    EXPECT_TRUE(TarvoCity::GetSavedCities(*other).empty());
+    EXPECT_EQ(TarvoCity::saveNewCity(makeCity("Fes", 34.03), *other)->primaryKey(), 1);
+    EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(*other)->cityName(), "Fes");
     EXPECT_EQ(savedNames(), Names{"Rabat"});
     // Closing a connection finalises its statements with it, so the file is closed at once
     // (not kept open by statements left behind), and a new connection to it prepares afresh.
@@ -193,8 +192,8 @@ TEST_F(SavedCitiesTest, StatementsAreCachedPerConnectionAndFinalisedOnesFailUnti
     EXPECT_EQ(descriptorsOn(), 0);
     other = test::valueOrFailure(UserDatabase::open(folder_ / "other.sqlite"));
     ASSERT_TRUE(other);
-    EXPECT_EQ(TarvoCity::GetSavedCities(other->database()).size(), 1u);
-    EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(db())->cityName(), "Rabat");
+    EXPECT_EQ(TarvoCity::GetSavedCities(*other).size(), 1u);
+    EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(user())->cityName(), "Rabat");
 }
 
 TEST_F(SavedCitiesTest, OldDatabaseIsUpgradedInPlaceOnceWithoutLosingRowsUnlessItIsReadOnly) {
@@ -211,13 +210,13 @@ TEST_F(SavedCitiesTest, OldDatabaseIsUpgradedInPlaceOnceWithoutLosingRowsUnlessI
         EXPECT_EQ(readBytes(path), before);
         ASSERT_EQ(::chmod(path.c_str(), 0644), 0);
 
-        auto cities = TarvoCity::GetSavedCities(db());
+        auto cities = TarvoCity::GetSavedCities(user());
         EXPECT_EQ(user_->schemaVersion(), UserDatabase::kSchemaVersion);
         ASSERT_EQ(cities.size(), 3u);
         EXPECT_EQ(fmt::format("{} {}", cities[2]->description(), cities[2]->customFajrAngle()), "Calgary, Canada 15");
         // Every saved city now takes its offset from its zone, with the default high-latitude rule.
         for (const auto& city : cities) EXPECT_EQ(std::pair(city->GMT(), city->adjustHighLatitude()), std::pair(50.0, int64_t{0}));
-        EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(db())->cityName(), "Kuala Lumpur");
+        EXPECT_EQ(TarvoCity::initWithCurrentSelectionUsingDB(user())->cityName(), "Kuala Lumpur");
         EXPECT_EQ(queryText(db(), "SELECT count(*) FROM sqlite_master WHERE name IN ('cacedcities_name', 'lastused')"), "2");
         // ...and none has chosen a polar resolution or Maghrib and Isha minutes.
         for (const auto& city : cities) {
@@ -226,7 +225,6 @@ TEST_F(SavedCitiesTest, OldDatabaseIsUpgradedInPlaceOnceWithoutLosingRowsUnlessI
                       "0 false false");
         }
         user_.reset();
-        TarvoCity::resetStatementCache();
         std::filesystem::remove(path);
     }
 }
@@ -235,44 +233,63 @@ TEST_F(SavedCitiesTest, UpgradedLayoutsAreLeftAlone) {
     createOldDatabase();
     ASSERT_EQ(db().exec("UPDATE savedcities SET adjusthighlat = 4"), SQLITE_OK);
     user_.reset();
-    TarvoCity::resetStatementCache();
     // Fully upgraded by a host that kept its own record of the layout (user_version 0), or a
     // later app's layout (a higher number, our tables all there): both read, never rewritten.
     for (const int recorded : {0, 9}) {
         ASSERT_TRUE(test::runSql(UserDatabase::defaultPath(), "PRAGMA user_version = " + std::to_string(recorded)));
         const std::string before = readBytes(UserDatabase::defaultPath());
-        EXPECT_EQ(TarvoCity::GetSavedCities(db())[0]->adjustHighLatitude(), 4) << recorded;
+        EXPECT_EQ(TarvoCity::GetSavedCities(user())[0]->adjustHighLatitude(), 4) << recorded;
         if (recorded == 9) { EXPECT_EQ(user_->schemaVersion(), 9); }
         EXPECT_EQ(readBytes(UserDatabase::defaultPath()), before) << recorded;
         user_.reset();
-        TarvoCity::resetStatementCache();
     }
     // A file of the layout before the city kept its own choices, as the three upgrades leave
-    // it: only the new columns are added, every value stays.
-    std::filesystem::remove(UserDatabase::defaultPath());
-    createOldDatabase();
-    {
-        SqliteDatabase host;  // a host running the upgrades itself
-        ASSERT_TRUE(host.open(UserDatabase::defaultPath()));
-        TarvoCity::updateSchemav3_1(host, nullptr);
-        TarvoCity::updateSchemav3_2(host, nullptr);
-        TarvoCity::updateSchemav3_3(host, nullptr);
-        ASSERT_EQ(host.exec("UPDATE savedcities SET adjusthighlat = 4, timezone = 'Asia/Amman'; PRAGMA user_version = 3"),
-                  SQLITE_OK);
-        TarvoCity::resetStatementCache();
-    }
-    const auto cities = TarvoCity::GetSavedCities(db());
-    EXPECT_EQ(user_->schemaVersion(), 4);
-    ASSERT_EQ(cities.size(), 3u);
-    EXPECT_EQ(fmt::format("{} {} {} {} {}", cities[2]->description(), cities[2]->adjustHighLatitude(),
-                          cities[2]->TimeZone().value_or("-"), cities[2]->customFajrAngle(),
-                          cities[2]->polarResolution()),
-              "Calgary, Canada 4 Asia/Amman 15 0");
-    // The new step run again reports its three columns as already there and carries on.
-    log_.clear();
-    TarvoCity::updateSchemav3_4(db(), nullptr);
-    for (const char* step : {"[1]", "[2]", "[3]"}) {
-        EXPECT_TRUE(log_.hasError(fmt::format("[DB] {} Schema ERROR: message 'duplicate column name", step))) << step;
+    // it, and one of the layout before the angle overrides (four upgrades, a method-3 city
+    // still carrying a custom Fajr angle): only the new columns are added, every value stays.
+    for (const int layout : {3, 4}) {
+        SCOPED_TRACE(layout);
+        std::filesystem::remove(UserDatabase::defaultPath());
+        createOldDatabase();
+        {
+            SqliteDatabase host;  // a host running the upgrades itself
+            ASSERT_TRUE(host.open(UserDatabase::defaultPath()));
+            for (int64_t step = 1; step <= layout; ++step) upgradeSavedCityLayout(host, step);
+            ASSERT_EQ(host.exec(fmt::format("UPDATE savedcities SET adjusthighlat = 4, timezone = 'Asia/Amman'; "
+                                            "UPDATE savedcities SET custom_fajrangle = 19.5 WHERE prayermethod = 3; "
+                                            "PRAGMA user_version = {}",
+                                            layout)),
+                      SQLITE_OK);
+        }
+        const auto cities = TarvoCity::GetSavedCities(user());
+        EXPECT_EQ(user_->schemaVersion(), 5);
+        ASSERT_EQ(cities.size(), 3u);
+        EXPECT_EQ(fmt::format("{} {} {} {} {}", cities[2]->description(), cities[2]->adjustHighLatitude(),
+                              cities[2]->TimeZone().value_or("-"), cities[2]->customFajrAngle(),
+                              cities[2]->polarResolution()),
+                  "Calgary, Canada 4 Asia/Amman 15 0");
+        // The custom angle stays where it was; no override appears for it.
+        EXPECT_EQ(fmt::format("{} {} {} {}", cities[1]->cityName().value_or("-"), cities[1]->prayerMethod(),
+                              cities[1]->customFajrAngle(), cities[1]->fajrAngleOverride().has_value()),
+                  "Kuala Lumpur 3 19.5 false");
+        EXPECT_EQ(queryText(db(), "SELECT count(*) FROM savedcities WHERE fajr_angle_override IS NULL AND "
+                                  "isha_angle_override IS NULL"),
+                  "3");
+        // A step run again reports its columns as already there and carries on.
+        auto duplicates = [this] {
+            std::string steps;
+            for (const char* step : {"[1]", "[2]", "[3]"}) {
+                if (log_.hasError(fmt::format("[DB] {} Schema ERROR: message 'duplicate column name", step))) steps += step;
+            }
+            return steps;
+        };
+        log_.clear();
+        TarvoCity::updateSchemav3_4(user(), nullptr);
+        EXPECT_EQ(duplicates(), "[1][2][3]");
+        log_.clear();
+        TarvoCity::updateSchemav3_5(user(), nullptr);
+        EXPECT_EQ(duplicates(), "[1][2]");
+        EXPECT_EQ(log_.count("[DB] Done updating."), 1u);
+        user_.reset();
     }
 }
 
@@ -280,6 +297,7 @@ TEST_F(SavedCitiesTest, SavedCityKeepsItsPolarResolutionAndMaghribAndIshaMinutes
     auto tromso = makeCity("Tromso", 69.65);
     tromso->setPolarResolution(2);  // nearest day
     tromso->setIshaMinutes(90.0);
+    tromso->setFajrAngleOverride(16.0);
     db();
     const auto saved = test::valueOrFailure(user_->addCity(tromso));
     ASSERT_TRUE(saved);
@@ -291,20 +309,24 @@ TEST_F(SavedCitiesTest, SavedCityKeepsItsPolarResolutionAndMaghribAndIshaMinutes
     EXPECT_EQ(queryText(db(), "SELECT group_concat(ifnull(polar_resolution, 'x') || '/' || ifnull(maghrib_minutes, "
                               "'-') || '/' || ifnull(isha_minutes, '-'), ' ') FROM savedcities"),
               "2/-/90.0 0/0.0/- 0/-/-");
+    EXPECT_EQ(queryText(db(), "SELECT group_concat(ifnull(fajr_angle_override, '-') || '/' || "
+                              "ifnull(isha_angle_override, '-'), ' ') FROM savedcities"),
+              "16.0/- -/- -/-");
     // Every reader gives them back; the primary-key reader keeps its dates where they were.
-    const auto listed = TarvoCity::GetSavedCities(db());
+    const auto listed = TarvoCity::GetSavedCities(user());
     ASSERT_EQ(listed.size(), 3u);
     auto choices = [](const TarvoCity& city) {
-        return fmt::format("{} {} {}", city.polarResolution(),
-                           city.maghribMinutes() ? fmt::format("{}", *city.maghribMinutes()) : "-",
-                           city.ishaMinutes() ? fmt::format("{}", *city.ishaMinutes()) : "-");
+        auto shown = [](const std::optional<double>& value) { return value ? fmt::format("{}", *value) : "-"; };
+        return fmt::format("{} {} {} {} {}", city.polarResolution(), shown(city.maghribMinutes()),
+                           shown(city.ishaMinutes()), shown(city.fajrAngleOverride()), shown(city.ishaAngleOverride()));
     };
-    EXPECT_EQ(choices(*listed[0]) + "|" + choices(*listed[1]) + "|" + choices(*listed[2]), "2 - 90|0 0 -|0 - -");
-    const auto byKey = TarvoCity::initWithPrimaryKey(saved->primaryKey(), db());
-    EXPECT_EQ(choices(*byKey), "2 - 90");
+    EXPECT_EQ(choices(*listed[0]) + "|" + choices(*listed[1]) + "|" + choices(*listed[2]),
+              "2 - 90 16 -|0 0 - - -|0 - - - -");
+    const auto byKey = TarvoCity::initWithPrimaryKey(saved->primaryKey(), user());
+    EXPECT_EQ(choices(*byKey), "2 - 90 16 -");
     EXPECT_EQ(byKey->LastSyncDate(), Date(0));
     ASSERT_TRUE(user_->selectCity(saved->primaryKey()));
-    EXPECT_EQ(choices(*TarvoCity::initWithCurrentSelectionUsingDB(db())), "2 - 90");
+    EXPECT_EQ(choices(*TarvoCity::initWithCurrentSelectionUsingDB(user())), "2 - 90 16 -");
 }
 
 TEST_F(SavedCitiesTest, FullDiskDuringTheFirstOpenLeavesNoHalfUpgradedFile) {
@@ -317,14 +339,14 @@ TEST_F(SavedCitiesTest, FullDiskDuringTheFirstOpenLeavesNoHalfUpgradedFile) {
         EXPECT_EQ(test::errorOrFailure(UserDatabase::openDefault()), path.string() + ": upgrade to layout 1 failed");
     }
     EXPECT_EQ(readBytes(path), before);
-    EXPECT_EQ(TarvoCity::GetSavedCities(db()).size(), 3u);
+    EXPECT_EQ(TarvoCity::GetSavedCities(user()).size(), 3u);
     EXPECT_EQ(user_->schemaVersion(), UserDatabase::kSchemaVersion);
 }
 
 using SavedCitiesConcurrent = SavedCitiesTest;
 
 TEST_F(SavedCitiesConcurrent, SaversReadersAndDeletersShareTheCachedStatements) {
-    SqliteDatabase& database = db();
+    UserDatabase& database = user();
     std::vector<std::vector<std::shared_ptr<TarvoCity>>> savedBy(3);
     std::atomic<bool> saving{true};
     std::atomic<int> wrongReads{0};
@@ -360,7 +382,7 @@ TEST_F(SavedCitiesConcurrent, SaversReadersAndDeletersShareTheCachedStatements) 
             EXPECT_EQ(TarvoCity::initWithPrimaryKey(city->primaryKey(), database)->cityName(), city->cityName());
         }
     }
-    EXPECT_EQ(queryText(database, "SELECT count(*) FROM savedcities"), "36");
+    EXPECT_EQ(queryText(db(), "SELECT count(*) FROM savedcities"), "36");
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 #include "support/RunProcess.h"
 #include "support/SqliteScript.h"
 #include "support/StoreWriter.h"
+#include "cities/UserDatabaseImpl.h"
 #include "tarvo/cities/TarvoCity.h"
 #include "tarvo/cities/UserDatabase.h"
 #include "platform/storage/PreferenceStore.h"
@@ -74,15 +75,13 @@ public:
     static constexpr bool kWritesReplace = false;
 
     explicit SavedCitiesStore(const std::filesystem::path& path) {
-        TarvoCity::resetStatementCache();
         if (auto opened = UserDatabase::open(path)) user_ = *opened;
     }
-    ~SavedCitiesStore() { TarvoCity::resetStatementCache(); }
     bool save(const std::string& name) { return user_ && user_->addCity(city(name)).ok(); }
     Names contents() {
         Names names;
         if (!user_) return names;
-        for (const auto& saved : TarvoCity::GetSavedCities(user_->database())) {
+        for (const auto& saved : TarvoCity::GetSavedCities(*user_)) {
             names.push_back(saved->cityName().value_or("?"));
         }
         return names;
@@ -94,14 +93,14 @@ public:
     // Each city was saved and selected in one step: never two selected.
     void checkAfterKill() {
         ASSERT_TRUE(user_);
-        EXPECT_EQ(test::queryText(user_->database(), "SELECT count(*) FROM savedcities WHERE current_city = 1"), "1");
+        EXPECT_EQ(test::queryText(user_->impl().database, "SELECT count(*) FROM savedcities WHERE current_city = 1"), "1");
     }
 
     // The store's own insert logs what was lost and why; the host operations say so too.
     void attemptWrites(test::FaultyStorage& storage, test::FaultyStorage::Fault fault, const std::string& reason,
                        test::LogCapture& log) {
         storage.set(fault);
-        TarvoCity::saveNewCity(city("Madinah"), user_->database());
+        TarvoCity::saveNewCity(city("Madinah"), *user_);
         storage.set(test::FaultyStorage::Fault::none);
         EXPECT_TRUE(log.hasError(reason)) << reason;
         EXPECT_FALSE(user_->containsCity(2)) << reason;
@@ -112,13 +111,13 @@ public:
     }
     // A locked table is a failure, never an empty list or a deletion that did not happen.
     void attemptWritesWhileLocked(const test::LogCapture& log) {
-        user_->database().setBusyTimeout(300);
+        user_->impl().database.setBusyTimeout(300);
         EXPECT_FALSE(user_->selectCity(1));
         EXPECT_FALSE(user_->savedCities());
         EXPECT_FALSE(user_->deleteCity(1));
         EXPECT_FALSE(user_->addCity(city("Madinah")));
-        TarvoCity::saveNewCity(city("Madinah"), user_->database());
-        EXPECT_EQ(user_->database().errorMessage(), "database is locked");
+        TarvoCity::saveNewCity(city("Madinah"), *user_);
+        EXPECT_EQ(user_->impl().database.errorMessage(), "database is locked");
         EXPECT_TRUE(log.hasError("cannot select city 1: database is locked"));
     }
 

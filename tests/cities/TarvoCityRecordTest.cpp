@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include "cities/TarvoCityArchive.h"
 #include "support/DataFolder.h"
 #include "platform/storage/PreferenceStore.h"
 #include "support/LogCapture.h"
@@ -73,7 +74,7 @@ TEST_F(TarvoCityRecordTest, NewCitiesTakeTheAutomaticCityKeysAndPreferencesCopyT
 
 TEST_F(TarvoCityRecordTest, ArchivingNarrowsAnglesToSinglePrecisionAndStopsAtAWrongKind) {
     const auto decoded = [](const KeyedArchiver& archiver) {
-        return TarvoCity::initWithCoder(
+        return TarvoCityArchive::decode(
             KeyedUnarchiver::forReadingFromData(archiver.encodedData(), TarvoCity::kArchiveClassName).value());
     };
     TarvoCity city;
@@ -81,7 +82,7 @@ TEST_F(TarvoCityRecordTest, ArchivingNarrowsAnglesToSinglePrecisionAndStopsAtAWr
     city.setCustomFajrAngle(18.2);
     city.setStateName("Maharashtra");
     KeyedArchiver archiver{std::string(TarvoCity::kArchiveClassName)};
-    city.encodeWithCoder(archiver);
+    TarvoCityArchive::encode(city, archiver);
     auto back = decoded(archiver);
     EXPECT_FALSE(back->isDirty());
     // Angles come back through single precision on purpose; the position does not.
@@ -90,18 +91,22 @@ TEST_F(TarvoCityRecordTest, ArchivingNarrowsAnglesToSinglePrecisionAndStopsAtAWr
     EXPECT_FALSE(back->stateName().has_value()) << "only the listed fields travel";
     EXPECT_EQ(back->TimeZone(), "") << "absent names are archived as empty texts";
     // A city's own choices beyond the method travel only when made, at full precision.
-    EXPECT_EQ(fmt::format("{} {} {}", back->polarResolution(), back->maghribMinutes().has_value(),
-                          back->ishaMinutes().has_value()),
-              "0 false false");
+    EXPECT_EQ(fmt::format("{} {} {} {} {}", back->polarResolution(), back->maghribMinutes().has_value(),
+                          back->ishaMinutes().has_value(), back->fajrAngleOverride().has_value(),
+                          back->ishaAngleOverride().has_value()),
+              "0 false false false false");
     city.setPolarResolution(3);
     city.setMaghribMinutes(2.5);
     city.setIshaMinutes(90.1);
+    city.setFajrAngleOverride(19.3);
+    city.setIshaAngleOverride(17.7);
     KeyedArchiver chosen{std::string(TarvoCity::kArchiveClassName)};
-    city.encodeWithCoder(chosen);
+    TarvoCityArchive::encode(city, chosen);
     back = decoded(chosen);
-    EXPECT_EQ(fmt::format("{} {} {}", back->polarResolution(), back->maghribMinutes().value_or(-1),
-                          back->ishaMinutes().value_or(-1)),
-              "3 2.5 90.1");
+    EXPECT_EQ(fmt::format("{} {} {} {} {}", back->polarResolution(), back->maghribMinutes().value_or(-1),
+                          back->ishaMinutes().value_or(-1), back->fajrAngleOverride().value_or(-1),
+                          back->ishaAngleOverride().value_or(-1)),
+              "3 2.5 90.1 19.3 17.7");
 
     KeyedArchiver wrong{std::string(TarvoCity::kArchiveClassName)};
     wrong.encodeDouble(3.0, "GMT");
@@ -154,7 +159,7 @@ TarvoCity cityAt(double latitude, double longitude, double gmt, int64_t dst, int
     return city;
 }
 
-TEST(CityCalculatorSetup, CopiesChoicesMapsMarkersAndAppliesTheCitysAnglesOverItsMethod) {
+TEST(CityCalculatorSetup, CopiesChoicesMapsMarkersAndAppliesCustomAnglesOnlyForMethodSix) {
     TarvoCity oslo = cityAt(59.91, 10.75, -100.0, 1, 0);
     oslo.setAsrMethod(2);
     oslo.setAdjustHighLatitude(4);
@@ -162,13 +167,27 @@ TEST(CityCalculatorSetup, CopiesChoicesMapsMarkersAndAppliesTheCitysAnglesOverIt
     PrayerCalculator c;
     c.setTimeFormat(2);
     configureCalculatorFromCity(c, oslo);
-    // Position, 24-hour format, Asr, high-latitude rule, DST, and the legacy marker read as
-    // "from the zone" (50); the method is 5 (automatic: north of 58 degrees) until the angle.
-    EXPECT_EQ(fmt::format("{} {} {} {} {} {} {}", c.lat(), c.lng(), c.timeFormat(), c.asrJuristic(), c.adjustHighLats(),
-                          c.overrideDST(), c.overrideTimeZoneOffset()),
-              "59.91 10.75 0 2 4 1 50");
-    // Its Fajr angle replaces ISNA's 15 degrees and keeps ISNA's Isha (the method reads 6 now).
-    EXPECT_EQ(c.methodParams().at(6), (PrayerCalculator::MethodParams{0, 12, 1, 0, 0, 15}));
+    // Position, 24-hour format, method 5 (automatic: north of 58 degrees), Asr, high-latitude
+    // rule, DST, and the legacy marker read as "from the zone" (50).
+    EXPECT_EQ(fmt::format("{} {} {} {} {} {} {} {}", c.lat(), c.lng(), c.timeFormat(), c.calcMethod(), c.asrJuristic(),
+                          c.adjustHighLats(), c.overrideDST(), c.overrideTimeZoneOffset()),
+              "59.91 10.75 0 5 2 4 1 50");
+    EXPECT_EQ(c.methodParams().at(6), (PrayerCalculator::MethodParams{0, 18, 1, 0, 0, 17}));  // angles not applied
+
+    // An override replaces ISNA's 15 degree Fajr and keeps its Isha (the method reads 6 now).
+    oslo.setFajrAngleOverride(12.0);
+    PrayerCalculator o;
+    configureCalculatorFromCity(o, oslo);
+    EXPECT_EQ(o.methodParams().at(6), (PrayerCalculator::MethodParams{0, 12, 1, 0, 0, 15}));
+
+    // Chosen angles become custom angles on the custom method and overrides on any other.
+    TarvoCity karachi = cityAt(24.8607, 67.0011, 50.0, 0, 3);
+    chooseCityAngles(karachi, 19.5, std::nullopt);
+    karachi.setPrayerMethod(6);
+    chooseCityAngles(karachi, std::nullopt, 16.0);
+    EXPECT_EQ(fmt::format("{} {} {} {}", karachi.customFajrAngle(), karachi.customIshaAngle(),
+                          karachi.fajrAngleOverride().value_or(-1), karachi.ishaAngleOverride().value_or(-1)),
+              "0 16 19.5 -1");
 
     TarvoCity custom = cityAt(21.4225, 39.8262, 3.0, 2, 6);
     custom.setCustomFajrAngle(15.5);

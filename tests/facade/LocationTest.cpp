@@ -10,6 +10,7 @@
 #include "tarvo/cities/CityDirectory.h"
 #include "tarvo/cities/Geocoder.h"
 #include "tarvo/cities/UserDatabase.h"
+#include "tarvo/cities/TarvoCity.h"
 #include "platform/host/DispatchQueue.h"
 #include "platform/host/NotificationCenter.h"
 
@@ -55,8 +56,6 @@ protected:
         DispatchQueue::main().drain();
     }
     void TearDown() override {
-        // The statement slots are process-wide: none may outlive this test's database.
-        TarvoCity::resetStatementCache();
         NotificationCenter::defaultCenter().removeObserver(token);
         TarvoDAO::setNetworkActivityIndicatorHandler(nullptr);
         FacadeTest::TearDown();
@@ -66,7 +65,7 @@ protected:
         return place("London", lat, lon, "Europe/London");
     }
     void locate(const std::shared_ptr<TarvoCity>& city, double km) {
-        facade->updateCityWithReverseGeocodedInformation(city, km, std::shared_ptr<SqliteDatabase>(user, &user->database()),
+        facade->updateCityWithReverseGeocodedInformation(city, km, user,
                                                          directory);
         if (shown > hidden) DispatchQueue::main().runUntil([this] { return hidden == shown; }, std::chrono::seconds(10));
         DispatchQueue::main().drain();
@@ -101,7 +100,7 @@ TEST_F(Location, LocalLookUpsInTheirOrder) {
     EXPECT_EQ(facade->ActiveCity()->cityName(), "Sydney");
     EXPECT_EQ(web->requests, 0);
     EXPECT_TRUE(announced.empty());
-    EXPECT_EQ(TarvoCity::GetLastUsedCity(user->database())->cityName(), "Sydney");
+    EXPECT_EQ(TarvoCity::GetLastUsedCity(*user)->cityName(), "Sydney");
 
     // 2.2 km north of Sydney: 1.5 km looks only at the exact directory match and the cache
     // within 1.5 km, so the web answers; 5 km finds Sydney within the fixed 3 km.
@@ -124,7 +123,7 @@ TEST_F(Location, LocalLookUpsInTheirOrder) {
     EXPECT_EQ(facade->lastLocationSource(), TarvoDAO::LocationSource::cache);
     EXPECT_EQ(web->requests, 1);
 
-    TarvoCity::DeleteAllReverseGeocodeCache(user->database());
+    TarvoCity::DeleteAllReverseGeocodeCache(*user);
     auto wide = fixAt(-33.84785, 151.20732);
     locate(wide, 5);
     EXPECT_EQ(wide->cityName(), "Sydney");
@@ -169,7 +168,7 @@ TEST_F(Location, NetworkAnswersAndFallbacks) {
     auto blank = fixAt(43.0, -33.0);
     blank->setIsLoadingFromDB(true);
     blank->setCityName("   ");
-    TarvoCity::saveCityInReverseGeocodeCache(user->database(), blank);
+    TarvoCity::saveCityInReverseGeocodeCache(*user, blank);
     web->set(places({{"Named", "", "C", ""}}));
     auto there = fixAt(43.0, -33.0);
     locate(there, 1.5);
@@ -182,7 +181,7 @@ TEST_F(Location, ConcurrentFixesAllPublished) {
     for (int i = 0; i < 3; ++i) {
         threads.emplace_back([this, i] {
             facade->updateCityWithReverseGeocodedInformation(
-                fixAt(10.0 + i, 10.0), 1.5, std::shared_ptr<SqliteDatabase>(user, &user->database()),
+                fixAt(10.0 + i, 10.0), 1.5, user,
                 directory);
         });
     }

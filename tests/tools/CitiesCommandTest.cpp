@@ -68,7 +68,7 @@ TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
     EXPECT_EQ(savedCities().size(), 2u);
 }
 
-TEST_F(CitiesToolTest, SavedCityKeepsItsPolarResolutionAndMaghribAndIshaMinutes) {
+TEST_F(CitiesToolTest, SavedCityKeepsItsPolarResolutionMinutesAndAngleOverrides) {
     const std::vector<std::string> tromso = {"Tromso", "Norway", "69.65", "18.96", "Europe/Oslo"};
     auto with = [&](std::vector<std::string> extra) {
         extra.insert(extra.begin(), tromso.begin(), tromso.end());
@@ -103,6 +103,30 @@ TEST_F(CitiesToolTest, SavedCityKeepsItsPolarResolutionAndMaghribAndIshaMinutes)
     ASSERT_EQ(list.size(), 2u);
     EXPECT_EQ(list[0]["polarResolution"], "nearest-day");
     EXPECT_EQ(list[1]["ishaMinutes"], 120.0);
+
+    // Karachi with a 19.5 degree Fajr: an override of method 3's angle, computed as times
+    // computes it, which differs from Karachi's own 18 degrees.
+    const std::vector<std::string> karachi = {"--lat", "24.8607", "--lon", "67.0011", "--tz", "Asia/Karachi",
+                                              "--city", "Karachi", "--country", "Pakistan", "--method", "3"};
+    auto karachiWith = [&](std::vector<std::string> extra) {
+        extra.insert(extra.begin(), karachi.begin(), karachi.end());
+        return timesOf(extra);
+    };
+    const json overridden = json::parse(
+        add({"Karachi", "Pakistan", "24.8607", "67.0011", "Asia/Karachi", "--method", "3", "--fajr-angle", "19.5", "--json"})
+            .out);
+    EXPECT_EQ(overridden["fajrAngleOverride"], 19.5);
+    EXPECT_EQ(overridden["ishaAngleOverride"], nullptr);
+    EXPECT_EQ(overridden["customFajrAngle"], 0.0);
+    EXPECT_EQ(timesOf({"--saved"}), karachiWith({"--fajr-angle", "19.5"}));
+    EXPECT_NE(timesOf({"--saved"})[0][0], karachiWith({})[0][0]);
+    // A method-3 row that only carries a custom angle (as older files may) keeps method 3's
+    // own Fajr: the custom angles belong to the custom method.
+    ASSERT_TRUE(test::runSql(UserDatabase::defaultPath(),
+                             "UPDATE savedcities SET fajr_angle_override = NULL, custom_fajrangle = 19.5 "
+                             "WHERE city_name = 'Karachi'"));
+    EXPECT_EQ(savedCities()[2]["customFajrAngle"], 19.5);
+    EXPECT_EQ(timesOf({"--saved"}), karachiWith({}));
 }
 
 TEST_F(CitiesToolTest, BadInputIsAOneLineErrorAndChangesNothing) {

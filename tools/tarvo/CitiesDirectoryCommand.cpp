@@ -182,7 +182,7 @@ void cache(const DirectoryOptions& o) {
     Places cached;
     cached.cities = user->cachedCities();
     if (o.clear) {
-        TarvoCity::DeleteAllReverseGeocodeCache(user->database());
+        TarvoCity::DeleteAllReverseGeocodeCache(*user);
         if (!user->cachedCities().empty())
             throw UsageError("the cache could not be cleared in " + user->path().string());
         render(Cleared{cached.cities.size()}, o.json);
@@ -199,7 +199,7 @@ struct LastUsed {
 
 LastUsed lastUsed() {
     auto user = openUserDatabase();
-    return {TarvoCity::GetLastUsedCity(user->database())};
+    return {TarvoCity::GetLastUsedCity(*user)};
 }
 
 std::string jsonText(const LastUsed& last) { return last.city ? dumpJson(cityJson(*last.city)) : "null"; }

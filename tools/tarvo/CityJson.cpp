@@ -34,8 +34,11 @@ nlohmann::ordered_json cityJson(const TarvoCity& city) {
     j["prayerMethod"] = city.prayerMethod();
     j["asrMethod"] = city.asrMethod();
     j["adjustHighLatitude"] = city.adjustHighLatitude();
-    j["customFajrAngle"] = city.customFajrAngle();  // 0: not chosen (the custom method's 18)
-    j["customIshaAngle"] = city.customIshaAngle();  // 0: not chosen (17)
+    // Applied on the custom method only; 0: not chosen (the custom method's 18 and 17).
+    j["customFajrAngle"] = city.customFajrAngle();
+    j["customIshaAngle"] = city.customIshaAngle();
+    j["fajrAngleOverride"] = optionalNumber(city.fajrAngleOverride());  // null: the method's angle
+    j["ishaAngleOverride"] = optionalNumber(city.ishaAngleOverride());
     // null: not chosen (the PolarResolution setting decides).
     const auto polar = polarResolutionFromStored(city.polarResolution());
     j["polarResolution"] = polar ? nlohmann::ordered_json(std::string(polarResolutionName(*polar))) : nullptr;

@@ -94,7 +94,7 @@ Located locate(const LocateOptions& o) {
 
     auto facade = TarvoDAO::getSharedInstance();
     // The databases are handed over with their owners, so they stay open for the publish step.
-    facade->updateCityWithReverseGeocodedInformation(city, o.km, std::shared_ptr<SqliteDatabase>(user, &user->database()),
+    facade->updateCityWithReverseGeocodedInformation(city, o.km, user,
                                                      directory);
     if (requestStarted) {
         const bool spinner = ::isatty(STDERR_FILENO) == 1;

@@ -105,8 +105,7 @@ void applyCalculationOptions(const CLI::App& cmd, const CalculationOptions& c, T
     if (given(cmd, "--highlat")) city.setAdjustHighLatitude(c.highLatitude);
     if (c.dst) city.setDSTPreference(*c.dst);
     if (c.gmt) city.setGMT(*c.gmt);
-    if (c.fajrAngle) city.setCustomFajrAngle(*c.fajrAngle);
-    if (c.ishaAngle) city.setCustomIshaAngle(*c.ishaAngle);
+    chooseCityAngles(city, c.fajrAngle, c.ishaAngle);
     if (c.maghribMinutes) city.setMaghribMinutes(c.maghribMinutes);
     if (c.ishaMinutes) city.setIshaMinutes(c.ishaMinutes);
     city.setIsLoadingFromDB(false);
@@ -262,7 +261,7 @@ std::shared_ptr<TarvoCity> placeCity(const CLI::App& cmd, const PlaceOptions& o)
     checkCombination(cmd, o);
     if (usesSavedCity(cmd, o)) {
         auto user = openUserDatabase();
-        auto city = TarvoCity::initWithCurrentSelectionUsingDB(user->database());
+        auto city = TarvoCity::initWithCurrentSelectionUsingDB(*user);
         if (!o.saved) applyCalculationOptions(cmd, o.calculation, *city);
         return city;
     }

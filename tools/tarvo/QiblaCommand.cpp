@@ -36,7 +36,7 @@ Qibla qiblaFrom(const CLI::App& cmd, QiblaOptions& o) {
     if (!resolvePosition(cmd, p)) {
         // No place: the selected saved city's.
         auto user = openUserDatabase();
-        const auto city = TarvoCity::initWithCurrentSelectionUsingDB(user->database());
+        const auto city = TarvoCity::initWithCurrentSelectionUsingDB(*user);
         p.latitude = city->latitude();
         p.longitude = city->longitude();
     }

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,9 +15,7 @@
 namespace tarvo {
 
 class CityDirectory;
-class KeyedArchiver;
-class KeyedUnarchiver;
-class SqliteDatabase;
+class UserDatabase;
 
 /// One place for which prayer times are computed: a named position with a time-zone name, a
 /// fixed GMT offset (or a marker meaning "take it from the zone"), a daylight-saving
@@ -31,8 +28,9 @@ class SqliteDatabase;
 /// preferences are mirrored at once into the automatic-city keys of the shared user defaults,
 /// so a new automatic city starts with the user's last choices.
 ///
-/// A city is not locked and belongs to one thread at a time. The database operations (saved
-/// cities, schema upgrades, directory, cache) are class-wide and serialise on syncObj().
+/// A city is a plain value: not locked, copyable, used by one thread at a time. The database
+/// operations below are thin wrappers over the stores (UserDatabase, CityDirectory), which
+/// own their statements and serialise their use with their own locks.
 class TARVO_EXPORT TarvoCity {
 public:
     /// Class name carried by archives of a city.
@@ -58,12 +56,9 @@ public:
     std::shared_ptr<TarvoCity> copyWithZone() const;
 
     // ---- Archiving -----------------------------------------------------------------------
+    // The keyed archive of a city is written and read by the library's archiver
+    // (TarvoCityArchive in the sources): the facade keeps the active city in it.
     static bool supportsSecureCoding() { return true; }
-    /// Writes the position, GMT, the calculation preferences and the three names.
-    void encodeWithCoder(KeyedArchiver& coder) const;
-    /// A fresh city from an archive. Never marks it dirty; a value of the wrong kind is
-    /// logged and leaves the city partly filled.
-    static std::shared_ptr<TarvoCity> initWithCoder(const KeyedUnarchiver& coder);
 
     // ---- Derived values ------------------------------------------------------------------
     /// GMT, or for the two markers the zone's current offset in whole hours (truncated
@@ -126,10 +121,21 @@ public:
     void setAsrMethod(int64_t value);
     int64_t adjustHighLatitude() const { return adjustHighLatitude_; }
     void setAdjustHighLatitude(int64_t value);
+    /// The Fajr angle of the custom method (6): applies only while the method in force is 6;
+    /// 0 not chosen (the custom method's 18 degrees).
     double customFajrAngle() const { return customFajrAngle_; }
     void setCustomFajrAngle(double value);
+    /// The Isha angle of the custom method (6); 0 not chosen (17 degrees).
     double customIshaAngle() const { return customIshaAngle_; }
     void setCustomIshaAngle(double value);
+    /// Fajr at this sun depression instead of the method's own, over any method ("Karachi,
+    /// but Fajr at 19.5 degrees"); nothing: the method's angle.
+    const std::optional<double>& fajrAngleOverride() const { return fajrAngleOverride_; }
+    void setFajrAngleOverride(const std::optional<double>& value);
+    /// Isha at this sun depression instead of the method's rule, over any method; nothing:
+    /// the method's own. Isha minutes, when the city has them too, win.
+    const std::optional<double>& ishaAngleOverride() const { return ishaAngleOverride_; }
+    void setIshaAngleOverride(const std::optional<double>& value);
     /// The city's choice for times the sun gives none for beyond the polar circles, as stored:
     /// 0 not chosen (the preference "PolarResolution" decides), 1 none, 2 nearest day,
     /// 3 nearest latitude (tarvo/calculation/PolarResolution.h).
@@ -149,34 +155,32 @@ public:
     bool isDirty() const { return dirty_; }
 
     // ---- Saved cities (table savedcities of the user database) ---------------------------
-    // The database is opened and owned by the caller. Each statement is prepared once, on
-    // first use, into a process-wide slot and reused afterwards whatever handle is passed.
+    // The user database is opened and owned by the caller. Each statement is prepared once
+    // per connection, on first use, and reused afterwards.
     // Failures are logged ("[DB] ...") and answered with London, -1 or an empty list.
 
-    /// The class-wide re-entrant lock held around every database use.
-    static std::recursive_mutex& syncObj();
     /// The row marked current, or London when there is none.
-    static std::shared_ptr<TarvoCity> initWithCurrentSelectionUsingDB(SqliteDatabase& database);
+    static std::shared_ptr<TarvoCity> initWithCurrentSelectionUsingDB(UserDatabase& database);
     /// The row id of the last insert on the database, -1 on failure.
-    static int64_t getLastSessionID(SqliteDatabase& database);
+    static int64_t getLastSessionID(UserDatabase& database);
     /// Inserts `city` as the current city and answers it with its new primary key. Other
     /// rows keep their selection marks (see dbSync).
-    static std::shared_ptr<TarvoCity> saveNewCity(const std::shared_ptr<TarvoCity>& city, SqliteDatabase& database);
+    static std::shared_ptr<TarvoCity> saveNewCity(const std::shared_ptr<TarvoCity>& city, UserDatabase& database);
     /// Deletes the row (if any) and answers a new London city.
-    static std::shared_ptr<TarvoCity> DeleteCity(SqliteDatabase& database, int64_t primaryKey);
+    static std::shared_ptr<TarvoCity> DeleteCity(UserDatabase& database, int64_t primaryKey);
     /// Every saved city in primary-key order.
-    static std::vector<std::shared_ptr<TarvoCity>> GetSavedCities(SqliteDatabase& database);
-    /// Finalises the cached statements. Meant for a database closed for good: most slots keep
-    /// their finalised statements, and a later operation that meets one fails with a logged
-    /// error.
-    static void finalizeStatements();
-    /// Finalises and empties every cached slot so that the next operation prepares afresh
-    /// (for a host that closes its database and opens another one).
-    static void resetStatementCache();
+    static std::vector<std::shared_ptr<TarvoCity>> GetSavedCities(UserDatabase& database);
+    /// Finalises the database's cached statements. Meant for a database closed for good: most
+    /// slots keep their finalised statements, and a later operation that meets one fails with a
+    /// logged error.
+    static void finalizeStatements(UserDatabase& database);
+    /// Finalises and empties the database's cached statements so that the next operation
+    /// prepares afresh.
+    static void resetStatementCache(UserDatabase& database);
     /// The row with this primary key, read through the tracked setters; London when absent.
-    static std::shared_ptr<TarvoCity> initWithPrimaryKey(int64_t primaryKey, SqliteDatabase& database);
+    static std::shared_ptr<TarvoCity> initWithPrimaryKey(int64_t primaryKey, UserDatabase& database);
     /// Writes a changed city back to its row.
-    void dbSync(SqliteDatabase& database);
+    void dbSync(UserDatabase& database);
 
     // ---- City directory, reverse-geocode cache, last used city ---------------------------
     // The directory's look-ups are CityDirectory's, answered through it; the cache
@@ -202,29 +206,33 @@ public:
     /// `thresholdKm` widened by 6 per cent, found at the very position for any threshold from
     /// 0 up; nothing without a database or without `checkCache` (the user database holds no
     /// directory).
-    static std::shared_ptr<TarvoCity> GetCityForLat(double latitude, double longitude, SqliteDatabase* database,
+    static std::shared_ptr<TarvoCity> GetCityForLat(double latitude, double longitude, UserDatabase* database,
                                                     double thresholdKm, bool checkCache);
     /// Adds the city (names, position, zone and its name's Soundex code) to the cache.
-    static void saveCityInReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city);
+    static void saveCityInReverseGeocodeCache(UserDatabase& database, const std::shared_ptr<TarvoCity>& city);
     /// Removes the cached places at exactly the city's position.
-    static void RemoveFromReverseGeocodeCache(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city);
-    static void DeleteAllReverseGeocodeCache(SqliteDatabase& database);
+    static void RemoveFromReverseGeocodeCache(UserDatabase& database, const std::shared_ptr<TarvoCity>& city);
+    static void DeleteAllReverseGeocodeCache(UserDatabase& database);
     /// Makes the city the only row of `lastused` (missing names become "").
-    static void SaveLastUsedCity(SqliteDatabase& database, const std::shared_ptr<TarvoCity>& city);
+    static void SaveLastUsedCity(UserDatabase& database, const std::shared_ptr<TarvoCity>& city);
     /// The last used city, or nothing. It comes back with IsLoadingFromDB still true, so the
     /// caller's later edits are not tracked until it clears the flag.
-    static std::shared_ptr<TarvoCity> GetLastUsedCity(SqliteDatabase& database);
-    static void RemoveLastUsedCity(SqliteDatabase& database);
+    static std::shared_ptr<TarvoCity> GetLastUsedCity(UserDatabase& database);
+    static void RemoveLastUsedCity(UserDatabase& database);
 
     // ---- Schema upgrades of the user database --------------------------------------------
-    // All statements run on `database`; `staticDatabase` is accepted and not used. Each step
+    // All statements run on `database`; `staticDatabase` is accepted and not used. UserDatabase
+    // runs them itself when it opens a file; a second run logs each step it cannot redo. Each step
     // is attempted and its outcome logged; a failing step never stops the upgrade.
-    static void updateSchemav3_1(SqliteDatabase& database, SqliteDatabase* staticDatabase);
-    static void updateSchemav3_2(SqliteDatabase& database, SqliteDatabase* staticDatabase);
-    static void updateSchemav3_3(SqliteDatabase& database, SqliteDatabase* staticDatabase);
+    static void updateSchemav3_1(UserDatabase& database, CityDirectory* staticDatabase);
+    static void updateSchemav3_2(UserDatabase& database, CityDirectory* staticDatabase);
+    static void updateSchemav3_3(UserDatabase& database, CityDirectory* staticDatabase);
     /// Adds the columns of the city's polar resolution and Maghrib and Isha minutes; a host
     /// that runs the upgrades itself runs this one after the three above.
-    static void updateSchemav3_4(SqliteDatabase& database, SqliteDatabase* staticDatabase);
+    static void updateSchemav3_4(UserDatabase& database, CityDirectory* staticDatabase);
+    /// Adds the columns of the city's Fajr and Isha angles over any method; runs after
+    /// updateSchemav3_4.
+    static void updateSchemav3_5(UserDatabase& database, CityDirectory* staticDatabase);
 
 private:
     // Stores `value` in `field`. Outside loading, a change is logged, marks the record dirty,
@@ -264,6 +272,8 @@ private:
     int64_t polarResolution_ = 0;
     std::optional<double> maghribMinutes_;
     std::optional<double> ishaMinutes_;
+    std::optional<double> fajrAngleOverride_;
+    std::optional<double> ishaAngleOverride_;
     double customFajrAngle_ = 0.0;
     double customIshaAngle_ = 0.0;
 };

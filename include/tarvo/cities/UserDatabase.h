@@ -13,14 +13,13 @@
 
 namespace tarvo {
 
-class SqliteDatabase;
 class TarvoCity;
 
 /// The user database of a host: saved cities, the reverse-geocode cache and the last used
 /// city, in one SQLite file in the data folder.
 ///
 /// Opening creates the file and the base `savedcities` table when they are missing, then
-/// brings the layout up to date by running TarvoCity's four schema upgrades in order, each
+/// brings the layout up to date by running TarvoCity's five schema upgrades in order, each
 /// exactly once; the layout reached is recorded in `PRAGMA user_version` (a file that never
 /// recorded one has its layout recognised from its tables). A file that is not an SQLite
 /// database, another program's SQLite database (tables of its own and no `savedcities`), a
@@ -33,7 +32,7 @@ class TarvoCity;
 class TARVO_EXPORT UserDatabase {
 public:
     /// The layout the upgrades lead to.
-    static constexpr int64_t kSchemaVersion = 4;
+    static constexpr int64_t kSchemaVersion = 5;
     /// File name of the user database in the data folder.
     static constexpr std::string_view kFileName = "user.sqlite";
 
@@ -49,8 +48,10 @@ public:
     UserDatabase(const UserDatabase&) = delete;
     UserDatabase& operator=(const UserDatabase&) = delete;
 
-    /// The connection, for TarvoCity's operations.
-    SqliteDatabase& database() { return *database_; }
+    /// The connection and its statements (src/cities/UserDatabaseImpl.h), for the library's
+    /// own use.
+    struct Impl;
+    Impl& impl() const { return *impl_; }
     const std::filesystem::path& path() const;
     /// The layout recorded in the file.
     int64_t schemaVersion() const;
@@ -61,8 +62,8 @@ public:
     /// (locked by another process past the busy time-out, damaged).
     Result<std::vector<std::shared_ptr<TarvoCity>>> savedCities();
     /// Saves the city and makes it the only selected row, in one transaction: the city with
-    /// its primary key, or an error with nothing changed. Its own angles (above 0), polar
-    /// resolution and Maghrib and Isha minutes, when it chose any, are written in the same
+    /// its primary key, or an error with nothing changed. Its own custom angles (above 0),
+    /// angle overrides, polar resolution and Maghrib and Isha minutes, when it chose any, are written in the same
     /// transaction: saving a city writes none, and the app never edits a saved row.
     Result<std::shared_ptr<TarvoCity>> addCity(const std::shared_ptr<TarvoCity>& city);
     /// Makes the city with this primary key the only selected row. An error, with nothing
@@ -95,7 +96,7 @@ private:
     Result<void> markSelected(int64_t primaryKey);
     Result<void> storeChoices(int64_t primaryKey, const TarvoCity& city);
 
-    std::unique_ptr<SqliteDatabase> database_;
+    std::unique_ptr<Impl> impl_;
 };
 
 }  // namespace tarvo

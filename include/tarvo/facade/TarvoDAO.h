@@ -20,7 +20,6 @@ namespace tarvo {
 class Calendar;
 class Geocoder;
 class CityDirectory;
-class SqliteDatabase;
 class IslamicCalendar;
 class Prayer;
 class PrayerAdjustments;
@@ -28,6 +27,7 @@ class PrayerConfiguration;
 class SmartPrayerInfo;
 class TarvoCity;
 class TarvoDAODelegate;
+class UserDatabase;
 
 /// The one object through which host applications reach the library's state: the global
 /// configuration, the active city, the generated timetables, the current and next prayer,
@@ -152,7 +152,7 @@ public:
     /// `city` as the object. `city` is changed in place, on whichever thread answers.
     /// Either database may be empty; the publish step keeps them open until it has run.
     void updateCityWithReverseGeocodedInformation(const std::shared_ptr<TarvoCity>& city, double thresholdKm,
-                                                  std::shared_ptr<SqliteDatabase> database,
+                                                  std::shared_ptr<UserDatabase> database,
                                                   std::shared_ptr<CityDirectory> staticDB);
     /// The web geocoder (default: WebGeocoder, which asks nothing unless the user chose a
     /// service) and the fallback (default: the nearest directory city of `staticDB`).

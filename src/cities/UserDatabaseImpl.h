@@ -1,0 +1,17 @@
+#pragma once
+
+#include "cities/CityStatementSlot.h"
+#include "platform/storage/SqliteDatabase.h"
+#include "tarvo/cities/UserDatabase.h"
+
+namespace tarvo {
+
+/// What a user database holds behind its public face: its connection, and the statements
+/// prepared on it with the lock that serialises every use of them. The statements are
+/// declared after the connection so that they are finalised before it closes.
+struct UserDatabase::Impl {
+    SqliteDatabase database;
+    CityStatements statements;
+};
+
+}  // namespace tarvo
