@@ -39,8 +39,8 @@ constexpr double kDubaiLongitude = 55.21756511181592;
 constexpr double kKualaLumpurLatitude = 3.1412;
 constexpr double kKualaLumpurLongitude = 101.68653;
 constexpr double kFixedTimetableRadius = 14.0;
-constexpr int64_t kCustomMethod = 6;
-constexpr double kOffsetFromZone = 50.0;
+constexpr int64_t kCustomMethod = PrayerCalculator::kCustomMethod;
+constexpr double kOffsetFromZone = PrayerCalculator::kOffsetFromZone;
 
 // The zone "UTC" (GMT if it were unknown), looked up once.
 const TimeZone& utcZone() {
