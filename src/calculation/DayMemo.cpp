@@ -1,5 +1,7 @@
 #include "calculation/DayMemo.h"
 
+#include "tarvo/calculation/FixedTimetable.h"
+
 #include <array>
 #include <bit>
 #include <cstdint>
@@ -23,6 +25,7 @@ struct Slot {
     Place place;
     TimeZone calendarZone = TimeZone::gmt();
     uint64_t moment;
+    uint64_t timetables;  // FixedTimetable::replacements() when the day was computed
     DayTimes day;
 };
 
@@ -57,6 +60,9 @@ DayTimes DayMemo::day(const MethodParameters& method, const Place& place, Date d
         std::unique_ptr<std::optional<Slot>[]> slots = std::make_unique<std::optional<Slot>[]>(kSlots);
     };
     thread_local Memo memo;
+    // The official timetables are the one input outside the arguments: a day computed before
+    // a host replaced their rows is not reused.
+    const uint64_t timetables = FixedTimetable::replacements();
     const uint64_t moment = bitsOf(date.timeIntervalSince1970());
     const uint64_t hash = hashOf(method, place, moment) | 1;
     const size_t pair = hash >> (64 - kSlotBits + 1);
@@ -64,24 +70,29 @@ DayTimes DayMemo::day(const MethodParameters& method, const Place& place, Date d
         const size_t index = 2 * pair + way;
         if (memo.hashes[index] != hash) continue;
         const Slot& slot = *memo.slots[index];
-        if (slot.moment == moment && slot.place == place && slot.method == method &&
+        if (slot.moment == moment && slot.timetables == timetables && slot.place == place && slot.method == method &&
             slot.calendarZone == calendar.timeZone()) {
             memo.recent[pair] = static_cast<uint8_t>(way);
             return slot.day;
         }
     }
+    // Computed before the slot is touched, and the hash written last, so that a computation
+    // that fails leaves no slot pairing these inputs with another day.
+    DayTimes day = compute(method, place, date, calendar);
     const size_t way = memo.recent[pair] == 0 ? 1 : 0;
-    memo.recent[pair] = static_cast<uint8_t>(way);
     const size_t index = 2 * pair + way;
     std::optional<Slot>& slot = memo.slots[index];
+    memo.hashes[index] = 0;
     if (!slot) slot.emplace();
-    memo.hashes[index] = hash;
     slot->method = method;
     slot->place = place;
     slot->calendarZone = calendar.timeZone();
     slot->moment = moment;
-    slot->day = compute(method, place, date, calendar);
-    return slot->day;
+    slot->timetables = timetables;
+    slot->day = day;
+    memo.hashes[index] = hash;
+    memo.recent[pair] = static_cast<uint8_t>(way);
+    return day;
 }
 
 }  // namespace tarvo

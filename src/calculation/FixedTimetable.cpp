@@ -1,12 +1,19 @@
 #include "tarvo/calculation/FixedTimetable.h"
 
 #include <algorithm>
+#include <atomic>
 #include <fstream>
 #include <sstream>
 
 #include "platform/host/LogMacros.h"
 
 namespace tarvo {
+
+namespace {
+std::atomic<uint64_t> replacementCount{0};
+}  // namespace
+
+uint64_t FixedTimetable::replacements() { return replacementCount.load(std::memory_order_acquire); }
 
 FixedTimetable::FixedTimetable(std::string name, const CompiledData& data)
     : name_(std::move(name)),
@@ -37,8 +44,11 @@ Result<void> FixedTimetable::replaceFromCsvText(std::string_view text) {
         return parsed.error();
     }
     auto replacement = std::make_shared<const Rows>(std::move(*parsed));
-    std::lock_guard lock(mutex_);
-    rows_ = std::move(replacement);
+    {
+        std::lock_guard lock(mutex_);
+        rows_ = std::move(replacement);
+    }
+    replacementCount.fetch_add(1, std::memory_order_release);
     return {};
 }
 

@@ -53,9 +53,19 @@ void configureCalculatorFromCity(PrayerCalculator& calculator, const TarvoCity& 
 }
 
 void chooseCityAngles(TarvoCity& city, const std::optional<double>& fajr, const std::optional<double>& isha) {
+    // The angle chosen now is the one the city computes with: on the custom method an
+    // override kept from an earlier method would otherwise win over the new custom angle,
+    // and Isha minutes kept from before would win over a new Isha angle.
+    if (isha) city.setIshaMinutes(std::nullopt);
     if (city.prayerMethod() == PrayerCalculator::kCustomMethod) {
-        if (fajr) city.setCustomFajrAngle(*fajr);
-        if (isha) city.setCustomIshaAngle(*isha);
+        if (fajr) {
+            city.setCustomFajrAngle(*fajr);
+            city.setFajrAngleOverride(std::nullopt);
+        }
+        if (isha) {
+            city.setCustomIshaAngle(*isha);
+            city.setIshaAngleOverride(std::nullopt);
+        }
     } else {
         if (fajr) city.setFajrAngleOverride(fajr);
         if (isha) city.setIshaAngleOverride(isha);

@@ -12,6 +12,7 @@
 #include "calculation/DayEngine.h"
 #include "calculation/DayMemo.h"
 #include "support/Dates.h"
+#include "tarvo/calculation/KLFixedTimes.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 
 using tarvo::Calendar;
@@ -130,6 +131,14 @@ TEST(DayEngine, TheMemoTellsApartInputsThatDifferInOneThing) {
     EXPECT_GT(hanafiDay.times[PrayerCalculator::Asr] - shafiDay.times[PrayerCalculator::Asr], 0.5);
     const DayTimes nextDay = ask("Alor Setar", c, noonOn(2019, 1, 2));
     EXPECT_GT(nextDay.times[PrayerCalculator::Dhuhr], shafiDay.times[PrayerCalculator::Dhuhr]);
+    EXPECT_TRUE(sameBits(ask("KLang", c, day).times[PrayerCalculator::Fajr], 5.96666667));
+
+    // A host that replaces the official rows gets days from its rows, not the kept ones.
+    ASSERT_TRUE(tarvo::KLFixedTimes::timetable().replaceFromCsvText("2019-01-01,5.5,7.25,13.2,16.6,19.4,20.7\n"));
+    const DayTimes replaced = ask("KLang", c, day);
+    ASSERT_TRUE(tarvo::KLFixedTimes::timetable().replaceFromCsvFile(TARVO_SOURCE_DIR "/data/timetables/kuala_lumpur.csv"));
+    EXPECT_EQ(replaced.times[PrayerCalculator::Fajr], 5.5);
+    EXPECT_EQ(replaced.times[PrayerCalculator::Sunrise], 7.25);
     EXPECT_TRUE(sameBits(ask("KLang", c, day).times[PrayerCalculator::Fajr], 5.96666667));
 }
 

@@ -188,6 +188,14 @@ TEST(CityCalculatorSetup, CopiesChoicesMapsMarkersAndAppliesCustomAnglesOnlyForM
     EXPECT_EQ(fmt::format("{} {} {} {}", karachi.customFajrAngle(), karachi.customIshaAngle(),
                           karachi.fajrAngleOverride().value_or(-1), karachi.ishaAngleOverride().value_or(-1)),
               "0 16 19.5 -1");
+    // A Fajr angle chosen on the custom method replaces the override kept from Karachi, which
+    // would otherwise win; an Isha angle chosen now replaces Isha minutes kept from before.
+    karachi.setIshaMinutes(90.0);
+    chooseCityAngles(karachi, 17.0, 15.0);
+    PrayerCalculator chosen;
+    configureCalculatorFromCity(chosen, karachi);
+    EXPECT_EQ(chosen.methodParams().at(6), (PrayerCalculator::MethodParams{0, 17, 1, 0, 0, 15}));
+    EXPECT_FALSE(karachi.fajrAngleOverride() || karachi.ishaMinutes());
 
     TarvoCity custom = cityAt(21.4225, 39.8262, 3.0, 2, 6);
     custom.setCustomFajrAngle(15.5);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <cstddef>
 #include <memory>
 #include <mutex>
@@ -37,6 +38,10 @@ public:
     /// rows stay.
     Result<void> replaceFromCsvFile(const std::string& path);
     Result<void> replaceFromCsvText(std::string_view text);
+
+    /// How many times any fixed timetable's rows have been replaced since start-up: a day
+    /// computed while this read N is stale once it reads more.
+    static uint64_t replacements();
 
     const std::string& name() const { return name_; }
     double firstKey() const { return firstKey_; }

@@ -32,7 +32,9 @@ TARVO_EXPORT void configureCalculatorFromCity(PrayerCalculator& calculator, cons
 
 /// Records angles a user chose for the city: on the custom method (6) they are its custom
 /// angles, on any other method (automatic included) overrides of the method's own, so that
-/// the city computes with them either way. Set the method first; absent angles change nothing.
+/// the city computes with them either way. An angle given now replaces whatever would have
+/// beaten it (an override kept from another method; for Isha, minutes after Maghrib). Set the
+/// method first; absent angles change nothing.
 TARVO_EXPORT void chooseCityAngles(TarvoCity& city, const std::optional<double>& fajr,
                                    const std::optional<double>& isha);
 
