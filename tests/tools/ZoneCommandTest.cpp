@@ -60,7 +60,10 @@ TEST(TarvoZones, UsageErrors) {
                                 "--isha-minutes", "90"},
                                "not both"},
                           Case{{"day", "--lat", "21.4", "--lon", "39.8", "--tz", "Asia/Riyadh", "--isha-minutes", "0"},
-                               "--isha-minutes"}}) {
+                               "--isha-minutes"},
+                          Case{{"day", "--lat", "21.4", "--lon", "39.8", "--tz", "Asia/Riyadh", "--maghrib-minutes",
+                                "1441"},
+                               "Maghrib interval 1441 is outside 0 to 1440 minutes"}}) {
         const auto r = runTarvo(c.args);
         EXPECT_EQ(r.status, 2) << c.args[2] << ": " << r.err;
         EXPECT_NE(r.err.find(c.says), std::string::npos) << r.err;
@@ -68,17 +71,18 @@ TEST(TarvoZones, UsageErrors) {
 }
 
 TEST(TarvoZones, MinuteOverridesOverAMethod) {
-    // Karachi with Maghrib 5 minutes after sunset and Isha 90 after Maghrib: Fajr stays Karachi's.
+    // Karachi with Maghrib 5 minutes after sunset and Isha 300 after Maghrib (the tool takes
+    // what the library takes, up to a day): Fajr stays Karachi's.
     const Args karachi = {"times", "--lat", "24.8607", "--lon", "67.0011", "--tz", "Asia/Karachi",
                           "--date", "2024-03-01", "--method", "3", "--json"};
     auto changedArgs = karachi;
-    changedArgs.insert(changedArgs.end(), {"--maghrib-minutes", "5", "--isha-minutes", "90"});
+    changedArgs.insert(changedArgs.end(), {"--maghrib-minutes", "5", "--isha-minutes", "300"});
     const auto plain = runTarvo(karachi), changed = runTarvo(changedArgs);
     ASSERT_EQ(changed.status, 0) << changed.err;
     const json p = json::parse(plain.out)["hours"], c = json::parse(changed.out)["hours"];
     EXPECT_EQ(c[0], p[0]);
     EXPECT_NEAR((c[5].get<double>() - c[4].get<double>()) * 60, 5, 1e-9);
-    EXPECT_NEAR((c[6].get<double>() - c[5].get<double>()) * 60, 90, 1e-9);
+    EXPECT_NEAR((c[6].get<double>() - c[5].get<double>()) * 60, 300, 1e-9);
     // The facade commands take them too.
     const auto day = runTarvo({"day", "--lat", "24.8607", "--lon", "67.0011", "--tz", "Asia/Karachi", "--date",
                                "2024-03-01", "--method", "3", "--isha-minutes", "90", "--json"});

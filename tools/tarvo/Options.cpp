@@ -96,12 +96,10 @@ void addCalculationOptions(CLI::App& command, CalculationOptions& options, const
     command.add_option("--gmt", options.gmt, gmtHelp)->check(numberBetween(-14, 14));
     command.add_option("--fajr-angle", options.fajrAngle,
                        "Fajr sun depression in degrees, above 0, replacing the method's own; the method's other "
-                       "numbers, safety minutes and rounding stay (custom method 6 starts at 18)")
-        ->check(numberBetween(0, 90));
+                       "numbers, safety minutes and rounding stay (custom method 6 starts at 18)");
     command.add_option("--isha-angle", options.ishaAngle,
                        "Isha sun depression in degrees, above 0, replacing the method's own; the method's other "
-                       "numbers, safety minutes and rounding stay (custom method 6 starts at 17)")
-        ->check(numberBetween(0, 90));
+                       "numbers, safety minutes and rounding stay (custom method 6 starts at 17)");
     command.add_option("--polar", options.polar,
                        "Times the sun gives none for beyond the polar circles: none (shown as missing), nearest-day or "
                        "nearest-latitude (default: the PolarResolution setting, else nearest-latitude)")
@@ -111,12 +109,10 @@ void addCalculationOptions(CLI::App& command, CalculationOptions& options, const
 void addMinuteOptions(CLI::App& command, CalculationOptions& options) {
     command.add_option("--maghrib-minutes", options.maghribMinutes,
                        "Maghrib this many minutes after sunset instead of the method's own rule; the method's other "
-                       "numbers, safety minutes and rounding stay")
-        ->check(numberBetween(0, 240));
+                       "numbers, safety minutes and rounding stay");
     command.add_option("--isha-minutes", options.ishaMinutes,
                        "Isha this many minutes after Maghrib instead of the method's angle (not with --isha-angle); "
-                       "the method's other numbers, safety minutes and rounding stay")
-        ->check(numberBetween(0, 240));
+                       "the method's other numbers, safety minutes and rounding stay");
 }
 
 MethodOverrides methodOverrides(const CalculationOptions& o) {

@@ -29,7 +29,9 @@ void addLongitudeOption(CLI::App& command, double& longitude, bool required);
 /// library's own record of them).
 using CalculationOptions = tarvo::CalculationChoices;
 /// --method, --asr, --highlat, --dst, --gmt, --fajr-angle, --isha-angle and --polar with their value
-/// ranges; `gmtHelp` says what leaving out --gmt means for the command.
+/// ranges (the angles and minutes are checked by the library's rules in checkCalculationOptions,
+/// so the tool accepts exactly what the library does); `gmtHelp` says what leaving out --gmt
+/// means for the command.
 void addCalculationOptions(CLI::App& command, CalculationOptions& options, const std::string& gmtHelp);
 /// --maghrib-minutes and --isha-minutes, for the commands that compute.
 void addMinuteOptions(CLI::App& command, CalculationOptions& options);
