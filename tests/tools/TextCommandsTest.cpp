@@ -113,12 +113,10 @@ TEST_F(TextCommands, DayAndNowUseThePlacesClockTheUsersSettingsAndTheClockFlag) 
 
 TEST_F(TextCommands, OneCustomMethodRuleInEveryCommand) {
     // The custom method without angles gives day and times the same Fajr and Isha.
-    const auto custom = [](const char* command) {
-        return Args{command, "--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "6", "--date",
-                    "2016-01-05", "--json"};
-    };
-    const json prayers = jsonOf(custom("day"))["days"][0]["prayers"];
-    const json text = jsonOf(custom("times"))["text"];
+    const Args custom = {"--lat",    "21.4225", "--lon",  "39.8262",    "--tz",  "Asia/Riyadh",
+                         "--method", "6",       "--date", "2016-01-05", "--json"};
+    const json prayers = jsonOf(with({"day"}, custom))["days"][0]["prayers"];
+    const json text = jsonOf(with({"times"}, custom))["text"];
     EXPECT_EQ(prayers[0]["clock"], text[0]);
     EXPECT_EQ(prayers[6]["clock"], text[6]);
 }
