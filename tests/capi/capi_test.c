@@ -35,6 +35,14 @@ static int failures = 0;
 
 static const tarvo_place kMakkah = {21.4225, 39.8262, "Asia/Riyadh", "Makkah", "Saudi Arabia"};
 
+/* New settings with the named method (NULL: the automatic choice). */
+static tarvo_settings* newSettings(const char* method) {
+    tarvo_settings* s = NULL;
+    CHECK(tarvo_settings_create(&s) == TARVO_OK && s != NULL);
+    if (s && method) CHECK(tarvo_settings_set_method_name(s, method) == TARVO_OK);
+    return s;
+}
+
 /* The local calendar day of a moment on its own clock, as days since 1970. */
 static long localDay(tarvo_moment m) { return (long)floor((m.unix_seconds + m.utc_offset_seconds) / 86400.0); }
 
@@ -106,13 +114,10 @@ static void testTimes(void) {
     CHECK(day.hours[TARVO_DHUHR] > 12.0 && day.hours[TARVO_DHUHR] < 12.6);
 
     /* Settings change the answer: Hanafi Asr comes later than Shafi'i. */
-    tarvo_settings* hanafi = NULL;
-    tarvo_settings* shafii = NULL;
-    CHECK(tarvo_settings_create(&hanafi) == TARVO_OK && tarvo_settings_create(&shafii) == TARVO_OK);
+    tarvo_settings* hanafi = newSettings("mwl");
+    tarvo_settings* shafii = newSettings("mwl");
     CHECK(tarvo_settings_set_asr(hanafi, TARVO_ASR_HANAFI) == TARVO_OK);
     CHECK(tarvo_settings_set_asr(shafii, TARVO_ASR_SHAFII) == TARVO_OK);
-    CHECK(tarvo_settings_set_method_name(shafii, "mwl") == TARVO_OK);
-    CHECK(tarvo_settings_set_method_name(hanafi, "mwl") == TARVO_OK);
     tarvo_day_times late, early;
     CHECK(tarvo_times(hanafi, &kMakkah, 2024, 3, 15, &late) == TARVO_OK);
     CHECK(tarvo_times(shafii, &kMakkah, 2024, 3, 15, &early) == TARVO_OK);
@@ -129,19 +134,17 @@ static void testTimes(void) {
     /* Bad input: a status, the output untouched. */
     tarvo_day_times untouched;
     memset(&untouched, 0x5a, sizeof untouched);
-    tarvo_place bad = kMakkah;
-    bad.latitude = NAN;
-    CHECK_FAILS(tarvo_times(NULL, &bad, 2024, 3, 15, &untouched), TARVO_ERROR_INVALID_ARGUMENT);
-    bad.latitude = 1e308;
-    CHECK_FAILS(tarvo_times(NULL, &bad, 2024, 3, 15, &untouched), TARVO_ERROR_INVALID_ARGUMENT);
-    bad = kMakkah;
-    bad.longitude = -180.5;
-    CHECK_FAILS(tarvo_times(NULL, &bad, 2024, 3, 15, &untouched), TARVO_ERROR_INVALID_ARGUMENT);
-    bad = kMakkah;
-    bad.time_zone = "Mars/Olympus_Mons";
-    CHECK_FAILS(tarvo_times(NULL, &bad, 2024, 3, 15, &untouched), TARVO_ERROR_UNKNOWN_TIME_ZONE);
-    bad.time_zone = NULL;
-    CHECK_FAILS(tarvo_times(NULL, &bad, 2024, 3, 15, &untouched), TARVO_ERROR_NULL_ARGUMENT);
+    const struct {
+        tarvo_place place;
+        tarvo_status status;
+    } bad[] = {{{NAN, 39.8262, "Asia/Riyadh", NULL, NULL}, TARVO_ERROR_INVALID_ARGUMENT},
+               {{1e308, 39.8262, "Asia/Riyadh", NULL, NULL}, TARVO_ERROR_INVALID_ARGUMENT},
+               {{21.4225, -180.5, "Asia/Riyadh", NULL, NULL}, TARVO_ERROR_INVALID_ARGUMENT},
+               {{21.4225, 39.8262, "Mars/Olympus_Mons", NULL, NULL}, TARVO_ERROR_UNKNOWN_TIME_ZONE},
+               {{21.4225, 39.8262, NULL, NULL, NULL}, TARVO_ERROR_NULL_ARGUMENT}};
+    for (size_t i = 0; i < sizeof bad / sizeof bad[0]; ++i) {
+        CHECK_FAILS(tarvo_times(NULL, &bad[i].place, 2024, 3, 15, &untouched), bad[i].status);
+    }
     CHECK_FAILS(tarvo_times(NULL, NULL, 2024, 3, 15, &untouched), TARVO_ERROR_NULL_ARGUMENT);
     CHECK_FAILS(tarvo_times(NULL, &kMakkah, 2024, 3, 15, NULL), TARVO_ERROR_NULL_ARGUMENT);
     CHECK_FAILS(tarvo_times(NULL, &kMakkah, 2023, 2, 29, &untouched), TARVO_ERROR_INVALID_ARGUMENT);
@@ -188,8 +191,7 @@ static void testNow(void) {
     CHECK(tarvo_now(NULL, &kMakkah, 1710409200.0, 0, &info) == TARVO_OK);
     CHECK(info.current.type == TARVO_DHUHR && strcmp(info.current.name, "Duhr") == 0);
     /* 02:30 on Friday in Makkah is still Thursday 23:30 in UTC: the place's day counts. */
-    tarvo_settings* s = NULL;
-    CHECK(tarvo_settings_create(&s) == TARVO_OK);
+    tarvo_settings* s = newSettings(NULL);
     CHECK(tarvo_settings_set_display(s, 0, 1, 1) == TARVO_OK);
     CHECK(tarvo_now(s, &kMakkah, 1710459000.0, 0, &info) == TARVO_OK);
     CHECK(info.current.type == TARVO_ISHA && info.next.type == 8);
@@ -211,10 +213,8 @@ static void testNow(void) {
 /* Adjustments move single prayers by whole minutes; intervals put Maghrib and Isha at fixed
  * distances; both reach the current prayer too. */
 static void testAdjustments(void) {
-    tarvo_settings* s = NULL;
+    tarvo_settings* s = newSettings("mwl");
     tarvo_day_times plain, moved;
-    CHECK(tarvo_settings_create(&s) == TARVO_OK);
-    CHECK(tarvo_settings_set_method_name(s, "mwl") == TARVO_OK);
     CHECK(tarvo_times(s, &kMakkah, 2024, 3, 15, &plain) == TARVO_OK);
     CHECK(tarvo_settings_set_adjustment(s, TARVO_FAJR, 5) == TARVO_OK);
     CHECK(tarvo_settings_set_adjustment(s, TARVO_MAGHRIB, -2) == TARVO_OK);
@@ -345,9 +345,7 @@ static void testSavedCities(const char* scratch) {
     tarvo_saved_cities* saved = NULL;
     CHECK(tarvo_saved_cities_open(path, &saved) == TARVO_OK);
     if (!saved) return;
-    tarvo_settings* settings = NULL;
-    CHECK(tarvo_settings_create(&settings) == TARVO_OK);
-    CHECK(tarvo_settings_set_method(settings, 4) == TARVO_OK);
+    tarvo_settings* settings = newSettings("ummalqura");
     tarvo_city first, second;
     CHECK(tarvo_saved_cities_add(saved, &kMakkah, settings, &first) == TARVO_OK);
     const tarvo_place london = {51.5074, -0.1278, "Europe/London", "London", "United Kingdom"};
@@ -388,8 +386,7 @@ static void testMethods(void) {
     const size_t count = tarvo_method_count();
     CHECK(count >= 7);
     int previous = 0;
-    tarvo_settings* settings = NULL;
-    CHECK(tarvo_settings_create(&settings) == TARVO_OK);
+    tarvo_settings* settings = newSettings(NULL);
     for (size_t i = 0; i < count; ++i) {
         tarvo_method m;
         CHECK(tarvo_method_at(i, &m) == TARVO_OK);
@@ -528,8 +525,7 @@ static int knownStatus(tarvo_status status) {
 }
 
 static void testHostileInput(tarvo_directory* directory) {
-    tarvo_settings* settings = NULL;
-    CHECK(tarvo_settings_create(&settings) == TARVO_OK);
+    tarvo_settings* settings = newSettings(NULL);
     for (int i = 0; i < 600; ++i) {
         const tarvo_place place = {anyDouble(), anyDouble(), anyText(), anyText(), anyText()};
         tarvo_status s[13];

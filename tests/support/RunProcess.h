@@ -105,19 +105,4 @@ inline std::string waitForLines(const ChildProcess& process, size_t lines,
     return out;
 }
 
-/// Runs the built tarvo tool to its end.
-inline ProcessResult runTarvo(const std::vector<std::string>& args, const std::vector<std::string>& env = {}) {
-    return runProcess(TARVO_TOOL_PATH, args, env);
-}
-
-/// Whether the tool ended with `status`, one "tarvo: " line on standard error and nothing on
-/// standard output.
-inline ::testing::AssertionResult failedWith(int status, const ProcessResult& run) {
-    if (run.status == status && run.out.empty() && run.err.starts_with("tarvo: ") &&
-        std::count(run.err.begin(), run.err.end(), '\n') == 1 && run.err.ends_with('\n')) {
-        return ::testing::AssertionSuccess();
-    }
-    return ::testing::AssertionFailure() << "status " << run.status << ", out: " << run.out << ", err: " << run.err;
-}
-
 }  // namespace tarvo::test

@@ -11,34 +11,29 @@ namespace {
 using test::json;
 using test::jsonOf;
 using test::runTarvo;
+using test::with;
+using ::testing::HasSubstr;
 
 class CitiesToolTest : public test::ToolTest {
 protected:
     static json savedCities() { return jsonOf({"cities", "saved", "--json"}); }
     // The parts of a times --json answer that the place and settings decide.
-    static json timesOf(std::vector<std::string> args) {
-        args.insert(args.begin(), "times");
-        args.insert(args.end(), {"--date", "2024-06-21", "--json"});
-        const json all = jsonOf(args);
+    static json timesOf(const test::Args& args) {
+        const json all = jsonOf(with(with({"times"}, args), {"--date", "2024-06-21", "--json"}));
         return {all["hours"], all["text"], all["method"], all["asr"], all["highlat"], all["fixedTimings"]};
     }
 
-    // cities add NAME COUNTRY LAT LON TZ [more options...], which must succeed.
-    static test::ProcessResult add(std::vector<std::string> args, const std::vector<std::string>& environment = {}) {
+    // cities add NAME COUNTRY LAT LON TZ [more options...], which must succeed; its --json answer.
+    static json add(std::vector<std::string> args, const std::vector<std::string>& environment = {}) {
         const std::vector<std::string> options = {"--name", "--country", "--lat", "--lon", "--tz"};
         for (size_t i = 0; i < options.size(); ++i) args.insert(args.begin() + static_cast<long>(2 * i), options[i]);
-        args.insert(args.begin(), {"cities", "add"});
-        auto run = runTarvo(args, environment);
-        EXPECT_EQ(run.status, 0) << run.err;
-        return run;
+        return jsonOf(with({"cities", "add"}, args), environment);
     }
 };
 
 TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
-    const json makkah = json::parse(
-        add({"Makkah", "Saudi Arabia", "21.4225", "39.8262", "Asia/Riyadh", "--method", "6", "--fajr-angle", "15", "--asr",
-             "2", "--json"})
-            .out);
+    const json makkah = add({"Makkah", "Saudi Arabia", "21.4225", "39.8262", "Asia/Riyadh", "--method", "6",
+                             "--fajr-angle", "15", "--asr", "2", "--json"});
     EXPECT_EQ(makkah["GMT"], 50.0);
     add({"Tromso", "Norway", "69.65", "18.96", "Europe/Oslo", "--state", "Troms", "--highlat", "3", "--dst", "2", "--gmt", "1"});
     const json list = savedCities();
@@ -62,37 +57,25 @@ TEST_F(CitiesToolTest, AddedCityIsSelectedAndTimesSavedUsesItsSettings) {
     const std::string calgary = savedCities()[2]["primaryKey"].dump();
     // Terminal controls in stored names are not shown; JSON keeps the stored text.
     EXPECT_EQ(savedCities()[2]["stateName"], "\x1b[31mAlberta\u202e");
-    const std::string shown = runTarvo({"cities", "saved"}).out;
-    EXPECT_NE(shown.find("Calgary ([31mAlberta) "), std::string::npos) << shown;
+    EXPECT_THAT(runTarvo({"cities", "saved"}).out, HasSubstr("Calgary ([31mAlberta) "));
     EXPECT_EQ(jsonOf({"cities", "delete", calgary, "--json"})["cityName"], "Calgary");
     EXPECT_EQ(savedCities().size(), 2u);
 }
 
 TEST_F(CitiesToolTest, SavedCityKeepsItsPolarResolutionMinutesAndAngleOverrides) {
-    const std::vector<std::string> tromso = {"Tromso", "Norway", "69.65", "18.96", "Europe/Oslo"};
-    auto with = [&](std::vector<std::string> extra) {
-        extra.insert(extra.begin(), tromso.begin(), tromso.end());
-        return extra;
-    };
-    const json saved = json::parse(add(with({"--polar", "nearest-day", "--json"})).out);
+    const json saved = add({"Tromso", "Norway", "69.65", "18.96", "Europe/Oslo", "--polar", "nearest-day", "--json"});
     EXPECT_EQ(saved["polarResolution"], "nearest-day");
     EXPECT_EQ(saved["ishaMinutes"], nullptr);
     // 21 June: the sun does not set at Tromso. The saved city's choice fills the times as
     // --polar does, and differs from leaving them missing.
     const std::vector<std::string> place = {"--lat", "69.65", "--lon", "18.96", "--tz", "Europe/Oslo",
                                             "--city", "Tromso", "--country", "Norway"};
-    auto at = [&](const std::string& polar) {
-        auto args = place;
-        args.insert(args.end(), {"--polar", polar});
-        return timesOf(args);
-    };
-    EXPECT_EQ(timesOf({"--saved"}), at("nearest-day"));
-    EXPECT_NE(timesOf({"--saved"}), at("none"));
+    EXPECT_EQ(timesOf({"--saved"}), timesOf(with(place, {"--polar", "nearest-day"})));
+    EXPECT_NE(timesOf({"--saved"}), timesOf(with(place, {"--polar", "none"})));
 
     // Isha two hours after Maghrib, Maghrib three minutes after sunset, at Makkah.
-    const json makkah = json::parse(add({"Makkah", "Saudi Arabia", "21.4225", "39.8262", "Asia/Riyadh", "--method", "4",
-                                         "--maghrib-minutes", "3", "--isha-minutes", "120", "--json"})
-                                        .out);
+    const json makkah = add({"Makkah", "Saudi Arabia", "21.4225", "39.8262", "Asia/Riyadh", "--method", "4",
+                             "--maghrib-minutes", "3", "--isha-minutes", "120", "--json"});
     EXPECT_EQ(makkah["maghribMinutes"], 3.0);
     EXPECT_EQ(makkah["ishaMinutes"], 120.0);
     EXPECT_EQ(makkah["polarResolution"], nullptr);
@@ -106,27 +89,22 @@ TEST_F(CitiesToolTest, SavedCityKeepsItsPolarResolutionMinutesAndAngleOverrides)
 
     // Karachi with a 19.5 degree Fajr: an override of method 3's angle, computed as times
     // computes it, which differs from Karachi's own 18 degrees.
-    const std::vector<std::string> karachi = {"--lat", "24.8607", "--lon", "67.0011", "--tz", "Asia/Karachi",
+    const std::vector<std::string> karachi = {"--lat",  "24.8607", "--lon",     "67.0011",  "--tz",     "Asia/Karachi",
                                               "--city", "Karachi", "--country", "Pakistan", "--method", "3"};
-    auto karachiWith = [&](std::vector<std::string> extra) {
-        extra.insert(extra.begin(), karachi.begin(), karachi.end());
-        return timesOf(extra);
-    };
-    const json overridden = json::parse(
-        add({"Karachi", "Pakistan", "24.8607", "67.0011", "Asia/Karachi", "--method", "3", "--fajr-angle", "19.5", "--json"})
-            .out);
+    const json overridden = add({"Karachi", "Pakistan", "24.8607", "67.0011", "Asia/Karachi", "--method", "3",
+                                 "--fajr-angle", "19.5", "--json"});
     EXPECT_EQ(overridden["fajrAngleOverride"], 19.5);
     EXPECT_EQ(overridden["ishaAngleOverride"], nullptr);
     EXPECT_EQ(overridden["customFajrAngle"], 0.0);
-    EXPECT_EQ(timesOf({"--saved"}), karachiWith({"--fajr-angle", "19.5"}));
-    EXPECT_NE(timesOf({"--saved"})[0][0], karachiWith({})[0][0]);
+    EXPECT_EQ(timesOf({"--saved"}), timesOf(with(karachi, {"--fajr-angle", "19.5"})));
+    EXPECT_NE(timesOf({"--saved"})[0][0], timesOf(karachi)[0][0]);
     // A method-3 row that only carries a custom angle (as older files may) keeps method 3's
     // own Fajr: the custom angles belong to the custom method.
     ASSERT_TRUE(test::runSql(UserDatabase::defaultPath(),
                              "UPDATE savedcities SET fajr_angle_override = NULL, custom_fajrangle = 19.5 "
                              "WHERE city_name = 'Karachi'"));
     EXPECT_EQ(savedCities()[2]["customFajrAngle"], 19.5);
-    EXPECT_EQ(timesOf({"--saved"}), karachiWith({}));
+    EXPECT_EQ(timesOf({"--saved"}), timesOf(karachi));
 }
 
 TEST_F(CitiesToolTest, BadInputIsAOneLineErrorAndChangesNothing) {
@@ -134,10 +112,7 @@ TEST_F(CitiesToolTest, BadInputIsAOneLineErrorAndChangesNothing) {
     const json before = savedCities();
     const std::string unknown = std::to_string(before[0]["primaryKey"].get<int64_t>() + 1);
     const std::vector<std::string> add = {"cities", "add", "--name", "X", "--country", "Y", "--lat", "1", "--lon", "2"};
-    auto with = [&](std::vector<std::string> extra) {
-        extra.insert(extra.begin(), add.begin(), add.end());
-        return extra;
-    };
+    const auto with = [&](const test::Args& tail) { return test::with(add, tail); };
     for (const auto& command : std::vector<std::vector<std::string>>{
              {"cities", "delete", unknown}, {"cities", "select", unknown}, {"cities", "delete", "first"},
              {"cities", "select", "1.5"}, with({"--tz", "Nowhere/City"}), with({"--tz", "UTC", "--method", "99"}),
@@ -145,7 +120,7 @@ TEST_F(CitiesToolTest, BadInputIsAOneLineErrorAndChangesNothing) {
              with({"--tz", "UTC", "--isha-minutes", "-5"}), with({"--tz", "UTC", "--polar", "midnight"}),
              {"cities", "add", "--name", "", "--country", "Y", "--lat", "1", "--lon", "2", "--tz", "UTC"},
              {"times", "--saved", "--lat", "1"}, {"times", "--saved", "--method", "3"}, {"times", "--lat", "1", "--lon", "2"}}) {
-        EXPECT_TRUE(test::failedWith(2, runTarvo(command))) << command[1] << " " << command[2];
+        EXPECT_TRUE(test::refuses(2, command));
     }
     EXPECT_EQ(savedCities(), before);
 }
@@ -176,9 +151,7 @@ TEST_F(CitiesToolTest, UnusableDatabaseFileIsNeverChanged) {
                  {"cities", "select", "1"},
                  {"cities", "delete", "1"},
                  {"times", "--saved"}}) {
-            const auto run = runTarvo(command);
-            EXPECT_TRUE(test::failedWith(2, run)) << command[1];
-            EXPECT_NE(run.err.find(reason), std::string::npos) << run.err;
+            EXPECT_TRUE(test::refuses(2, command, reason));
             EXPECT_EQ(test::readBytes(file), bytes) << command[1];
         }
         EXPECT_FALSE(std::filesystem::exists(target)) << "nothing made beside a link's target";
@@ -200,25 +173,23 @@ TEST_F(CitiesToolTest, ShippedDirectoryAnswersNearestSearchAndCountries) {
     EXPECT_EQ(makkah["cityName"].dump() + makkah["countryName"].dump() + makkah["TimeZone"].dump(),
               R"("Makkah al Mukarramah""Saudi Arabia""Asia/Riyadh")");
     EXPECT_LT(makkah["distanceKm"].get<double>(), 1.0);
-    const auto text = runTarvo({"cities", "nearest", "--lat", "21.4225", "--lon", "39.8262"});
-    EXPECT_EQ(text.out.rfind("Makkah al Mukarramah, Saudi Arabia [ 21.43 N : 39.83 E ] Asia/Riyadh, 0.", 0), 0u)
-        << text.out;
+    EXPECT_THAT(runTarvo({"cities", "nearest", "--lat", "21.4225", "--lon", "39.8262"}).out,
+                ::testing::StartsWith("Makkah al Mukarramah, Saudi Arabia [ 21.43 N : 39.83 E ] Asia/Riyadh, 0."));
 
     // The ranking is the library's (tests/cities); here the first answer and the empty one.
     EXPECT_EQ(jsonOf({"cities", "search", "mecca", "--json"})[0]["cityName"], "Makkah al Mukarramah");
     const auto none = runTarvo({"cities", "search", "xqzxqz", "--json"});
     EXPECT_EQ(none.status, 1);
-    EXPECT_NE(none.err.find("matches 'xqzxqz'"), std::string::npos) << none.err;
+    EXPECT_THAT(none.err, HasSubstr("matches 'xqzxqz'"));
     EXPECT_EQ(none.out, "[]\n");
 
     const json countries = jsonOf({"cities", "countries", "--json"});
     const json britain = {{"id", 826}, {"code", "GB"}, {"name", "United Kingdom"}};
-    EXPECT_NE(std::find(countries.begin(), countries.end(), britain), countries.end());
+    EXPECT_THAT(countries, ::testing::Contains(britain));
     EXPECT_EQ(jsonOf({"cities", "country", "norway", "--json"})[0]["countryName"], "Norway");
     // Mid-Pacific: nothing within 50 km.
-    const auto far = runTarvo({"cities", "nearest", "--lat", "0", "--lon", "-150"});
-    EXPECT_EQ(far.status, 1);
-    EXPECT_NE(far.err.find("no directory city within 50 km"), std::string::npos) << far.err;
+    EXPECT_TRUE(
+        test::refuses(1, {"cities", "nearest", "--lat", "0", "--lon", "-150"}, "no directory city within 50 km"));
 }
 
 TEST_F(CitiesToolTest, BadInputIsOneLineAndStatus2) {
@@ -247,19 +218,14 @@ TEST_F(CitiesToolTest, BadInputIsOneLineAndStatus2) {
         {{"search", "x", "--directory", in("view.sqlite")}, "holds the view 'cities'"},
         {{"search", "x", "--directory", in("trigger.sqlite")}, ""},
     };
-    for (auto [args, message] : bad) {
-        args.insert(args.begin(), "cities");
-        const auto run = runTarvo(args);
-        EXPECT_TRUE(test::failedWith(2, run)) << args[1] << " " << args.back();
-        EXPECT_NE(run.err.find(message), std::string::npos) << run.err;
-    }
+    for (const auto& [args, message] : bad) EXPECT_TRUE(test::refuses(2, with({"cities"}, args), message));
     // SQLite's own lines about the damage come first; the tool's verdict ends the output.
     const auto damagedRun = runTarvo({"cities", "search", "lon", "--listing", "--directory", (scratch / "damaged.sqlite").string()});
     EXPECT_EQ(damagedRun.status, 2);
     EXPECT_TRUE(damagedRun.out.empty()) << damagedRun.out;
     const std::string verdict = "tarvo: cannot use the city directory: " + (scratch / "damaged.sqlite").string() +
                                 ": damaged (*** in database main *** Page ";
-    EXPECT_NE(damagedRun.err.find(verdict), std::string::npos) << damagedRun.err;
+    EXPECT_THAT(damagedRun.err, HasSubstr(verdict));
     EXPECT_EQ(test::readBytes(scratch / "junk.sqlite"), "this is no database");
     EXPECT_FALSE(std::filesystem::exists(scratch / "missing.sqlite"));
 }

@@ -4,31 +4,27 @@
 // process's locale change. Each locale is its own run of the tool.
 #include "support/ToolHarness.h"
 
-using tarvo::test::Args;
-using tarvo::test::json;
-using tarvo::test::jsonOf;
-using tarvo::test::runTarvo;
-using tarvo::test::with;
+using namespace tarvo::test;
 
 namespace {
 
 const std::string kArabicDigits = "LANG=ar_SA.UTF-8@numbers=arab";
 
-Args makkah(const char* command, const Args& tail) { return with(with({command}, tarvo::test::kMakkah), tail); }
+Args makkah(const char* command, const Args& tail) { return with(with({command}, kMakkah), tail); }
 
 std::string line(const std::string& text, const std::string& start) {
     const auto at = text.find(start);
     return at == std::string::npos ? std::string() : text.substr(at, text.find('\n', at) - at);
 }
 
-using TextCommands = tarvo::test::ToolTest;
+using TextCommands = ToolTest;
 
 }  // namespace
 
 TEST_F(TextCommands, AlertsListSetAndTheGlobalSwitch) {
-    tarvo::test::TempFolder sounds;
+    TempFolder sounds;
     const std::string picked = (sounds / "a.m4a").string();
-    tarvo::test::writeBytes(picked, "x");
+    writeBytes(picked, "x");
     ASSERT_EQ(runTarvo({"alerts", "set", "Sunrise", "--on", "--sound", "1", "--prealert", "on"}).status, 0);
     ASSERT_EQ(runTarvo({"alerts", "set", "6", "--on"}).status, 0);
     ASSERT_EQ(runTarvo({"alerts", "set", "fajr", "--vibrate", "--file", picked}).status, 0);  // any case
@@ -40,9 +36,7 @@ TEST_F(TextCommands, AlertsListSetAndTheGlobalSwitch) {
     EXPECT_EQ(a[0]["vibrateOnly"], true);
     EXPECT_EQ(a[0]["file"], picked);
 
-    const auto run = runTarvo({"alerts", "all-off"});
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_NE(line(run.out, "6 Isha").find("sound on, all sounds off"), std::string::npos) << run.out;
+    EXPECT_THAT(line(outputOf({"alerts", "all-off"}), "6 Isha"), HasSubstr("sound on, all sounds off"));
     ASSERT_EQ(runTarvo({"alerts", "all-on"}).status, 0);
     EXPECT_EQ(jsonOf({"alerts", "--json"})["alerts"][6]["soundOn"], true);
 }
@@ -64,18 +58,17 @@ TEST_F(TextCommands, DurationsAndHijriDatesWithTheCorrectionAndTheLocale) {
 }
 
 TEST_F(TextCommands, MonthTimetableAsTableCsvAndJson) {
-    auto run = runTarvo(makkah("month", {"--month", "2016-01"}));
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(line(run.out, "2016-01-05"),
-              "2016-01-05  Tuesday    24 Rabi\u02BB I 1437         05:38     07:00     12:26     15:31     17:52     19:22"
-              "     01:43");
+    EXPECT_EQ(
+        line(outputOf(makkah("month", {"--month", "2016-01"})), "2016-01-05"),
+        "2016-01-05  Tuesday    24 Rabi\u02BB I 1437         05:38     07:00     12:26     15:31     17:52     19:22"
+        "     01:43");
     // Machine output is the same in every locale and with any --clock: ASCII, 24 hours.
     const std::string csvLine = "2016-01-05,Tuesday,24 Rabi\u02BB I 1437,05:38,07:00,12:26,15:31,17:52,19:22,01:43";
-    run = runTarvo(makkah("month", {"--month", "2016-01", "--csv", "--clock", "12"}), {kArabicDigits, "LC_ALL"});
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 32);  // header + 31 days
-    EXPECT_EQ(line(run.out, "date,"), "date,weekday,hijri,fajr,sunrise,dhuhr,asr,maghrib,isha,qiyam");
-    EXPECT_EQ(line(run.out, "2016-01-05"), csvLine);
+    const std::string csv =
+        outputOf(makkah("month", {"--month", "2016-01", "--csv", "--clock", "12"}), {kArabicDigits, "LC_ALL"});
+    EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 32);  // header + 31 days
+    EXPECT_EQ(line(csv, "date,"), "date,weekday,hijri,fajr,sunrise,dhuhr,asr,maghrib,isha,qiyam");
+    EXPECT_EQ(line(csv, "2016-01-05"), csvLine);
 
     const json j = jsonOf(makkah("month", {"--month", "2016-02", "--json"}));
     EXPECT_EQ(j["islamicMonthNumber"], 4);  // 1 February 2016 is 21 Rabi' II 1437
@@ -86,9 +79,7 @@ TEST_F(TextCommands, MonthTimetableAsTableCsvAndJson) {
 TEST_F(TextCommands, DayAndNowUseThePlacesClockTheUsersSettingsAndTheClockFlag) {
     // The device's zone is not the place's: the place's clock is used all the same. --clock is
     // for people: JSON keeps 24 hours.
-    auto run = runTarvo(makkah("now", {"--at", "2016-01-05T16:00", "--clock", "12", "--json"}), {"TZ=Europe/London"});
-    ASSERT_EQ(run.status, 0) << run.err;
-    const json j = json::parse(run.out);
+    const json j = jsonOf(makkah("now", {"--at", "2016-01-05T16:00", "--clock", "12", "--json"}), {"TZ=Europe/London"});
     EXPECT_EQ(j["now"], "2016-01-05T16:00:00+03:00");
     EXPECT_EQ(j["current"], json({{"type", 3}, {"name", "Asr"}, {"time", "2016-01-05T15:31:00+03:00"}, {"clock", "15:31"}}));
     EXPECT_EQ(j["next"]["time"], "2016-01-05T17:52:00+03:00");
@@ -96,9 +87,9 @@ TEST_F(TextCommands, DayAndNowUseThePlacesClockTheUsersSettingsAndTheClockFlag) 
     // The day of the moment asked about decides Jumua, not the day the tool runs.
     EXPECT_EQ(jsonOf(makkah("now", {"--at", "2024-03-15T12:40", "--json"}))["current"]["name"], "Jumua");
     EXPECT_EQ(jsonOf(makkah("now", {"--at", "2024-03-14T12:40", "--json"}))["current"]["name"], "Duhr");
-    run = runTarvo(makkah("now", {"--at", "2016-01-05T15:30:30", "--clock", "24"}));
-    EXPECT_EQ(line(run.out, "In:"), "In:       30 seconds (00:00:30)") << run.out;
-    EXPECT_EQ(line(run.out, "Next:"), "Next:     Asr 15:31") << run.out;
+    std::string out = outputOf(makkah("now", {"--at", "2016-01-05T15:30:30", "--clock", "24"}));
+    EXPECT_EQ(line(out, "In:"), "In:       30 seconds (00:00:30)") << out;
+    EXPECT_EQ(line(out, "Next:"), "Next:     Asr 15:31") << out;
     // Today's list always has something to count down to: tomorrow's Fajr and Sunrise are in it.
     EXPECT_GT(jsonOf(makkah("day", {"--json"}))["next"]["seconds"].get<double>(), 0);
 
@@ -112,9 +103,9 @@ TEST_F(TextCommands, DayAndNowUseThePlacesClockTheUsersSettingsAndTheClockFlag) 
     EXPECT_EQ(p[0], json({{"type", 0}, {"name", "Fajr"}, {"englishName", "Fajr"}, {"time", "2016-01-05T04:53:00+03:00"},
                           {"clock", "04:53"}, {"adjustmentMinutes", -45}, {"fixedTimings", false}}));
     EXPECT_EQ(p[1]["name"], "Sunrise");  // the tool registers UseSunrise as the host's default
-    run = runTarvo(makkah("day", {"--date", "2016-01-05", "--clock", "12"}));
-    EXPECT_NE(run.out.find("  Fajr           4:53 am  -45 min\n"), std::string::npos) << run.out;
-    EXPECT_EQ(line(run.out, "Next:"), "") << run.out;  // the day is long past
+    out = outputOf(makkah("day", {"--date", "2016-01-05", "--clock", "12"}));
+    EXPECT_THAT(out, HasSubstr("  Fajr           4:53 am  -45 min\n"));
+    EXPECT_EQ(line(out, "Next:"), "") << out;  // the day is long past
     // A fixed offset of five hours: Umm al-Qura's 05:38 (+03:00) Fajr, less 45 minutes, on that clock.
     EXPECT_EQ(jsonOf(makkah("day", {"--gmt", "5", "--date", "2016-01-05", "--json"}))["days"][0]
                   ["prayers"][0]["time"], "2016-01-05T06:53:00+05:00");
@@ -122,12 +113,10 @@ TEST_F(TextCommands, DayAndNowUseThePlacesClockTheUsersSettingsAndTheClockFlag) 
 
 TEST_F(TextCommands, OneCustomMethodRuleInEveryCommand) {
     // The custom method without angles gives day and times the same Fajr and Isha.
-    const auto custom = [](const char* command) {
-        return Args{command, "--lat", "21.4225", "--lon", "39.8262", "--tz", "Asia/Riyadh", "--method", "6", "--date",
-                    "2016-01-05", "--json"};
-    };
-    const json prayers = jsonOf(custom("day"))["days"][0]["prayers"];
-    const json text = jsonOf(custom("times"))["text"];
+    const Args custom = {"--lat",    "21.4225", "--lon",  "39.8262",    "--tz",  "Asia/Riyadh",
+                         "--method", "6",       "--date", "2016-01-05", "--json"};
+    const json prayers = jsonOf(with({"day"}, custom))["days"][0]["prayers"];
+    const json text = jsonOf(with({"times"}, custom))["text"];
     EXPECT_EQ(prayers[0]["clock"], text[0]);
     EXPECT_EQ(prayers[6]["clock"], text[6]);
 }
