@@ -49,7 +49,8 @@ def _choice(value: Union[str, int, None], names: Dict[str, int], what: str) -> i
     try:
         return names[value.lower()]
     except KeyError:
-        raise ValueError(f"'{value}' is not a {what}; use one of {', '.join(names)}") from None
+        article = "an" if what[0].lower() in "aeiou" else "a"
+        raise ValueError(f"'{value}' is not {article} {what}; use one of {', '.join(names)}") from None
 
 
 def _method(value: Union[str, int]) -> Union[str, int]:

@@ -89,7 +89,7 @@ DAY = dt.date(2024, 3, 15)
     (lambda: tarvo.times(0, 0, "Mars/Base"), ValueError, "^unknown time zone 'Mars/Base'$"),
     (lambda: tarvo.moon(0, 0, "Mars/Base"), ValueError, "unknown time zone"),
     (lambda: tarvo.times(*MAKKAH, date=DAY, method="nonsense"), ValueError, "is not a calculation method"),
-    (lambda: tarvo.times(*MAKKAH, date=DAY, asr="maliki"), ValueError, "is not a Asr school|is not a Asr"),
+    (lambda: tarvo.times(*MAKKAH, date=DAY, asr="maliki"), ValueError, "'maliki' is not an Asr school; use one of"),
     (lambda: tarvo.times(*MAKKAH, date=DAY, fajr_angle=0), ValueError, r"outside \(0, 90\]"),
     (lambda: tarvo.times("Qqqzzz"), LookupError, "^no place named 'Qqqzzz' in the city directory$"),
     (lambda: tarvo.cities.nearest(0, -150), LookupError, ""),
