@@ -37,7 +37,12 @@ std::optional<PlaceDayTimes> PlaceDayTimes::compute(const TarvoCity& city, int64
     t.names = calculator.getTimeNames();
     // Tomorrow's entries may be written on another offset on the night the clocks change.
     t.utcOffsetSeconds = static_cast<int64_t>(std::llround(calculator.getTimeZoneOffset(moment) * 3600.0));
-    t.method = calculator.calcMethod();
+    // The method the place computes by. An override of one angle or interval runs through
+    // the calculator's custom-method slot, but Karachi with a 19.5 degree Fajr is still
+    // Karachi's method with one number changed, and is reported as such.
+    t.method = city.prayerMethod() != 0
+                   ? city.prayerMethod()
+                   : PrayerCalculator::getAutoMethodFromLocation(city.latitude(), city.longitude());
     t.asr = calculator.asrJuristic();
     t.highLatitude = calculator.adjustHighLats();
     t.fixedTimings = calculator.isUsingFixedTimings();

@@ -98,6 +98,9 @@ TEST_F(CitiesToolTest, SavedCityKeepsItsPolarResolutionMinutesAndAngleOverrides)
     EXPECT_EQ(overridden["customFajrAngle"], 0.0);
     EXPECT_EQ(timesOf({"--saved"}), timesOf(with(karachi, {"--fajr-angle", "19.5"})));
     EXPECT_NE(timesOf({"--saved"})[0][0], timesOf(karachi)[0][0]);
+    // Still Karachi's method, one angle changed: not reported as the custom method.
+    EXPECT_EQ(timesOf({"--saved"})[2], 3);
+    EXPECT_THAT(runTarvo({"times", "--saved"}).out, HasSubstr("Method: Islamic University, Karachi;"));
     // A method-3 row that only carries a custom angle (as older files may) keeps method 3's
     // own Fajr: the custom angles belong to the custom method.
     ASSERT_TRUE(test::runSql(UserDatabase::defaultPath(),
