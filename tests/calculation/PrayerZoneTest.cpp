@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "support/Dates.h"
+#include "calculation/CalculatorSetup.h"
 #include "support/PublishedTimetable.h"
 #include "tarvo/calculation/CalculationMethod.h"
 #include "tarvo/calculation/MethodOverrides.h"
@@ -102,25 +102,21 @@ TEST(MethodOverridesTest, ContradictionsAndRangesAreRefused) {
 }
 
 TEST(MethodOverridesTest, MinutesOverAMethodKeepItsOtherNumbers) {
-    const auto day = [](PrayerCalculator& c) {
-        return c.getDatePrayerTimesAsDoubles(noonOn(2024, 3, 1), std::nullopt, std::nullopt, 24.8607, 67.0011,
-                                             "Asia/Karachi");
-    };
+    const test::Place karachiCentre{24.8607, 67.0011, "Asia/Karachi"};
     // Karachi (18 degrees, 18 degrees) with Maghrib 5 minutes after sunset and Isha 90 after
     // Maghrib: the custom entry holds Karachi's Fajr and the two minute rules.
-    PrayerCalculator karachi, changed;
-    karachi.setCalcMethod(3);
-    changed.setCalcMethod(3);
+    PrayerCalculator karachi = test::configured({.method = 3});
+    PrayerCalculator changed = test::configured({.method = 3});
     MethodOverrides{std::nullopt, std::nullopt, 5.0, 90.0}.applyTo(changed);
     EXPECT_EQ(changed.calcMethod(), 6);
     EXPECT_EQ(changed.methodParams().at(6), (PrayerCalculator::MethodParams{0, 18, 1, 5, 1, 90}));
-    const auto k = day(karachi), c = day(changed);
+    const auto k = test::dayAt(karachi, noonOn(2024, 3, 1), karachiCentre);
+    const auto c = test::dayAt(changed, noonOn(2024, 3, 1), karachiCentre);
     EXPECT_EQ(c[PrayerCalculator::Fajr], k[PrayerCalculator::Fajr]);
     EXPECT_NEAR((c[PrayerCalculator::Maghrib] - c[PrayerCalculator::Sunset]) * 60, 5, 1e-9);
     EXPECT_NEAR((c[PrayerCalculator::Isha] - c[PrayerCalculator::Maghrib]) * 60, 90, 1e-9);
     // A contradiction changes nothing.
-    PrayerCalculator refused;
-    refused.setCalcMethod(3);
+    PrayerCalculator refused = test::configured({.method = 3});
     MethodOverrides{std::nullopt, 17.0, std::nullopt, 90.0}.applyTo(refused);
     EXPECT_EQ(refused.calcMethod(), 3);
 
