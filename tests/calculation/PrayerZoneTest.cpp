@@ -83,22 +83,21 @@ TEST(PrayerZones, ZoneOfAPositionInMalaysiaOnly) {
 }
 
 TEST(MethodOverridesTest, ContradictionsAndRangesAreRefused) {
-    EXPECT_FALSE(MethodOverrides{}.problem());
-    EXPECT_FALSE((MethodOverrides{19.5, std::nullopt, 0.0, 90.0}.problem()));  // Maghrib at sunset is a choice
-    EXPECT_EQ(MethodOverrides({std::nullopt, 17.0, std::nullopt, 90.0}).problem(),
-              "give Isha either as an angle or as minutes after Maghrib, not both");
-    EXPECT_EQ(MethodOverrides({0.0, std::nullopt, std::nullopt, std::nullopt}).problem(),
-              "Fajr angle 0 is outside (0, 90] degrees");
-    EXPECT_EQ(MethodOverrides({std::nullopt, 90.5, std::nullopt, std::nullopt}).problem(),
-              "Isha angle 90.5 is outside (0, 90] degrees");
-    EXPECT_FALSE((MethodOverrides{90.0, std::nullopt, 1440.0, 1440.0}.problem()));  // the bounds themselves
-    EXPECT_EQ(MethodOverrides({std::nullopt, std::nullopt, -1.0, std::nullopt}).problem(),
-              "Maghrib interval -1 is outside 0 to 1440 minutes");
-    EXPECT_EQ(MethodOverrides({std::nullopt, std::nullopt, 1441.0, std::nullopt}).problem(),
-              "Maghrib interval 1441 is outside 0 to 1440 minutes");
-    EXPECT_EQ(MethodOverrides({std::nullopt, std::nullopt, std::nullopt, 0.0}).problem(),
-              "Isha interval 0 is outside (0, 1440] minutes");
-    EXPECT_TRUE((MethodOverrides{std::nan(""), std::nullopt, std::nullopt, std::nullopt}.problem()));
+    using O = std::optional<double>;
+    // Fajr angle, Isha angle, Maghrib minutes, Isha minutes; "" when they are accepted.
+    const auto problem = [](O fajr, O isha, O maghribMinutes, O ishaMinutes) {
+        return MethodOverrides{fajr, isha, maghribMinutes, ishaMinutes}.problem().value_or("");
+    };
+    EXPECT_EQ(problem({}, {}, {}, {}), "");
+    EXPECT_EQ(problem(19.5, {}, 0.0, 90.0), "");  // Maghrib at sunset is a choice
+    EXPECT_EQ(problem({}, 17.0, {}, 90.0), "give Isha either as an angle or as minutes after Maghrib, not both");
+    EXPECT_EQ(problem(0.0, {}, {}, {}), "Fajr angle 0 is outside (0, 90] degrees");
+    EXPECT_EQ(problem({}, 90.5, {}, {}), "Isha angle 90.5 is outside (0, 90] degrees");
+    EXPECT_EQ(problem(90.0, {}, 1440.0, 1440.0), "");  // the bounds themselves
+    EXPECT_EQ(problem({}, {}, -1.0, {}), "Maghrib interval -1 is outside 0 to 1440 minutes");
+    EXPECT_EQ(problem({}, {}, 1441.0, {}), "Maghrib interval 1441 is outside 0 to 1440 minutes");
+    EXPECT_EQ(problem({}, {}, {}, 0.0), "Isha interval 0 is outside (0, 1440] minutes");
+    EXPECT_NE(problem(std::nan(""), {}, {}, {}), "");
 }
 
 TEST(MethodOverridesTest, MinutesOverAMethodKeepItsOtherNumbers) {
