@@ -6,9 +6,8 @@
 #include <thread>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include <fmt/format.h>
+#include <gtest/gtest.h>
 
 #include "calculation/CalculatorInputs.h"
 #include "calculation/CalculatorSetup.h"
