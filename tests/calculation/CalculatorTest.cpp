@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tarvo/calculation/PrayerCalculator.h"
+#include "calculation/CalculatorSetup.h"
 
 using tarvo::PrayerCalculator;
 using Params = PrayerCalculator::MethodParams;
@@ -116,10 +116,8 @@ TEST(Methods, CalculatorsComputeAlikeOnlyWithEqualSettings) {
 
     // Equal custom parameters in tables of their own still compute alike; a parameter of
     // another sign of zero does not count as equal.
-    PrayerCalculator x;
-    PrayerCalculator y;
-    x.setFajrAngle(16);
-    y.setFajrAngle(16);
+    PrayerCalculator x = tarvo::test::configured({.fajrAngle = 16});
+    PrayerCalculator y = tarvo::test::configured({.fajrAngle = 16});
     EXPECT_TRUE(x.computesLike(y));
     y.setMaghribAngle(-0.0);
     x.setMaghribAngle(0.0);

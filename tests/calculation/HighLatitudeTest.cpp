@@ -3,8 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/Dates.h"
-#include "tarvo/calculation/PrayerCalculator.h"
+#include "calculation/CalculatorSetup.h"
 
 using tarvo::PrayerCalculator;
 
@@ -53,10 +52,9 @@ TEST(HighLatitude, EachRuleCapsTimesThatLieTooFarIntoTheNight) {
 
 TEST(HighLatitude, PolarDayAndNightGiveNotAvailableWithoutCrashing) {
     for (int month : {6, 12}) {
-        PrayerCalculator c;
-        c.setCalcMethod(1);
-        const auto t = c.getDatePrayerTimesAsDoubles(tarvo::test::noonOn(2024, month, 21), std::nullopt,
-                                                     std::nullopt, 78.22, 15.65, std::string("Arctic/Longyearbyen"));
+        PrayerCalculator c = tarvo::test::configured({.method = 1});
+        const auto t =
+            tarvo::test::dayAt(c, tarvo::test::noonOn(2024, month, 21), {78.22, 15.65, "Arctic/Longyearbyen"});
         ASSERT_EQ(t.size(), 10u);
         const auto text = c.adjustTimesFormat(t);
         EXPECT_EQ(text[PrayerCalculator::Sunrise], "N/A") << month;

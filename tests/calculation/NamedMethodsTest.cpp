@@ -8,16 +8,19 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "support/Dates.h"
+#include "calculation/CalculatorSetup.h"
 #include "support/PublishedTimetable.h"
 #include "tarvo/calculation/CalculationMethod.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 
 using tarvo::CalculationMethod;
 using tarvo::PrayerCalculator;
-using tarvo::test::noonOn;
 using tarvo::test::Agreement;
 using tarvo::test::compareWithPublished;
+using tarvo::test::configured;
+using tarvo::test::dayAt;
+using tarvo::test::noonOn;
+using tarvo::test::Place;
 
 TEST(NamedMethods, AgreeWithTheAuthoritiesPublishedTimetables) {
     // Bounds are what was observed, so that a change to a method's numbers shows here.
@@ -62,11 +65,10 @@ TEST(NamedMethods, BaseSevenUnchangedAndUnknownNumbersStillHaveNoEntry) {
     EXPECT_EQ(c.methodParams().count(99), 0u);
     // A stored unknown number still reads all-zero parameters: Fajr for the angle 180 is
     // solar midnight, the same as under method 25 beyond the catalogue.
-    PrayerCalculator unknown, beyond;
-    unknown.setCalcMethod(99);
-    beyond.setCalcMethod(CalculationMethod::highestNumber() + 1);
-    const auto a = unknown.getDatePrayerTimesAsDoubles(noonOn(2024, 6, 1), std::nullopt, std::nullopt, 30, 31, "Africa/Cairo");
-    const auto b = beyond.getDatePrayerTimesAsDoubles(noonOn(2024, 6, 1), std::nullopt, std::nullopt, 30, 31, "Africa/Cairo");
+    PrayerCalculator unknown = configured({.method = 99});
+    PrayerCalculator beyond = configured({.method = CalculationMethod::highestNumber() + 1});
+    const auto a = dayAt(unknown, noonOn(2024, 6, 1), {30, 31, "Africa/Cairo"});
+    const auto b = dayAt(beyond, noonOn(2024, 6, 1), {30, 31, "Africa/Cairo"});
     EXPECT_EQ(a[PrayerCalculator::Fajr], b[PrayerCalculator::Fajr]);
     EXPECT_EQ(PrayerCalculator::getPrayerMethodNameFromNumber(99), "Muslim League");
     EXPECT_EQ(PrayerCalculator::getPrayerMethodNameFromNumber(1), "Muslim League");
@@ -96,17 +98,11 @@ TEST(NamedMethods, NamesAsUsersTypeThem) {
 TEST(NamedMethods, FixedMinutesSeasonalTwilightAndJafariMidnight) {
     // Diyanet against the same angles without its minutes (a custom method 18/17): sunrise
     // 7 minutes earlier, Dhuhr 5 and Asr 4 later, Maghrib 7 after sunset; Fajr and Isha alike.
-    const auto day = [](PrayerCalculator& c) {
-        return c.getDatePrayerTimesAsDoubles(noonOn(2025, 3, 1), std::nullopt, std::nullopt, 41.0082, 28.9784,
-                                             "Europe/Istanbul");
+    const auto day = [](const tarvo::test::Settings& setup) {
+        PrayerCalculator c = configured(setup);
+        return dayAt(c, noonOn(2025, 3, 1), {41.0082, 28.9784, "Europe/Istanbul"});
     };
-    PrayerCalculator diyanet, plain;
-    diyanet.setCalcMethod(8);
-    diyanet.setAsrJuristic(1);
-    plain.setAsrJuristic(1);
-    plain.setFajrAngle(18);
-    plain.setIshaAngle(17);
-    const auto d = day(diyanet), p = day(plain);
+    const auto d = day({.method = 8, .asr = 1}), p = day({.asr = 1, .fajrAngle = 18, .ishaAngle = 17});
     const auto minutes = [&](size_t e) { return std::round((d[e] - p[e]) * 60 * 1000) / 1000; };
     EXPECT_EQ(minutes(PrayerCalculator::Fajr), 0);
     EXPECT_EQ(minutes(PrayerCalculator::Sunrise), -7);
@@ -128,10 +124,8 @@ TEST(NamedMethods, FixedMinutesSeasonalTwilightAndJafariMidnight) {
     near(CalculationMethod::seasonalTwilightMinutes(51.5, 0), 101.826, 98.970);
     near(CalculationMethod::seasonalTwilightMinutes(-51.5, 183), 120.039, 80.749);
     near(CalculationMethod::seasonalTwilightMinutes(51.5, 45.5), (101.826 + 93.203) / 2, (98.970 + 76.920) / 2);
-    PrayerCalculator london;
-    london.setCalcMethod(*CalculationMethod::numberForName("moonsighting"));
-    const auto l = london.getDatePrayerTimesAsDoubles(noonOn(2024, 6, 21), std::nullopt, std::nullopt, 51.5, -0.1167,
-                                                      "Europe/London");
+    PrayerCalculator london = configured({.method = *CalculationMethod::numberForName("moonsighting")});
+    const auto l = dayAt(london, noonOn(2024, 6, 21), {51.5, -0.1167, "Europe/London"});
     EXPECT_NEAR((l[PrayerCalculator::Sunrise] - l[PrayerCalculator::Fajr]) * 60, 120.039, 0.001);
     EXPECT_NEAR((l[PrayerCalculator::Isha] - l[PrayerCalculator::Sunset]) * 60, 80.749, 0.001);
     EXPECT_NEAR((l[PrayerCalculator::Maghrib] - l[PrayerCalculator::Sunset]) * 60, 3, 1e-9);
@@ -147,18 +141,16 @@ TEST(NamedMethods, FixedMinutesSeasonalTwilightAndJafariMidnight) {
 }
 
 TEST(NamedMethods, RoundingAndSafetyMinutesApplyAndSurviveAnAngleOverride) {
-    const auto day = [](PrayerCalculator& c) {
-        return c.getDatePrayerTimesAsDoubles(noonOn(2024, 3, 1), std::nullopt, std::nullopt, 1.2897, 103.8501,
-                                             "Asia/Singapore");
+    const Place singapore{1.2897, 103.8501, "Asia/Singapore"};
+    const auto day = [&](const tarvo::test::Settings& setup) {
+        PrayerCalculator c = configured(setup);
+        return dayAt(c, noonOn(2024, 3, 1), singapore);
     };
     // MUIS rounds every time up to its minute and puts Zohor a minute after the transit: against
     // the same angles without its rules, each time moves forward by less than a minute (Dhuhr
     // by one to two) and lands on a whole minute.
-    PrayerCalculator muis, plain;
-    muis.setCalcMethod(*CalculationMethod::numberForName("muis"));
-    plain.setFajrAngle(20);
-    plain.setIshaAngle(18);
-    const auto m = day(muis), p = day(plain);
+    const auto m = day({.method = *CalculationMethod::numberForName("muis")});
+    const auto p = day({.fajrAngle = 20, .ishaAngle = 18});
     for (size_t e : {PrayerCalculator::Fajr, PrayerCalculator::Sunrise, PrayerCalculator::Dhuhr, PrayerCalculator::Asr,
                      PrayerCalculator::Maghrib, PrayerCalculator::Isha, PrayerCalculator::TomorrowFajr}) {
         const double minutes = m[e] * 60, moved = (m[e] - p[e]) * 60;
@@ -168,22 +160,15 @@ TEST(NamedMethods, RoundingAndSafetyMinutesApplyAndSurviveAnAngleOverride) {
         EXPECT_LT(moved, least + 1) << e;
     }
     // "MUIS, but Fajr at 20 degrees" is MUIS; at 18 degrees Fajr comes later and is still rounded up.
-    PrayerCalculator same, earlier;
-    same.setCalcMethod(11);
-    same.setFajrAngle(20);
-    earlier.setCalcMethod(11);
-    earlier.setFajrAngle(18);
-    EXPECT_EQ(day(same), m);
-    const auto e = day(earlier);
+    EXPECT_EQ(day({.method = 11, .fajrAngle = 20}), m);
+    const auto e = day({.method = 11, .fajrAngle = 18});
     EXPECT_GT(e[PrayerCalculator::Fajr], m[PrayerCalculator::Fajr] + 5 / 60.0);
     EXPECT_NEAR(e[PrayerCalculator::Fajr] * 60, std::round(e[PrayerCalculator::Fajr] * 60), 1e-6);
     EXPECT_EQ(e[PrayerCalculator::Dhuhr], m[PrayerCalculator::Dhuhr]);
     // Choosing a method afresh drops the rules an earlier override kept.
-    PrayerCalculator switched, karachi;
-    switched.setCalcMethod(11);
-    switched.setFajrAngle(19);
+    PrayerCalculator switched = configured({.method = 11, .fajrAngle = 19});
     switched.setCalcMethod(3);
-    karachi.setCalcMethod(3);
-    EXPECT_EQ(day(switched), day(karachi));
-    EXPECT_FALSE(same.computesLike(plain));
+    EXPECT_EQ(dayAt(switched, noonOn(2024, 3, 1), singapore), day({.method = 3}));
+    EXPECT_FALSE(
+        configured({.method = 11, .fajrAngle = 20}).computesLike(configured({.fajrAngle = 20, .ishaAngle = 18})));
 }

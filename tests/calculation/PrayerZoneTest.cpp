@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "support/Dates.h"
+#include "calculation/CalculatorSetup.h"
 #include "support/PublishedTimetable.h"
 #include "tarvo/calculation/CalculationMethod.h"
 #include "tarvo/calculation/MethodOverrides.h"
@@ -83,44 +83,39 @@ TEST(PrayerZones, ZoneOfAPositionInMalaysiaOnly) {
 }
 
 TEST(MethodOverridesTest, ContradictionsAndRangesAreRefused) {
-    EXPECT_FALSE(MethodOverrides{}.problem());
-    EXPECT_FALSE((MethodOverrides{19.5, std::nullopt, 0.0, 90.0}.problem()));  // Maghrib at sunset is a choice
-    EXPECT_EQ(MethodOverrides({std::nullopt, 17.0, std::nullopt, 90.0}).problem(),
-              "give Isha either as an angle or as minutes after Maghrib, not both");
-    EXPECT_EQ(MethodOverrides({0.0, std::nullopt, std::nullopt, std::nullopt}).problem(),
-              "Fajr angle 0 is outside (0, 90] degrees");
-    EXPECT_EQ(MethodOverrides({std::nullopt, 90.5, std::nullopt, std::nullopt}).problem(),
-              "Isha angle 90.5 is outside (0, 90] degrees");
-    EXPECT_FALSE((MethodOverrides{90.0, std::nullopt, 1440.0, 1440.0}.problem()));  // the bounds themselves
-    EXPECT_EQ(MethodOverrides({std::nullopt, std::nullopt, -1.0, std::nullopt}).problem(),
-              "Maghrib interval -1 is outside 0 to 1440 minutes");
-    EXPECT_EQ(MethodOverrides({std::nullopt, std::nullopt, 1441.0, std::nullopt}).problem(),
-              "Maghrib interval 1441 is outside 0 to 1440 minutes");
-    EXPECT_EQ(MethodOverrides({std::nullopt, std::nullopt, std::nullopt, 0.0}).problem(),
-              "Isha interval 0 is outside (0, 1440] minutes");
-    EXPECT_TRUE((MethodOverrides{std::nan(""), std::nullopt, std::nullopt, std::nullopt}.problem()));
+    using O = std::optional<double>;
+    // Fajr angle, Isha angle, Maghrib minutes, Isha minutes; "" when they are accepted.
+    const auto problem = [](O fajr, O isha, O maghribMinutes, O ishaMinutes) {
+        return MethodOverrides{fajr, isha, maghribMinutes, ishaMinutes}.problem().value_or("");
+    };
+    EXPECT_EQ(problem({}, {}, {}, {}), "");
+    EXPECT_EQ(problem(19.5, {}, 0.0, 90.0), "");  // Maghrib at sunset is a choice
+    EXPECT_EQ(problem({}, 17.0, {}, 90.0), "give Isha either as an angle or as minutes after Maghrib, not both");
+    EXPECT_EQ(problem(0.0, {}, {}, {}), "Fajr angle 0 is outside (0, 90] degrees");
+    EXPECT_EQ(problem({}, 90.5, {}, {}), "Isha angle 90.5 is outside (0, 90] degrees");
+    EXPECT_EQ(problem(90.0, {}, 1440.0, 1440.0), "");  // the bounds themselves
+    EXPECT_EQ(problem({}, {}, -1.0, {}), "Maghrib interval -1 is outside 0 to 1440 minutes");
+    EXPECT_EQ(problem({}, {}, 1441.0, {}), "Maghrib interval 1441 is outside 0 to 1440 minutes");
+    EXPECT_EQ(problem({}, {}, {}, 0.0), "Isha interval 0 is outside (0, 1440] minutes");
+    EXPECT_NE(problem(std::nan(""), {}, {}, {}), "");
 }
 
 TEST(MethodOverridesTest, MinutesOverAMethodKeepItsOtherNumbers) {
-    const auto day = [](PrayerCalculator& c) {
-        return c.getDatePrayerTimesAsDoubles(noonOn(2024, 3, 1), std::nullopt, std::nullopt, 24.8607, 67.0011,
-                                             "Asia/Karachi");
-    };
+    const test::Place karachiCentre{24.8607, 67.0011, "Asia/Karachi"};
     // Karachi (18 degrees, 18 degrees) with Maghrib 5 minutes after sunset and Isha 90 after
     // Maghrib: the custom entry holds Karachi's Fajr and the two minute rules.
-    PrayerCalculator karachi, changed;
-    karachi.setCalcMethod(3);
-    changed.setCalcMethod(3);
+    PrayerCalculator karachi = test::configured({.method = 3});
+    PrayerCalculator changed = test::configured({.method = 3});
     MethodOverrides{std::nullopt, std::nullopt, 5.0, 90.0}.applyTo(changed);
     EXPECT_EQ(changed.calcMethod(), 6);
     EXPECT_EQ(changed.methodParams().at(6), (PrayerCalculator::MethodParams{0, 18, 1, 5, 1, 90}));
-    const auto k = day(karachi), c = day(changed);
+    const auto k = test::dayAt(karachi, noonOn(2024, 3, 1), karachiCentre);
+    const auto c = test::dayAt(changed, noonOn(2024, 3, 1), karachiCentre);
     EXPECT_EQ(c[PrayerCalculator::Fajr], k[PrayerCalculator::Fajr]);
     EXPECT_NEAR((c[PrayerCalculator::Maghrib] - c[PrayerCalculator::Sunset]) * 60, 5, 1e-9);
     EXPECT_NEAR((c[PrayerCalculator::Isha] - c[PrayerCalculator::Maghrib]) * 60, 90, 1e-9);
     // A contradiction changes nothing.
-    PrayerCalculator refused;
-    refused.setCalcMethod(3);
+    PrayerCalculator refused = test::configured({.method = 3});
     MethodOverrides{std::nullopt, 17.0, std::nullopt, 90.0}.applyTo(refused);
     EXPECT_EQ(refused.calcMethod(), 3);
 

@@ -1,10 +1,14 @@
-// The prayer record: names in English and Arabic, the Friday rule through the clock,
+// The prayer record: names in English and Arabic, the Friday rule at a moment and through the clock,
 // adjustments across midnight, equality; and the per-prayer alert settings against a fresh
 // shared store: the enable rules, the global switch, the text write of the default sound,
 // the knock-knock rule and the sound files.
-#include "support/FacadeFixture.h"
 #include "platform/storage/PreferenceStore.h"
+#include "support/FacadeFixture.h"
 #include "tarvo/platform/Bundle.h"
+#include "tarvo/platform/Calendar.h"
+#include "tarvo/platform/Clock.h"
+#include "tarvo/platform/TimeZone.h"
+#include "tarvo/prayers/Prayer.h"
 
 using namespace tarvo;
 using tarvo::test::FacadeTest;
@@ -130,13 +134,48 @@ TEST_F(PrayerAlerts, SoundFilesAndTheKnockKnockRule) {
     EXPECT_EQ(Prayer(Prayer::Fajr).pathToAlertFile(nullptr), std::nullopt);
 }
 
+TEST_F(PrayerRecord, FridayIsTheMomentsOwnOnItsCalendar) {
+    // Names read at a given moment: the weekday of that moment on the calendar given decides
+    // Jumua, whatever day the clock shows; the two display settings come with the context.
+    // The clock says Tuesday 2 January 2024; the questions are about other days.
+    Clock::installFixed(Date(1704186000));
+    const Calendar riyadh(*TimeZone::withName("Asia/Riyadh"));
+    const Calendar london(*TimeZone::withName("Europe/London"));
+    const Date fridayNoon(1710495600);    // 2024-03-15 12:40 in Riyadh, a Friday
+    const Date thursdayNoon(1710409200);  // 2024-03-14 12:40 in Riyadh
+    const Date fridayEarly(1710459000);   // Friday 02:30 in Riyadh, Thursday 23:30 in London
+
+    const Prayer dhuhr(Prayer::Dhuhr);
+    const auto friday = Prayer::nameContextAt(fridayNoon, riyadh, false, false);
+    EXPECT_EQ(dhuhr.PrayerNameEnglish(friday), "Jumua");
+    EXPECT_EQ(dhuhr.ShortTwoLetterNameEnglish(friday), "JU");
+    EXPECT_EQ(dhuhr.ShortThreeLetterNameEnglish(friday), "Jum");
+    EXPECT_EQ(dhuhr.ShortName(friday), "J");
+    const auto thursday = Prayer::nameContextAt(thursdayNoon, riyadh, false, false);
+    EXPECT_EQ(dhuhr.PrayerNameEnglish(thursday), "Duhr");
+    EXPECT_EQ(dhuhr.ShortTwoLetterNameEnglish(thursday), "DH");
+    EXPECT_EQ(dhuhr.ShortThreeLetterNameEnglish(thursday), "Dhr");
+
+    EXPECT_TRUE(dhuhr.isJumuaAt(fridayEarly, riyadh));
+    EXPECT_FALSE(dhuhr.isJumuaAt(fridayEarly, london));
+    EXPECT_FALSE(Prayer(Prayer::Asr).isJumuaAt(fridayNoon, riyadh));  // only Dhuhr becomes Jumua
+    EXPECT_FALSE(dhuhr.isJumua());                                    // the calls without a moment: now, a Tuesday
+
+    // The settings travel with the context: Arabic Jumua, Sunrise rather than Doha.
+    const auto arabic = Prayer::nameContextAt(fridayNoon, riyadh, true, true);
+    EXPECT_EQ(dhuhr.PrayerName(arabic), "\u0627\u0644\u062C\u0645\u0639\u0629");
+    EXPECT_EQ(dhuhr.ShortName(arabic), "\u062C");
+    EXPECT_EQ(Prayer(Prayer::Sunrise).PrayerName(arabic), "\u0627\u0644\u0625\u0634\u0631\u0627\u0642");
+    EXPECT_EQ(Prayer(Prayer::TomorrowSunrise).ShortTwoLetterNameEnglish(arabic), "SH");
+    EXPECT_EQ(Prayer(Prayer::Sunrise).PrayerNameEnglish(friday), "Doha");
+}
+
 TEST_F(PrayerRecord, NamesOnFridayAndOtherDays) {
     setPreferences({{"UseSunrise", true}});
     const auto dhuhr = Prayer::CreatePrayerOfType(2);
     Clock::installFixed(at(2024, 3, 15, 9, 0));  // a Friday
     EXPECT_TRUE(dhuhr->isJumua());
     EXPECT_EQ(dhuhr->PrayerNameEnglish(), "Jumua");
-    EXPECT_EQ(dhuhr->ShortTwoLetterNameEnglish(), "JU");
     // The record's own date does not matter: a Thursday's Dhuhr reads as Jumua on a Friday.
     DateComponents scratch;
     dhuhr->setPrayerYear(2024, 3, 14, 12, 10, 0, Calendar(), scratch);
@@ -146,7 +185,6 @@ TEST_F(PrayerRecord, NamesOnFridayAndOtherDays) {
     Clock::installFixed(at(2024, 3, 16, 9, 0));  // Saturday
     EXPECT_FALSE(dhuhr->isJumua());
     EXPECT_EQ(dhuhr->PrayerNameEnglish(), "Duhr");
-    EXPECT_EQ(dhuhr->ShortTwoLetterNameEnglish(), "DH");
 
     // The name tables themselves are not restated; the switch between Sunrise and Doha is.
     EXPECT_EQ(Prayer(1).PrayerNameEnglish(), "Sunrise");
@@ -166,7 +204,6 @@ TEST_F(PrayerRecord, ArabicNamesByCodePoint) {
     Clock::installFixed(at(2024, 3, 15, 9, 0));
     EXPECT_EQ(Prayer(0).PrayerName(), "\xD8\xA7\xD9\x84\xD9\x81\xD8\xAC\xD8\xB1");  // U+0627 0644 0641 062C 0631
     EXPECT_EQ(Prayer(1).PrayerName(), "\xD8\xA7\xD9\x84\xD8\xB6\xD8\xAD\xD9\x89");  // Doha
-    EXPECT_EQ(Prayer(2).PrayerName(), "\xD8\xA7\xD9\x84\xD8\xAC\xD9\x85\xD8\xB9\xD8\xA9");  // Jumua
     EXPECT_EQ(Prayer(4).PrayerName(), Prayer(5).PrayerName());  // Sunset and Maghrib share a name
     EXPECT_EQ(Prayer(4).hash(), Prayer(5).hash());
     EXPECT_EQ(Prayer(7).PrayerNameEnglish(), "Qiyam");
