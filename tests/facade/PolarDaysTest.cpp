@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "support/FacadeFixture.h"
-#include "support/StatelessPrayerCheck.h"
 #include "tarvo/calculation/PrayerCalculator.h"
 #include "tarvo/platform/IslamicCalendar.h"
 #include "tarvo/summary/SmartPrayerInfo.h"
@@ -43,8 +42,7 @@ protected:
     static std::vector<double> engine(const ArcticPlace& p, Date noon) {
         PrayerCalculator c;
         c.setCalcMethod(1);
-        return c.getDatePrayerTimes(noon, std::nullopt, std::nullopt, p.latitude, p.longitude,
-                                             std::string(p.zone));
+        return c.getDatePrayerTimes(noon, std::nullopt, std::nullopt, p.latitude, p.longitude, std::string(p.zone));
     }
     static TarvoDAO::DayList dayOf(const std::shared_ptr<TarvoCity>& city, Date noon) {
         return TarvoDAO::getPrayerTimesForDate(noon, city, Calendar(), IslamicCalendar());
