@@ -51,10 +51,7 @@ protected:
     // the engine's own sunrise: for each span the day before it, its first, middle and last
     // day and the day after it, as noons. `spans` names the spans found.
     static std::vector<Date> polarDates(const ArcticPlace& p, std::string& spans) {
-        const auto text = [](Date d) {
-            const DateComponents c = Calendar().components(d);
-            return fmt::format("{:04}-{:02}-{:02}", c.year, c.month, c.day);
-        };
+        const auto text = [](Date d) { return local(d).substr(0, 10); };
         std::vector<Date> dates;
         Date first;
         bool inSpan = false;

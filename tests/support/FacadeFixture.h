@@ -55,8 +55,10 @@ protected:
 
     /// "2016-01-05 05:38" on the device's clock; "none" for a record without a time.
     static std::string local(const std::shared_ptr<Prayer>& prayer) {
-        if (!prayer || !prayer->PrayerTime()) return "none";
-        const DateComponents c = Calendar().components(*prayer->PrayerTime());
+        return prayer && prayer->PrayerTime() ? local(*prayer->PrayerTime()) : "none";
+    }
+    static std::string local(Date moment) {
+        const DateComponents c = Calendar().components(moment);
         return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}", c.year, c.month, c.day, c.hour, c.minute);
     }
 
