@@ -64,11 +64,12 @@ protected:
     static std::shared_ptr<TarvoCity> fixAt(double lat, double lon) {
         return place("London", lat, lon, "Europe/London");
     }
-    void locate(const std::shared_ptr<TarvoCity>& city, double km) {
-        facade->updateCityWithReverseGeocodedInformation(city, km, user,
-                                                         directory);
+    // Names the city as a fix accurate to `km`, waits for the publish step, and gives the city back.
+    std::shared_ptr<TarvoCity> locate(std::shared_ptr<TarvoCity> city, double km = 1.5) {
+        facade->updateCityWithReverseGeocodedInformation(city, km, user, directory);
         if (shown > hidden) DispatchQueue::main().runUntil([this] { return hidden == shown; }, std::chrono::seconds(10));
         DispatchQueue::main().drain();
+        return city;
     }
     static Geocoder::Places places(std::vector<Geocoder::Place> p) { return p; }
 
@@ -89,8 +90,7 @@ protected:
 
 TEST_F(Location, LocalLookUpsInTheirOrder) {
     // Exactly a directory city: named at once, cached, no network, no announcement.
-    auto city = fixAt(-33.86785, 151.20732);
-    locate(city, 1.5);
+    auto city = locate(fixAt(-33.86785, 151.20732));
     EXPECT_EQ(city->cityName(), "Sydney");
     EXPECT_EQ(city->TimeZone(), "Asia/Riyadh");  // a city following its zone takes the device's
     EXPECT_TRUE(city->IsReverseGeocoded());
@@ -109,7 +109,7 @@ TEST_F(Location, LocalLookUpsInTheirOrder) {
     north->setIsLoadingFromDB(true);
     north->setGMT(3);
     north->setIsLoadingFromDB(false);
-    locate(north, 1.5);
+    locate(north);
     EXPECT_EQ(north->cityName(), "Testville");
     EXPECT_EQ(north->TimeZone(), "Europe/London");  // a fixed offset keeps its zone
     EXPECT_EQ(web->requests, 1);
@@ -117,15 +117,13 @@ TEST_F(Location, LocalLookUpsInTheirOrder) {
     ASSERT_EQ(announced.size(), 1u);
     EXPECT_EQ(announced[0], north);  // the city itself, not the copy
 
-    auto again = fixAt(-33.84785, 151.20732);  // the same fix: the cache answers
-    locate(again, 1.5);
+    auto again = locate(fixAt(-33.84785, 151.20732));  // the same fix: the cache answers
     EXPECT_EQ(again->cityName(), "Testville");
     EXPECT_EQ(facade->lastLocationSource(), TarvoDAO::LocationSource::cache);
     EXPECT_EQ(web->requests, 1);
 
     TarvoCity::DeleteAllReverseGeocodeCache(*user);
-    auto wide = fixAt(-33.84785, 151.20732);
-    locate(wide, 5);
+    auto wide = locate(fixAt(-33.84785, 151.20732), 5);
     EXPECT_EQ(wide->cityName(), "Sydney");
     EXPECT_EQ(web->requests, 1);
     EXPECT_EQ(shown.load(), 1);
@@ -135,8 +133,7 @@ TEST_F(Location, LocalLookUpsInTheirOrder) {
 TEST_F(Location, NetworkAnswersAndFallbacks) {
     // An empty locality: the administrative area names the city.
     web->set(places({{"", "Region Only", "Farland", ""}}));
-    auto city = fixAt(40.0, -30.0);
-    locate(city, 1.5);
+    auto city = locate(fixAt(40.0, -30.0));
     EXPECT_EQ(city->cityName(), "Region Only");
     EXPECT_EQ(city->countryName(), "Farland");
 
@@ -144,8 +141,7 @@ TEST_F(Location, NetworkAnswersAndFallbacks) {
     web->set(Error{"HTTP 500"});
     fallback->set(places({{"First", "", "A", ""}, {"Second", "", "B", ""}}));
     announced.clear();
-    auto other = fixAt(41.0, -31.0);
-    locate(other, 1.5);
+    auto other = locate(fixAt(41.0, -31.0));
     EXPECT_EQ(fallback->requests, 1);
     EXPECT_EQ(other->cityName(), "Second");
     EXPECT_EQ(announced.size(), 2u);
@@ -153,15 +149,14 @@ TEST_F(Location, NetworkAnswersAndFallbacks) {
 
     // Nothing anywhere: the city keeps its names, the indicator is hidden again.
     fallback->set(places({}));
-    auto nowhere = fixAt(42.0, -32.0);
-    locate(nowhere, 1.5);
+    auto nowhere = locate(fixAt(42.0, -32.0));
     EXPECT_EQ(nowhere->cityName(), "London");
     EXPECT_FALSE(nowhere->IsReverseGeocoded());
     EXPECT_EQ(shown.load(), hidden.load());
 
     // No fix (0, 0) and nothing local: nothing at all happens.
     const int before = web->requests;
-    locate(fixAt(0.0, 0.0), 1.5);
+    locate(fixAt(0.0, 0.0));
     EXPECT_EQ(web->requests, before);
 
     // A cached place whose name is blank is passed over for the network.
@@ -170,8 +165,7 @@ TEST_F(Location, NetworkAnswersAndFallbacks) {
     blank->setCityName("   ");
     TarvoCity::saveCityInReverseGeocodeCache(*user, blank);
     web->set(places({{"Named", "", "C", ""}}));
-    auto there = fixAt(43.0, -33.0);
-    locate(there, 1.5);
+    auto there = locate(fixAt(43.0, -33.0));
     EXPECT_EQ(there->cityName(), "Named");
 }
 
@@ -180,9 +174,7 @@ TEST_F(Location, ConcurrentFixesAllPublished) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 3; ++i) {
         threads.emplace_back([this, i] {
-            facade->updateCityWithReverseGeocodedInformation(
-                fixAt(10.0 + i, 10.0), 1.5, user,
-                directory);
+            facade->updateCityWithReverseGeocodedInformation(fixAt(10.0 + i, 10.0), 1.5, user, directory);
         });
     }
     for (auto& t : threads) t.join();

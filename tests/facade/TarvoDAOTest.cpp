@@ -13,11 +13,7 @@
 #include "platform/host/NotificationCenter.h"
 
 using namespace tarvo;
-using tarvo::test::FacadeTest;
-
-namespace {
-class Facade : public FacadeTest {};
-}  // namespace
+using Facade = tarvo::test::FacadeTest;
 
 TEST_F(Facade, ReloadBroadcastsOnlyWhenAsked) {
     int posts = 0;

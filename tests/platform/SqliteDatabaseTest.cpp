@@ -8,8 +8,7 @@
 namespace tarvo {
 namespace {
 
-using test::readBytes;
-using test::TempFolder;
+using namespace test;
 
 TEST(SqliteDatabase, ForeignAndReadOnlyFilesAreRefusedAndLeftUntouched) {
     TempFolder folder;

@@ -4,11 +4,11 @@
 // several threads at once.
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include <gtest/gtest.h>
 
+#include "support/DataFolder.h"
 #include "platform/time/PosixTimeZoneRule.h"
 #include "platform/time/ZoneRules.h"
 #include "tarvo/platform/Calendar.h"
@@ -84,22 +84,17 @@ TEST(TimeZone, NamesStayInsideTheDatabaseAndFilesMustBeZoneFiles) {
     for (const char* name : {"../../etc/passwd", "/etc/localtime", "Europe/../../../etc/hostname", "", "Europe/"}) {
         EXPECT_FALSE(TimeZone::withName(name)) << name;
     }
-    std::string london;
-    {
-        std::ifstream in("/usr/share/zoneinfo/Europe/London", std::ios::binary);
-        london.assign(std::istreambuf_iterator<char>(in), {});
-    }
+    const std::string london = test::readBytes("/usr/share/zoneinfo/Europe/London");
     ASSERT_TRUE(ZoneRules::fromTzif(london));
     for (size_t cut : {size_t{0}, size_t{10}, size_t{44}, london.size() / 2}) {
         EXPECT_FALSE(ZoneRules::fromTzif(std::string_view(london).substr(0, cut))) << cut;
     }
 
     // TZDIR names another database.
-    const std::filesystem::path dir = std::filesystem::path(testing::TempDir()) / "tarvo-tzdir";
+    const test::TempFolder dir;
     std::filesystem::create_directories(dir / "Test");
-    std::filesystem::copy_file("/usr/share/zoneinfo/Asia/Tokyo", dir / "Test" / "Nine",
-                               std::filesystem::copy_options::overwrite_existing);
-    ::setenv("TZDIR", dir.c_str(), 1);
+    std::filesystem::copy_file("/usr/share/zoneinfo/Asia/Tokyo", dir / "Test/Nine");
+    ::setenv("TZDIR", dir.path().c_str(), 1);
     const auto nine = TimeZone::withName("Test/Nine");
     ::unsetenv("TZDIR");
     ASSERT_TRUE(nine);

@@ -19,9 +19,7 @@ namespace tarvo {
 namespace {
 
 using json = nlohmann::json;
-using test::readBytes;
-using test::ScopedDataFolder;
-using test::TempFolder;
+using namespace test;
 
 constexpr int64_t kMax = std::numeric_limits<int64_t>::max();
 constexpr int64_t kMin = std::numeric_limits<int64_t>::min();

@@ -28,20 +28,19 @@ public:
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    /// The lines that begin with `prefix` (all of them by default), in order.
-    std::vector<std::string> lines(std::string_view prefix = {}, bool errorsOnly = false) const {
+    /// The error lines, in order.
+    std::vector<std::string> errors() const {
         std::lock_guard lock(mutex_);
         std::vector<std::string> out;
         for (const auto& [level, text] : lines_) {
-            if (text.starts_with(prefix) && (!errorsOnly || level == Log::Level::error)) out.push_back(text);
+            if (level == Log::Level::error) out.push_back(text);
         }
         return out;
     }
-    std::vector<std::string> errors() const { return lines({}, true); }
-    /// How many lines read exactly `text`.
+    /// How many lines, whatever their level, read exactly `text`.
     size_t count(std::string_view text) const {
-        const auto all = lines(text);
-        return static_cast<size_t>(std::count(all.begin(), all.end(), text));
+        std::lock_guard lock(mutex_);
+        return static_cast<size_t>(std::ranges::count(lines_, text, &std::pair<Log::Level, std::string>::second));
     }
     /// Whether some error line contains `text`.
     bool hasError(std::string_view text) const {
