@@ -86,8 +86,8 @@ set(TARVO_SOURCES_cities
   src/cities/RequestChecks.cpp
   src/cities/TarvoCity.cpp
   src/cities/TarvoCityArchive.cpp
-  src/cities/TarvoCityDirectory.cpp
-  src/cities/TarvoCityStore.cpp
+  src/cities/UserDatabasePlaces.cpp
+  src/cities/UserDatabaseSavedCities.cpp
   src/cities/UserDatabase.cpp
   src/cities/WebGeocoder.cpp
 )

@@ -36,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return 0;
     }
     auto database = std::move(*opened);
-    tarvo::SqliteDatabase& db = database->impl().database;
+    tarvo::SqliteDatabase& db = internals(*database).database;
     // At the current layout or a later one: recorded so, or unrecorded (0 or below) with the
     // tables there, which is left as it is.
     const int64_t recorded = database->schemaVersion();

@@ -161,6 +161,8 @@ int tooMuchWork(void* context) {
 CityDirectory::CityDirectory() : impl_(std::make_unique<Impl>()) {}
 CityDirectory::~CityDirectory() = default;
 
+CityDirectory::Impl& internals(const CityDirectory& directory) { return *directory.impl_; }
+
 const std::filesystem::path& CityDirectory::path() const { return impl_->database.path(); }
 
 Result<std::shared_ptr<CityDirectory>> CityDirectory::open(const std::filesystem::path& path) {

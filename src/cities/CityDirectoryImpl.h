@@ -42,4 +42,7 @@ struct CityDirectory::Impl {
     void prepareStatements();
 };
 
+/// The connection and statements of `directory`, for the library's own code and its tests.
+CityDirectory::Impl& internals(const CityDirectory& directory);
+
 }  // namespace tarvo

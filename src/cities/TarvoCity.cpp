@@ -7,6 +7,8 @@
 #include "platform/host/LogMacros.h"
 #include "platform/text/Text.h"
 #include "tarvo/calculation/CalculationMethod.h"
+#include "tarvo/cities/CityDirectory.h"
+#include "tarvo/cities/UserDatabase.h"
 #include "tarvo/platform/TimeZone.h"
 #include "tarvo/platform/UserDefaults.h"
 
@@ -313,6 +315,87 @@ std::string TarvoCity::getLatLongString() const {
 std::string TarvoCity::description() const {
     if (countryName_ && !countryName_->empty()) return fmt::format("{}, {}", describe(cityName_), *countryName_);
     return describe(cityName_);
+}
+
+// ---- Saved cities, cache and last used city: answered by the user database -------------
+
+std::shared_ptr<TarvoCity> TarvoCity::initWithCurrentSelectionUsingDB(UserDatabase& database) {
+    return database.currentSelection();
+}
+
+int64_t TarvoCity::getLastSessionID(UserDatabase& database) { return database.lastInsertedKey(); }
+
+std::shared_ptr<TarvoCity> TarvoCity::saveNewCity(const std::shared_ptr<TarvoCity>& city, UserDatabase& database) {
+    return database.insertCity(city);
+}
+
+std::shared_ptr<TarvoCity> TarvoCity::DeleteCity(UserDatabase& database, int64_t primaryKey) {
+    return database.removeCity(primaryKey);
+}
+
+std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetSavedCities(UserDatabase& database) {
+    return database.listSavedCities();
+}
+
+void TarvoCity::finalizeStatements(UserDatabase& database) { database.finalizeStatements(); }
+
+void TarvoCity::resetStatementCache(UserDatabase& database) { database.resetStatementCache(); }
+
+std::shared_ptr<TarvoCity> TarvoCity::initWithPrimaryKey(int64_t primaryKey, UserDatabase& database) {
+    return database.cityWithKey(primaryKey);
+}
+
+void TarvoCity::dbSync(UserDatabase& database) { database.syncCity(*this); }
+
+std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double longitude, UserDatabase* database,
+                                                    double thresholdKm, bool checkCache) {
+    return database && checkCache ? database->cachedCityNear(latitude, longitude, thresholdKm) : nullptr;
+}
+
+void TarvoCity::saveCityInReverseGeocodeCache(UserDatabase& database, const std::shared_ptr<TarvoCity>& city) {
+    database.cacheCity(city);
+}
+
+void TarvoCity::RemoveFromReverseGeocodeCache(UserDatabase& database, const std::shared_ptr<TarvoCity>& city) {
+    database.uncacheCity(city);
+}
+
+void TarvoCity::DeleteAllReverseGeocodeCache(UserDatabase& database) { database.clearCache(); }
+
+void TarvoCity::SaveLastUsedCity(UserDatabase& database, const std::shared_ptr<TarvoCity>& city) {
+    database.saveLastUsed(city);
+}
+
+std::shared_ptr<TarvoCity> TarvoCity::GetLastUsedCity(UserDatabase& database) { return database.lastUsed(); }
+
+void TarvoCity::RemoveLastUsedCity(UserDatabase& database) { database.clearLastUsed(); }
+
+// The upgrades run on the user database; the directory is not needed by any of them.
+void TarvoCity::updateSchemav3_1(UserDatabase& database, CityDirectory*) { database.upgradeLayout(1); }
+void TarvoCity::updateSchemav3_2(UserDatabase& database, CityDirectory*) { database.upgradeLayout(2); }
+void TarvoCity::updateSchemav3_3(UserDatabase& database, CityDirectory*) { database.upgradeLayout(3); }
+void TarvoCity::updateSchemav3_4(UserDatabase& database, CityDirectory*) { database.upgradeLayout(4); }
+void TarvoCity::updateSchemav3_5(UserDatabase& database, CityDirectory*) { database.upgradeLayout(5); }
+
+// ---- City directory: answered by the directory -----------------------------------------
+
+std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetAllCities(CityDirectory& directory, int64_t countryID,
+                                                                const std::string& countryName) {
+    return directory.citiesOfCountry(countryID, countryName);
+}
+
+std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetCities(CityDirectory& directory,
+                                                             const std::optional<std::string>& search) {
+    return directory.citiesContaining(search);
+}
+
+std::vector<std::shared_ptr<TarvoCity>> TarvoCity::SearchCities(CityDirectory& directory, std::string_view text) {
+    return directory.rankedSearch(text);
+}
+
+std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double longitude, CityDirectory* directory,
+                                                    double thresholdKm, bool checkCache) {
+    return directory && !checkCache ? directory->nearestCity(latitude, longitude, thresholdKm) : nullptr;
 }
 
 }  // namespace tarvo

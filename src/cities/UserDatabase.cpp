@@ -35,6 +35,8 @@ UserDatabase::UserDatabase() : impl_(std::make_unique<Impl>()) {}
 
 UserDatabase::~UserDatabase() = default;
 
+UserDatabase::Impl& internals(const UserDatabase& database) { return *database.impl_; }
+
 const std::filesystem::path& UserDatabase::path() const { return impl_->database.path(); }
 
 Result<std::shared_ptr<UserDatabase>> UserDatabase::open(const std::filesystem::path& path) {
@@ -199,7 +201,7 @@ Result<std::vector<std::shared_ptr<TarvoCity>>> UserDatabase::savedCities() {
     }
     const int64_t rows = count.columnInt64(0);
     count.finalize();
-    auto cities = TarvoCity::GetSavedCities(*this);
+    auto cities = listSavedCities();
     snapshot.commit();
     if (static_cast<int64_t>(cities.size()) != rows) {
         return fail(fmt::format("read {} of the {} saved cities", cities.size(), rows));
@@ -212,7 +214,7 @@ Result<std::shared_ptr<TarvoCity>> UserDatabase::addCity(const std::shared_ptr<T
     std::shared_ptr<TarvoCity> saved;
     const auto done = inTransaction("save the city", [&]() -> Result<void> {
         const int64_t before = sqlite3_total_changes64(impl_->database.handle());
-        saved = TarvoCity::saveNewCity(city, *this);
+        saved = insertCity(city);
         // The store takes the key from the connection's last insert even when this one
         // failed: only a change of the row count shows that the row is there.
         if (!saved || sqlite3_total_changes64(impl_->database.handle()) == before || saved->primaryKey() <= 0) {
@@ -273,7 +275,7 @@ Result<void> UserDatabase::selectCity(int64_t primaryKey) {
 Result<void> UserDatabase::deleteCity(int64_t primaryKey) {
     return inTransaction(fmt::format("delete city {}", primaryKey), [&]() -> Result<void> {
         const int64_t before = sqlite3_total_changes64(impl_->database.handle());
-        TarvoCity::DeleteCity(*this, primaryKey);
+        removeCity(primaryKey);
         if (sqlite3_total_changes64(impl_->database.handle()) == before) {
             return fail(fmt::format("cannot delete city {}", primaryKey));
         }

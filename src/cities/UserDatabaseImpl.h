@@ -14,4 +14,7 @@ struct UserDatabase::Impl {
     CityStatements statements;
 };
 
+/// The connection and statements of `database`, for the library's own code and its tests.
+UserDatabase::Impl& internals(const UserDatabase& database);
+
 }  // namespace tarvo

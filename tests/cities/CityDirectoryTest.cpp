@@ -67,7 +67,7 @@ protected:
 };
 
 TEST_F(CityDirectoryTest, BuilderWritesTheTablesFromADump) {
-    SqliteDatabase& db = directory_->impl().database;
+    SqliteDatabase& db = internals(*directory_).database;
     EXPECT_EQ(test::queryText(db, "SELECT count(*) FROM cities"), "9") << "the non-populated place is left out";
     EXPECT_EQ(test::queryText(db, "SELECT group_concat(id || ' ' || code || ' ' || name, '; ') FROM countries"),
               "36 AU Australia; 76 BR Brazil; 148 TD Chad; 356 IN India; 566 NG Nigeria; 578 NO Norway; "
@@ -142,7 +142,7 @@ TEST_F(CityDirectoryTest, SearchMatchesNamesAndCountriesSafely) {
     test::LogCapture log;
     auto unprepared = openSmall(small_);
     ASSERT_TRUE(unprepared);
-    unprepared->impl().listing.finalize();  // a search that ran would log its failure
+    internals(*unprepared).listing.finalize();  // a search that ran would log its failure
     EXPECT_TRUE(TarvoCity::GetCities(*unprepared, "  \u00a0\t").empty());
     EXPECT_TRUE(TarvoCity::GetCities(*unprepared, std::nullopt).empty());
     EXPECT_TRUE(log.errors().empty());
@@ -157,7 +157,7 @@ TEST_F(CityDirectoryTest, SearchMatchesNamesAndCountriesSafely) {
     EXPECT_EQ(TarvoCity::GetCities(db, "%").size(), 9u);
     EXPECT_EQ(names(TarvoCity::GetCities(db, "l_ndon")), Names{"London"});
     EXPECT_TRUE(log.errors().empty()) << log.errors().front();
-    EXPECT_EQ(test::queryText(db.impl().database, "SELECT count(*) FROM cities"), "9");
+    EXPECT_EQ(test::queryText(internals(db).database, "SELECT count(*) FROM cities"), "9");
 }
 
 TEST(CityDirectorySearch, RanksEqualThenBeginningThenContainingNamesBiggestFirst) {
@@ -246,7 +246,7 @@ TEST_F(CityDirectoryTest, DirectoryLookUpsAnswerTheCityOperationsOnAnIntactFile)
 TEST_F(CityDirectoryTest, ReverseGeocodeCacheAndLastUsedRows) {
     auto user = test::valueOrFailure(UserDatabase::open(folder_ / "user.sqlite"));
     ASSERT_TRUE(user);
-    SqliteDatabase& db = user->impl().database;
+    SqliteDatabase& db = internals(*user).database;
     UserDatabase& store = *user;
     test::LogCapture log;
 
@@ -313,8 +313,8 @@ TEST_F(CityDirectoryTest, ConcurrentLookupsAndCacheWrites) {
     }
     for (auto& thread : threads) thread.join();
     EXPECT_EQ(wrong, 0);
-    EXPECT_EQ(test::queryText(user->impl().database, "SELECT count(*) || ' ' || (SELECT count(*) FROM lastused) FROM "
-                                                "cachedcities"),
+    EXPECT_EQ(test::queryText(internals(*user).database,
+                              "SELECT count(*) || ' ' || (SELECT count(*) FROM lastused) FROM cachedcities"),
               "100 1");
 }
 
@@ -332,8 +332,8 @@ TEST_F(CityDirectoryTest, DirectoryIsOnlyReadEvenInWriteAheadLogMode) {
         ASSERT_TRUE(directory);
         EXPECT_EQ(names(TarvoCity::GetCities(*directory, "LON")), Names{"London"});
         // No statement on the directory runs for ever: past its bound it is stopped.
-        EXPECT_EQ(directory->impl().database.exec(
-                      "WITH RECURSIVE r(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM r) SELECT count(*) FROM r"),
+        SqliteDatabase& db = internals(*directory).database;
+        EXPECT_EQ(db.exec("WITH RECURSIVE r(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM r) SELECT count(*) FROM r"),
                   SQLITE_INTERRUPT);
     }
     EXPECT_EQ(test::readBytes(file), before);
@@ -353,7 +353,7 @@ TEST(ShippedDirectory, NearestInTheBoxIsTheFullScansPlaceAndEveryPlaceIsFoundAtI
     ASSERT_TRUE(located) << located.error().message;
     auto shipped = test::valueOrFailure(CityDirectory::open(*located));
     ASSERT_TRUE(shipped);
-    SqliteDatabase& db = shipped->impl().database;
+    SqliteDatabase& db = internals(*shipped).database;
     EXPECT_EQ(test::queryText(db, "SELECT count(*) || ' ' || (SELECT name || ', ' || country FROM cities LIMIT 1) || ' "
                                   "' || (SELECT code || ' ' || name FROM countries WHERE id = 682) || ' ' || (SELECT "
                                   "gmt FROM cities356 LIMIT 1) FROM cities"),

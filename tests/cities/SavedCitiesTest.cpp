@@ -41,7 +41,7 @@ protected:
         return *user_;
     }
     /// Its connection, for SQL of the test's own.
-    SqliteDatabase& db() { return user().impl().database; }
+    SqliteDatabase& db() { return internals(user()).database; }
 
     /// The user database file at the layout before any upgrade, with three rows.
     static void createOldDatabase() {

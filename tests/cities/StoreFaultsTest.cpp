@@ -93,7 +93,9 @@ public:
     // Each city was saved and selected in one step: never two selected.
     void checkAfterKill() {
         ASSERT_TRUE(user_);
-        EXPECT_EQ(test::queryText(user_->impl().database, "SELECT count(*) FROM savedcities WHERE current_city = 1"), "1");
+        EXPECT_EQ(
+            test::queryText(internals(*user_).database, "SELECT count(*) FROM savedcities WHERE current_city = 1"),
+            "1");
     }
 
     // The store's own insert logs what was lost and why; the host operations say so too.
@@ -111,13 +113,13 @@ public:
     }
     // A locked table is a failure, never an empty list or a deletion that did not happen.
     void attemptWritesWhileLocked(const test::LogCapture& log) {
-        user_->impl().database.setBusyTimeout(300);
+        internals(*user_).database.setBusyTimeout(300);
         EXPECT_FALSE(user_->selectCity(1));
         EXPECT_FALSE(user_->savedCities());
         EXPECT_FALSE(user_->deleteCity(1));
         EXPECT_FALSE(user_->addCity(city("Madinah")));
         TarvoCity::saveNewCity(city("Madinah"), *user_);
-        EXPECT_EQ(user_->impl().database.errorMessage(), "database is locked");
+        EXPECT_EQ(internals(*user_).database.errorMessage(), "database is locked");
         EXPECT_TRUE(log.hasError("cannot select city 1: database is locked"));
     }
 

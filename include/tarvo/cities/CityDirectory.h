@@ -124,7 +124,8 @@ public:
     std::optional<std::string> damage(bool always = false);
 
     struct Impl;  ///< the connection, its statements and its lock (src/cities/CityDirectoryImpl.h)
-    Impl& impl() const { return *impl_; }
+    /// The library's own way in: internals(directory) (src/cities/CityDirectoryImpl.h).
+    friend Impl& internals(const CityDirectory& directory);
 
 private:
     CityDirectory();

@@ -235,6 +235,11 @@ public:
     static void updateSchemav3_5(UserDatabase& database, CityDirectory* staticDatabase);
 
 private:
+    // The user database reads and writes rows through the setters, fills the missing texts
+    // before a write and marks a city read by its key clean.
+    friend class UserDatabase;
+    void markClean() { dirty_ = false; }
+
     // Stores `value` in `field`. Outside loading, a change is logged, marks the record dirty,
     // is mirrored under `mirrorKey` (when given) and stamps LastModDate (when `stamp`).
     // Answers whether the value changed.

@@ -19,11 +19,15 @@ class TarvoCity;
 /// city, in one SQLite file in the data folder.
 ///
 /// Opening creates the file and the base `savedcities` table when they are missing, then
-/// brings the layout up to date by running TarvoCity's five schema upgrades in order, each
-/// exactly once; the layout reached is recorded in `PRAGMA user_version` (a file that never
-/// recorded one has its layout recognised from its tables). A file that is not an SQLite
+/// brings the layout up to date by running its five layout upgrades (the steps of
+/// TarvoCity::updateSchemav3_1 to _5) in order, each exactly once; the layout reached is
+/// recorded in `PRAGMA user_version` (a file that never recorded one has its layout
+/// recognised from its tables). A file that is not an SQLite
 /// database, another program's SQLite database (tables of its own and no `savedcities`), a
 /// symbolic link or a read-only file is refused with a clear error and left exactly as it was.
+///
+/// The database owns its connection and every statement on it, with the lock that
+/// serialises their use: TarvoCity's saved-city, cache and last-used calls are answered here.
 ///
 /// The saved-cities operations leave the other rows' selection marks as they were after a
 /// city is saved; addCity() and selectCity() are the host's way to keep exactly one city
@@ -48,10 +52,10 @@ public:
     UserDatabase(const UserDatabase&) = delete;
     UserDatabase& operator=(const UserDatabase&) = delete;
 
-    /// The connection and its statements (src/cities/UserDatabaseImpl.h), for the library's
-    /// own use.
+    /// The connection and its statements (src/cities/UserDatabaseImpl.h).
     struct Impl;
-    Impl& impl() const { return *impl_; }
+    /// The library's own way in: internals(database) (src/cities/UserDatabaseImpl.h).
+    friend Impl& internals(const UserDatabase& database);
     const std::filesystem::path& path() const;
     /// The layout recorded in the file.
     int64_t schemaVersion() const;
@@ -77,6 +81,30 @@ public:
     std::vector<std::shared_ptr<TarvoCity>> cachedCities();
 
 private:
+    // TarvoCity's saved-city, cache and last-used calls are answered by the statements below
+    // (TarvoCity.h tells what each answers).
+    friend class TarvoCity;
+
+    std::shared_ptr<TarvoCity> currentSelection();
+    int64_t lastInsertedKey();
+    std::shared_ptr<TarvoCity> insertCity(const std::shared_ptr<TarvoCity>& city);
+    std::shared_ptr<TarvoCity> removeCity(int64_t primaryKey);
+    std::vector<std::shared_ptr<TarvoCity>> listSavedCities();
+    std::shared_ptr<TarvoCity> cityWithKey(int64_t primaryKey);
+    void syncCity(TarvoCity& city);
+    void finalizeStatements();
+    void resetStatementCache();
+    /// Runs the steps of the upgrade that leads to `layout` (1 to kSchemaVersion), each
+    /// attempted and logged; a failing step never stops the upgrade.
+    void upgradeLayout(int64_t layout);
+    std::shared_ptr<TarvoCity> cachedCityNear(double latitude, double longitude, double thresholdKm);
+    void cacheCity(const std::shared_ptr<TarvoCity>& city);
+    void uncacheCity(const std::shared_ptr<TarvoCity>& city);
+    void clearCache();
+    void saveLastUsed(const std::shared_ptr<TarvoCity>& city);
+    std::shared_ptr<TarvoCity> lastUsed();
+    void clearLastUsed();
+
     UserDatabase();
     Result<void> upgrade();
     /// The layout of a file that never recorded one, recognised from its tables and columns.

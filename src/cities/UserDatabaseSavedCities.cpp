@@ -1,4 +1,4 @@
-// TarvoCity's database operations: the saved-cities table and the schema upgrades.
+// The user database's saved-cities statements and the steps of its layout upgrades.
 #include <array>
 #include <span>
 
@@ -199,23 +199,23 @@ void runSchemaSteps(SqliteDatabase& database, std::span<const SchemaStep> steps)
 
 }  // namespace
 
-std::shared_ptr<TarvoCity> TarvoCity::initWithCurrentSelectionUsingDB(UserDatabase& user) {
-    SqliteDatabase& database = user.impl().database;
-    CityStatements& statements = user.impl().statements;
+std::shared_ptr<TarvoCity> UserDatabase::currentSelection() {
+    SqliteDatabase& database = impl_->database;
+    CityStatements& statements = impl_->statements;
     auto city = Slot::run(SlotId::currentSelection, statements, database, kCurrentSelectionSql, "[DB] [DB] Init With Current Selection",
                           "[DB] Error: failed to init with current selection statement with message '{}'.",
                           [](Slot& slot) {
                               const int result = slot.step();
                               if (result == SQLITE_ROW) return savedCityFromRow(slot.statement(), kSelectionRow);
                               TARVO_LOG_INFO("[DB]   Could not load default city, res: {}", result);
-                              return InitWithDefaults();
+                              return TarvoCity::InitWithDefaults();
                           });
-    return city ? std::move(city).value() : InitWithDefaults();
+    return city ? std::move(city).value() : TarvoCity::InitWithDefaults();
 }
 
-int64_t TarvoCity::getLastSessionID(UserDatabase& user) {
-    SqliteDatabase& database = user.impl().database;
-    CityStatements& statements = user.impl().statements;
+int64_t UserDatabase::lastInsertedKey() {
+    SqliteDatabase& database = impl_->database;
+    CityStatements& statements = impl_->statements;
     return Slot::run(SlotId::lastRowId, statements, database, kLastRowIdSql, "[DB] [DB] Get Last Session",
                      "[DB] ERROR message '{}'.",
                      [](Slot& slot) -> int64_t {
@@ -224,50 +224,51 @@ int64_t TarvoCity::getLastSessionID(UserDatabase& user) {
         .valueOr(-1);
 }
 
-std::shared_ptr<TarvoCity> TarvoCity::saveNewCity(const std::shared_ptr<TarvoCity>& city, UserDatabase& user) {
-    SqliteDatabase& database = user.impl().database;
-    CityStatements& statements = user.impl().statements;
+std::shared_ptr<TarvoCity> UserDatabase::insertCity(const std::shared_ptr<TarvoCity>& city) {
+    SqliteDatabase& database = impl_->database;
+    CityStatements& statements = impl_->statements;
     if (!city) {
         TARVO_LOG_ERROR("[DB] Error: no city to save.");
         return nullptr;
     }
     std::lock_guard lock(statements.lock);
-    const auto inserted = Slot::run(SlotId::insertCity, statements, database, kInsertSql, "[DB] [DB] Save New City",
-        "[DB] Error: failed to save new city statement with message '{}'.", [&city](Slot& slot) {
-            city->fillMissingTexts(NameOrder::countryFirst);
-            SqliteStatement& insert = slot.statement();
-            // Every new city goes in as the current city.
-            insert.bindInt64(1, 1);
-            insert.bindText(2, *city->countryName());
-            insert.bindText(3, *city->cityName());
-            insert.bindDouble(4, city->latitude());
-            insert.bindDouble(5, city->longitude());
-            insert.bindDouble(6, city->GMT());
-            insert.bindInt64(7, city->DSTPreference());
-            insert.bindInt64(8, city->prayerMethod());
-            insert.bindInt64(9, city->asrMethod());
-            insert.bindInt64(10, city->adjustHighLatitude());
-            insert.bindText(11, *city->TimeZone());
-            insert.bindText(12, *city->stateName());
-            return slot.step();
-        });
-    if (!inserted) return InitWithDefaults();
+    const auto inserted =
+        Slot::run(SlotId::insertCity, statements, database, kInsertSql, "[DB] [DB] Save New City",
+                  "[DB] Error: failed to save new city statement with message '{}'.", [&city](Slot& slot) {
+                      city->fillMissingTexts(TarvoCity::NameOrder::countryFirst);
+                      SqliteStatement& insert = slot.statement();
+                      // Every new city goes in as the current city.
+                      insert.bindInt64(1, 1);
+                      insert.bindText(2, *city->countryName());
+                      insert.bindText(3, *city->cityName());
+                      insert.bindDouble(4, city->latitude());
+                      insert.bindDouble(5, city->longitude());
+                      insert.bindDouble(6, city->GMT());
+                      insert.bindInt64(7, city->DSTPreference());
+                      insert.bindInt64(8, city->prayerMethod());
+                      insert.bindInt64(9, city->asrMethod());
+                      insert.bindInt64(10, city->adjustHighLatitude());
+                      insert.bindText(11, *city->TimeZone());
+                      insert.bindText(12, *city->stateName());
+                      return slot.step();
+                  });
+    if (!inserted) return TarvoCity::InitWithDefaults();
     if (sqlitePrimaryCode(*inserted) == SQLITE_ERROR) return city;
 
-    city->setPrimaryKey(getLastSessionID(user));
+    city->setPrimaryKey(lastInsertedKey());
     // Re-marks the selection on every saved city. dbSync writes nothing for them (every city
     // counts as automatic), so the other rows keep their current_city marks: the host keeps
     // the selection unique itself.
-    for (const auto& saved : GetSavedCities(user)) {
+    for (const auto& saved : listSavedCities()) {
         saved->setIsSelectedCity(saved->primaryKey() == city->primaryKey());
-        saved->dbSync(user);
+        syncCity(*saved);
     }
     return city;
 }
 
-std::shared_ptr<TarvoCity> TarvoCity::DeleteCity(UserDatabase& user, int64_t primaryKey) {
-    SqliteDatabase& database = user.impl().database;
-    CityStatements& statements = user.impl().statements;
+std::shared_ptr<TarvoCity> UserDatabase::removeCity(int64_t primaryKey) {
+    SqliteDatabase& database = impl_->database;
+    CityStatements& statements = impl_->statements;
     // Whether or not the row went, the host falls back to this city when the deleted one
     // was the selection.
     (void)Slot::run(SlotId::deleteCity, statements, database, kDeleteSql, "[DB] [DB] Delete City",
@@ -275,12 +276,12 @@ std::shared_ptr<TarvoCity> TarvoCity::DeleteCity(UserDatabase& user, int64_t pri
                         slot.statement().bindInt64(1, primaryKey);
                         slot.step();
                     });
-    return InitWithDefaults();
+    return TarvoCity::InitWithDefaults();
 }
 
-std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetSavedCities(UserDatabase& user) {
-    SqliteDatabase& database = user.impl().database;
-    CityStatements& statements = user.impl().statements;
+std::vector<std::shared_ptr<TarvoCity>> UserDatabase::listSavedCities() {
+    SqliteDatabase& database = impl_->database;
+    CityStatements& statements = impl_->statements;
     using Cities = std::vector<std::shared_ptr<TarvoCity>>;
     return Slot::run(SlotId::allSavedCities, statements, database, kAllSavedSql, "[DB] Get Saved Cities",
                      "[DB] Error: failed to get saved cities with message '{}'.",
@@ -294,78 +295,77 @@ std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetSavedCities(UserDatabase& 
         .valueOr(Cities{});
 }
 
-void TarvoCity::finalizeStatements(UserDatabase& user) {
-    CityStatements& statements = user.impl().statements;
+void UserDatabase::finalizeStatements() {
+    CityStatements& statements = impl_->statements;
     std::lock_guard lock(statements.lock);
     statements.finalizeForClosing();
 }
 
-void TarvoCity::resetStatementCache(UserDatabase& user) {
-    CityStatements& statements = user.impl().statements;
+void UserDatabase::resetStatementCache() {
+    CityStatements& statements = impl_->statements;
     std::lock_guard lock(statements.lock);
     statements.emptyAll();
 }
 
-std::shared_ptr<TarvoCity> TarvoCity::initWithPrimaryKey(int64_t primaryKey, UserDatabase& user) {
-    SqliteDatabase& database = user.impl().database;
-    CityStatements& statements = user.impl().statements;
+std::shared_ptr<TarvoCity> UserDatabase::cityWithKey(int64_t primaryKey) {
+    SqliteDatabase& database = impl_->database;
+    CityStatements& statements = impl_->statements;
     auto city = Slot::run(SlotId::cityByKey, statements, database, kByKeySql, "[DB] [DB] Init With prim ID",
-        "[DB] Error: failed to init with prim key statement with message '{}'.",
-        [primaryKey](Slot& slot) -> std::shared_ptr<TarvoCity> {
-            auto found = std::make_shared<TarvoCity>();
-            found->dirty_ = false;
-            found->setPrimaryKey(primaryKey);
-            slot.statement().bindInt64(1, primaryKey);
-            if (slot.step() != SQLITE_ROW) return nullptr;
-            // This reader goes through the tracked setters: it logs DIRTY lines and mirrors the
-            // calculation preferences like an edit would, and clears the dirty mark at the end.
-            // Unlike the other readers, a bad method reads as the first valid one.
-            fillFromRow(*found, slot.statement(), kByKeyRow);
-            found->dirty_ = false;
-            return found;
-        });
-    return city && *city ? *city : InitWithDefaults();
+                          "[DB] Error: failed to init with prim key statement with message '{}'.",
+                          [primaryKey](Slot& slot) -> std::shared_ptr<TarvoCity> {
+                              auto found = std::make_shared<TarvoCity>();
+                              found->setPrimaryKey(primaryKey);
+                              slot.statement().bindInt64(1, primaryKey);
+                              if (slot.step() != SQLITE_ROW) return nullptr;
+                              // This reader goes through the tracked setters: it logs DIRTY lines and mirrors the
+                              // calculation preferences like an edit would, and clears the dirty mark at the end.
+                              // Unlike the other readers, a bad method reads as the first valid one.
+                              fillFromRow(*found, slot.statement(), kByKeyRow);
+                              found->markClean();
+                              return found;
+                          });
+    return city && *city ? *city : TarvoCity::InitWithDefaults();
 }
 
-void TarvoCity::dbSync(UserDatabase& user) {
-    SqliteDatabase& database = user.impl().database;
-    CityStatements& statements = user.impl().statements;
+void UserDatabase::syncCity(TarvoCity& city) {
+    SqliteDatabase& database = impl_->database;
+    CityStatements& statements = impl_->statements;
     // Reverse-geocoded automatic cities live elsewhere, never in this table.
-    if (IsReverseGeocoded_ && IsAutomaticGPSLocation_) return;
+    if (city.IsReverseGeocoded() && city.IsAutomaticGPSLocation()) return;
     std::lock_guard lock(statements.lock);
     TARVO_LOG_DEBUG("[DB] [DB] DB Sync");
     // Every city counts as automatic, so this write never happens in practice: saved rows
     // are only changed by inserting and deleting. The update stays defined for a city that
     // is not automatic.
-    if (!dirty_ || IsAutomaticGPSLocation_) return;
+    if (!city.isDirty() || city.IsAutomaticGPSLocation()) return;
     (void)Slot::run(SlotId::updateCity, statements, database, kUpdateSql, "",
-                    "[DB] Error: failed to db sync statement with message '{}'.", [this](Slot& slot) {
-                        fillMissingTexts(NameOrder::countryFirst);
-                        setPrayerMethod(clampedMethod(prayerMethod_, 0));
-                        setAsrMethod(clampedAsr(asrMethod_, 0));
+                    "[DB] Error: failed to db sync statement with message '{}'.", [&city](Slot& slot) {
+                        city.fillMissingTexts(TarvoCity::NameOrder::countryFirst);
+                        city.setPrayerMethod(clampedMethod(city.prayerMethod(), 0));
+                        city.setAsrMethod(clampedAsr(city.asrMethod(), 0));
                         SqliteStatement& update = slot.statement();
-                        update.bindInt64(1, isSelectedCity_ ? 1 : 0);
-                        update.bindText(2, *countryName_);
-                        update.bindText(3, *cityName_);
-                        update.bindDouble(4, latitude_);
-                        update.bindDouble(5, longitude_);
-                        update.bindDouble(6, GMT_);
-                        update.bindInt64(7, DSTPreference_);
-                        update.bindInt64(8, prayerMethod_);
-                        update.bindInt64(9, asrMethod_);
-                        update.bindInt64(10, adjustHighLatitude_);
-                        update.bindDouble(11, customFajrAngle_);
-                        update.bindDouble(12, customIshaAngle_);
-                        update.bindText(13, *TimeZone_);
-                        update.bindText(14, *stateName_);
-                        update.bindDouble(15, LastModDate_ ? LastModDate_->timeIntervalSince1970() : 0.0);
-                        update.bindDouble(16, LastSyncDate_ ? LastSyncDate_->timeIntervalSince1970() : 0.0);
-                        update.bindInt64(17, polarResolution_);
-                        bindOptional(update, 18, maghribMinutes_);
-                        bindOptional(update, 19, ishaMinutes_);
-                        bindOptional(update, 20, fajrAngleOverride_);
-                        bindOptional(update, 21, ishaAngleOverride_);
-                        update.bindInt64(22, primaryKey_);
+                        update.bindInt64(1, city.isSelectedCity() ? 1 : 0);
+                        update.bindText(2, *city.countryName());
+                        update.bindText(3, *city.cityName());
+                        update.bindDouble(4, city.latitude());
+                        update.bindDouble(5, city.longitude());
+                        update.bindDouble(6, city.GMT());
+                        update.bindInt64(7, city.DSTPreference());
+                        update.bindInt64(8, city.prayerMethod());
+                        update.bindInt64(9, city.asrMethod());
+                        update.bindInt64(10, city.adjustHighLatitude());
+                        update.bindDouble(11, city.customFajrAngle());
+                        update.bindDouble(12, city.customIshaAngle());
+                        update.bindText(13, *city.TimeZone());
+                        update.bindText(14, *city.stateName());
+                        update.bindDouble(15, city.LastModDate() ? city.LastModDate()->timeIntervalSince1970() : 0.0);
+                        update.bindDouble(16, city.LastSyncDate() ? city.LastSyncDate()->timeIntervalSince1970() : 0.0);
+                        update.bindInt64(17, city.polarResolution());
+                        bindOptional(update, 18, city.maghribMinutes());
+                        bindOptional(update, 19, city.ishaMinutes());
+                        bindOptional(update, 20, city.fajrAngleOverride());
+                        bindOptional(update, 21, city.ishaAngleOverride());
+                        update.bindInt64(22, city.primaryKey());
                         slot.step();
                     });
 }
@@ -381,29 +381,9 @@ void upgradeSavedCityLayout(SqliteDatabase& database, int64_t layout) {
     }
 }
 
-void TarvoCity::updateSchemav3_1(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
-    std::lock_guard lock(database.impl().statements.lock);
-    upgradeSavedCityLayout(database.impl().database, 1);
-}
-
-void TarvoCity::updateSchemav3_2(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
-    std::lock_guard lock(database.impl().statements.lock);
-    upgradeSavedCityLayout(database.impl().database, 2);
-}
-
-void TarvoCity::updateSchemav3_3(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
-    std::lock_guard lock(database.impl().statements.lock);
-    upgradeSavedCityLayout(database.impl().database, 3);
-}
-
-void TarvoCity::updateSchemav3_4(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
-    std::lock_guard lock(database.impl().statements.lock);
-    upgradeSavedCityLayout(database.impl().database, 4);
-}
-
-void TarvoCity::updateSchemav3_5(UserDatabase& database, CityDirectory* /*staticDatabase*/) {
-    std::lock_guard lock(database.impl().statements.lock);
-    upgradeSavedCityLayout(database.impl().database, 5);
+void UserDatabase::upgradeLayout(int64_t layout) {
+    std::lock_guard lock(impl_->statements.lock);
+    upgradeSavedCityLayout(impl_->database, layout);
 }
 
 }  // namespace tarvo

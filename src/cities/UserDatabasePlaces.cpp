@@ -1,5 +1,4 @@
-// TarvoCity's directory operations, answered by CityDirectory, and the reverse-geocode
-// cache and last used city of the user database.
+// The user database's reverse-geocode cache and last used city.
 #include <mutex>
 
 #include <fmt/format.h>
@@ -9,15 +8,14 @@
 #include "cities/CityStatementSlot.h"
 #include "cities/DirectoryGeometry.h"
 #include "cities/NearestPlace.h"
-#include "platform/host/LogMacros.h"
-#include "platform/text/SearchText.h"
-#include "platform/storage/SqliteTransaction.h"
-#include "platform/text/Text.h"
-#include "tarvo/cities/CityDirectory.h"
-#include "tarvo/cities/TarvoCity.h"
 #include "cities/UserDatabaseImpl.h"
+#include "platform/host/LogMacros.h"
 #include "platform/storage/SqliteDatabase.h"
 #include "platform/storage/SqliteStatement.h"
+#include "platform/storage/SqliteTransaction.h"
+#include "platform/text/SearchText.h"
+#include "platform/text/Text.h"
+#include "tarvo/cities/TarvoCity.h"
 
 namespace tarvo {
 
@@ -38,39 +36,17 @@ constexpr const char* kLastUsedClearSql = "DELETE FROM lastused";
 
 }  // namespace
 
-std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetAllCities(CityDirectory& directory, int64_t countryID,
-                                                                const std::string& countryName) {
-    return directory.citiesOfCountry(countryID, countryName);
-}
-
-std::vector<std::shared_ptr<TarvoCity>> TarvoCity::GetCities(CityDirectory& directory,
-                                                             const std::optional<std::string>& search) {
-    return directory.citiesContaining(search);
-}
-
-std::vector<std::shared_ptr<TarvoCity>> TarvoCity::SearchCities(CityDirectory& directory, std::string_view text) {
-    return directory.rankedSearch(text);
-}
-
-std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double longitude, CityDirectory* directory,
-                                                    double thresholdKm, bool checkCache) {
-    if (!directory || checkCache) return nullptr;
-    return directory->nearestCity(latitude, longitude, thresholdKm);
-}
-
-std::shared_ptr<TarvoCity> TarvoCity::GetCityForLat(double latitude, double longitude, UserDatabase* user,
-                                                    double thresholdKm, bool checkCache) {
-    if (!user || !checkCache) return nullptr;
-    SqliteDatabase* database = &user->impl().database;
-    std::lock_guard lock(user->impl().statements.lock);
-    // The cache's statement is prepared for each look-up, on the connection passed in.
-    NearestPlace cache(*database, "cachedcities", false, "Error: failed to get time zone statement with message '{}'.");
+std::shared_ptr<TarvoCity> UserDatabase::cachedCityNear(double latitude, double longitude, double thresholdKm) {
+    std::lock_guard lock(impl_->statements.lock);
+    // The cache's statement is prepared for each look-up.
+    NearestPlace cache(impl_->database, "cachedcities", false,
+                       "Error: failed to get time zone statement with message '{}'.");
     return cache.find(latitude, longitude, thresholdKm);
 }
 
-void TarvoCity::saveCityInReverseGeocodeCache(UserDatabase& user, const std::shared_ptr<TarvoCity>& city) {
-    SqliteDatabase& database = user.impl().database;
-    CityStatements& statements = user.impl().statements;
+void UserDatabase::cacheCity(const std::shared_ptr<TarvoCity>& city) {
+    SqliteDatabase& database = impl_->database;
+    CityStatements& statements = impl_->statements;
     if (!city) return;
     constexpr const char* kFailureLine = "[DB] Error: failed to insert cached city '{}'.";
     const char* function = __func__;
@@ -122,9 +98,9 @@ void TarvoCity::saveCityInReverseGeocodeCache(UserDatabase& user, const std::sha
                     insert);
 }
 
-void TarvoCity::RemoveFromReverseGeocodeCache(UserDatabase& user, const std::shared_ptr<TarvoCity>& city) {
-    SqliteDatabase& database = user.impl().database;
-    CityStatements& statements = user.impl().statements;
+void UserDatabase::uncacheCity(const std::shared_ptr<TarvoCity>& city) {
+    SqliteDatabase& database = impl_->database;
+    CityStatements& statements = impl_->statements;
     if (!city) return;
     // The insert's opening line: the two operations share it by design, and log readers
     // match on it.
@@ -137,9 +113,9 @@ void TarvoCity::RemoveFromReverseGeocodeCache(UserDatabase& user, const std::sha
                     });
 }
 
-void TarvoCity::DeleteAllReverseGeocodeCache(UserDatabase& user) {
-    SqliteDatabase& database = user.impl().database;
-    CityStatements& statements = user.impl().statements;
+void UserDatabase::clearCache() {
+    SqliteDatabase& database = impl_->database;
+    CityStatements& statements = impl_->statements;
     (void)Slot::run(SlotId::deleteAllCachedCities, statements, database, kCacheDeleteAllSql, "[DB] [DB] Save New Cached City",
                     "[DB] Error: failed to delete all cached cities statement with message '{}'.", [&](Slot& slot) {
                         if (slot.step() != SQLITE_DONE)
@@ -147,18 +123,18 @@ void TarvoCity::DeleteAllReverseGeocodeCache(UserDatabase& user) {
                     });
 }
 
-void TarvoCity::SaveLastUsedCity(UserDatabase& user, const std::shared_ptr<TarvoCity>& city) {
-    SqliteDatabase& database = user.impl().database;
-    CityStatements& statements = user.impl().statements;
+void UserDatabase::saveLastUsed(const std::shared_ptr<TarvoCity>& city) {
+    SqliteDatabase& database = impl_->database;
+    CityStatements& statements = impl_->statements;
     if (!city) return;
     // The lock is taken before the removal (it is re-entrant), so that two threads saving at
     // once cannot both empty the table and both insert: it keeps one row, and a reader never
     // finds it empty in between.
     std::lock_guard lock(statements.lock);
-    RemoveLastUsedCity(user);
+    clearLastUsed();
     (void)Slot::run(SlotId::insertLastUsed, statements, database, kLastUsedInsertSql, "[DB] [DB] Save Last Used City",
                     "[DB] Error: failed SaveLastUsedCity with message '{}'.", [&](Slot& slot) {
-                        city->fillMissingTexts(NameOrder::cityFirst);
+                        city->fillMissingTexts(TarvoCity::NameOrder::cityFirst);
                         SqliteStatement& insert = slot.statement();
                         insert.bindText(1, *city->cityName());
                         insert.bindText(2, *city->countryName());
@@ -171,9 +147,9 @@ void TarvoCity::SaveLastUsedCity(UserDatabase& user, const std::shared_ptr<Tarvo
                     });
 }
 
-std::shared_ptr<TarvoCity> TarvoCity::GetLastUsedCity(UserDatabase& user) {
-    SqliteDatabase& database = user.impl().database;
-    CityStatements& statements = user.impl().statements;
+std::shared_ptr<TarvoCity> UserDatabase::lastUsed() {
+    SqliteDatabase& database = impl_->database;
+    CityStatements& statements = impl_->statements;
     return Slot::run(SlotId::readLastUsed, statements, database, kLastUsedReadSql, "",
                      "[DB] Error: failed GetLastUsedCity with message '{}'.",
                      [](Slot& slot) -> std::shared_ptr<TarvoCity> {
@@ -185,9 +161,9 @@ std::shared_ptr<TarvoCity> TarvoCity::GetLastUsedCity(UserDatabase& user) {
         .valueOr(nullptr);
 }
 
-void TarvoCity::RemoveLastUsedCity(UserDatabase& user) {
-    SqliteDatabase& database = user.impl().database;
-    CityStatements& statements = user.impl().statements;
+void UserDatabase::clearLastUsed() {
+    SqliteDatabase& database = impl_->database;
+    CityStatements& statements = impl_->statements;
     (void)Slot::run(SlotId::clearLastUsed, statements, database, kLastUsedClearSql, "[DB] RemoveLastUsedCity",
                     "[DB] Error: failed RemoveLastUsedCity with message '{}'.", [](Slot& slot) { slot.step(); });
 }
