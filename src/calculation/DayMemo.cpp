@@ -68,7 +68,10 @@ DayTimes dayFor(const MethodParameters& method, const Place& place, uint64_t inp
         std::array<uint8_t, kSlots / 2> recent{};  // the way of each pair used last
         std::unique_ptr<std::optional<Slot>[]> slots = std::make_unique<std::optional<Slot>[]>(kSlots);
     };
-    thread_local Memo memo;
+    // The thread's memo is looked up once: each use of a thread-local name in a shared
+    // library is a call into the loader.
+    thread_local Memo threadMemo;
+    Memo& memo = threadMemo;
     // The official timetables are the one input outside the arguments: a day computed before
     // a host replaced their rows is not reused.
     const uint64_t timetables = FixedTimetable::replacements();

@@ -20,6 +20,7 @@
 #include "tarvo/platform/IslamicCalendar.h"
 #include "tarvo/prayers/Prayer.h"
 #include "tarvo/prayers/PrayerAdjustments.h"
+#include "prayers/MinutesAdded.h"
 #include "prayers/WallClockDay.h"
 
 namespace tarvo {
@@ -34,13 +35,18 @@ constexpr int64_t kDohaDelayMinutes = 10;
 // allocation for the day instead of one per record); each record's pointer shares the block,
 // so a record kept after its list is gone keeps its day's block alive.
 TarvoDAO::DayList recordsOfDay() {
-    const auto block = std::make_shared<std::array<Prayer, kDaySize>>();
+    auto block = std::make_shared<std::array<Prayer, kDaySize>>();
     TarvoDAO::DayList day;
     day.reserve(kDaySize);
     for (size_t i = 0; i < kDaySize; ++i) {
         Prayer& record = (*block)[i];
         record.initWithPrayerType(static_cast<int64_t>(i));
-        day.emplace_back(block, &record);
+        // The last record takes the block's own reference over.
+        if (i + 1 < kDaySize) {
+            day.emplace_back(block, &record);
+        } else {
+            day.emplace_back(std::move(block), &record);
+        }
     }
     return day;
 }
@@ -182,14 +188,15 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
         // The sun does not reach the angle, rise or set: the record has no time at all.
         // Written as hour 0, it would be a midnight that never was the prayer's.
         if (!std::isfinite(times[i])) continue;
+        // The moment is worked on apart from the record and stored once.
         const WallClockDay& stamp = onNextDay[i] ? nextOnWallClock : todayOnWallClock;
-        prayer.setPrayerTime(stamp.at(clock[i].hour, clock[i].minute));
-        prayer.addArbitraryMinutesToPrayerTime(adjustment, wallClock, scratch);
+        Date moment = minutesAdded(stamp.at(clock[i].hour, clock[i].minute), adjustment, wallClock, scratch);
         const double offset = i >= Prayer::TomorrowFajr ? tomorrowOffset : todayOffset;
-        prayer.setPrayerTime(prayer.PrayerTime()->addingTimeInterval(-offset));
+        moment = moment.addingTimeInterval(-offset);
         if ((type == Prayer::Sunrise || type == Prayer::TomorrowSunrise) && !useSunrise) {
-            prayer.addArbitraryMinutesToPrayerTime(kDohaDelayMinutes, gregorianCalendar, scratch);
+            moment = minutesAdded(moment, kDohaDelayMinutes, gregorianCalendar, scratch);
         }
+        prayer.setPrayerTime(moment);
     }
     return day;
 }
