@@ -7,6 +7,9 @@
 // place, and a set of configurations the workload does not reach: every method, Asr school
 // and high-latitude rule, custom angles, overrides of the offset and of daylight saving,
 // Dhuhr minutes, unknown and missing zones, and the Dubai and Kuala Lumpur timetable paths.
+// Then the facade's day lists for the same places, consecutive and scattered, under settings
+// that move the records (adjustments, Sunrise or Doha, the Fajr and Isha options) and in a
+// device calendar with summer time: each record's type, moment, adjustment and flag.
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -14,7 +17,12 @@
 
 #include "Workload.h"
 #include "tarvo/calculation/PrayerCalculator.h"
+#include "tarvo/cities/TarvoCity.h"
+#include "tarvo/configuration/PrayerConfiguration.h"
+#include "tarvo/facade/TarvoDAO.h"
 #include "tarvo/platform/Calendar.h"
+#include "tarvo/platform/IslamicCalendar.h"
+#include "tarvo/prayers/Prayer.h"
 
 namespace {
 
@@ -31,6 +39,17 @@ struct Writer {
         std::fwrite(extra, sizeof(double), std::size(extra), out);
         ++records;
     }
+    void list(const tarvo::TarvoDAO::DayList& day) {
+        for (const auto& prayer : day) {
+            const double fields[] = {static_cast<double>(prayer->Type()),
+                                     prayer->PrayerTime() ? prayer->PrayerTime()->timeIntervalSince1970() : -1e300,
+                                     static_cast<double>(prayer->AdjustmentMinutes()),
+                                     prayer->isFixedTimings() ? 1.0 : 0.0};
+            std::fwrite(fields, sizeof(double), std::size(fields), out);
+        }
+        ++lists;
+    }
+    size_t lists = 0;
 };
 
 tarvo::Date noonUtc(int64_t year, int64_t month, int64_t day) {
@@ -150,7 +169,67 @@ int main(int argc, char** argv) {
         }
     }
 
+    // The facade's lists: each setting over the first places' year, in both orders, on the UTC
+    // and the London device calendar; then the sites above on the summer-time dates.
+    const std::vector<std::vector<std::pair<std::string, int64_t>>> settings = {
+        {},
+        {{"UsePrayerAdjustments", 1}, {"FajrAdj", -7}, {"SunriseAdj", 3}, {"DhuhrAdj", 1}, {"AsrAdj", -2},
+         {"MaghribAdj", 4}, {"IshaAdj", 30}, {"QiyamAdj", -45}, {"UseSunrise", 1}},
+        {{"15HourBeforeSunrise", 1}, {"15HourAfterMaghrib", 1}},
+        {{"20HourAfterMaghrib", 1}, {"UsePrayerAdjustments", 1}, {"MaghribAdj", -3}, {"SunriseAdj", -20}},
+        {{"20HourAfterMaghribAuto", 1}},
+    };
+    const tarvo::IslamicCalendar islamic;
+    const tarvo::Calendar deviceCalendars[] = {tarvo::Calendar(tarvo::TimeZone::gmt()),
+                                               tarvo::Calendar(*tarvo::TimeZone::withName("Europe/London"))};
+    const auto text = [](const char* s) { return s ? std::optional<std::string>(s) : std::nullopt; };
+    const auto cityAt = [](const std::optional<std::string>& name, const std::optional<std::string>& country,
+                           double lat, double lng, const std::optional<std::string>& zone, int64_t method) {
+        auto city = std::make_shared<tarvo::TarvoCity>();
+        city->setIsLoadingFromDB(true);
+        city->setCityName(name);
+        city->setCountryName(country);
+        city->setLatitude(lat);
+        city->setLongitude(lng);
+        city->setTimeZone(zone);
+        city->setGMT(tarvo::TarvoCity::kGMTFromTimeZone);
+        city->setPrayerMethod(method);
+        city->setAsrMethod(1);
+        city->setIsLoadingFromDB(false);
+        return city;
+    };
+    const size_t listPlaces = std::min<size_t>(freshPlaces, 20);
+    for (const auto& values : settings) {
+        const auto config = tarvo::PrayerConfiguration::withValues(values);
+        for (const auto& calendar : deviceCalendars) {
+            std::vector<std::shared_ptr<tarvo::TarvoCity>> cities;
+            for (size_t p = 0; p < listPlaces; ++p) {
+                const auto& place = workload.places[p];
+                cities.push_back(cityAt(place.city, std::string("Nowhere"), place.latitude, place.longitude,
+                                        place.timeZone, 1));
+            }
+            for (const auto& city : cities) {
+                for (const auto& day : workload.days) {
+                    w.list(tarvo::TarvoDAO::dayTimetable(day.noon, city, calendar, islamic, config));
+                }
+            }
+            for (const auto& day : workload.days) {
+                for (const auto& city : cities) {
+                    w.list(tarvo::TarvoDAO::dayTimetable(day.noon, city, calendar, islamic, config));
+                }
+            }
+            for (const Site& s : sites) {
+                for (const int64_t method : {0, 2, 4, 7}) {
+                    const auto city = cityAt(text(s.city), text(s.country), s.lat, s.lng, text(s.zone), method);
+                    for (const auto& date : dates) {
+                        w.list(tarvo::TarvoDAO::dayTimetable(date, city, calendar, islamic, config));
+                    }
+                }
+            }
+        }
+    }
+
     std::fclose(out);
-    std::fprintf(stderr, "%zu day records written to %s\n", w.records, argv[1]);
+    std::fprintf(stderr, "%zu day records and %zu day lists written to %s\n", w.records, w.lists, argv[1]);
     return 0;
 }

@@ -104,6 +104,7 @@ set(TARVO_SOURCES_facade
   src/prayers/PrayerAlerts.cpp
   src/prayers/PrayerCalendarBuilder.cpp
   src/prayers/PrayerMonth.cpp
+  src/prayers/WallClockDay.cpp
   src/summary/SmartPrayerInfo.cpp
   src/summary/SwiftClass.cpp
 )

@@ -98,6 +98,8 @@ DayFrame DayFrame::of(const Calendar& calendar, Date date, double longitude) {
     frame.tomorrow = calendar.dateByAddingDays(1, today);  // today = components(date)
     const DateComponents tomorrow = calendar.components(frame.tomorrow);
     frame.TomorrowJDate = solar::julianDate(tomorrow.year, tomorrow.month, tomorrow.day) - longitude / 360.0;
+    frame.todayDate = {today.year, today.month, today.day};
+    frame.tomorrowDate = {tomorrow.year, tomorrow.month, tomorrow.day};
     return frame;
 }
 
@@ -170,6 +172,9 @@ DayTimes DayEngine::times(Stage stage) const {
     adjustTimes(times, stage);
     applyAuthorityRules(times);
     DayTimes day;
+    day.nextDay = frame_.tomorrow;
+    day.calendarDate = frame_.todayDate;
+    day.nextCalendarDate = frame_.tomorrowDate;
     if (const TimetableCity city = timetableCityOf(place_.cityName, place_.latitude, place_.longitude);
         city != TimetableCity::None) {
         day.usingFixedTimings = applyFixedTimetable(times, city);
@@ -177,7 +182,8 @@ DayTimes DayEngine::times(Stage stage) const {
     if (stage == Stage::WholeDay) {
         // Tomorrow's Fajr is written on tomorrow's clock; on the night the clocks change, the
         // night's length is measured on today's, so that Qiyam falls at the real two thirds.
-        const double clockChange = timeZoneOffset(frame_.tomorrow) - timeZoneOffset(frame_.today);
+        day.clockOffsets = {timeZoneOffset(frame_.today), timeZoneOffset(frame_.tomorrow)};
+        const double clockChange = day.clockOffsets[1] - day.clockOffsets[0];
         computeQiyamTime(times, clockChange);
     }
     std::copy_n(times.begin(), EntryCount, day.times.begin());

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
@@ -59,18 +60,30 @@ struct Place {
 /// The ten times of a day, in entry order (Fajr, sunrise, Dhuhr, Asr, sunset, Maghrib,
 /// Isha, Qiyam, tomorrow's Fajr and sunrise): local clock hours, not wrapped; NaN where
 /// the sun gives no moment. With `usingFixedTimings` the place keeps an official timetable.
+/// `clockOffsets` are the hours the day's clock and the next day's run ahead of GMT (the
+/// clocks today's and tomorrow's entries are written on), as the whole day's computation
+/// worked them out; NaN for a morning alone. `nextDay` and the two calendar dates are the
+/// day's frame: the moment a calendar day later and the year, month and day of both.
 struct DayTimes {
     std::array<double, 10> times{};
     bool usingFixedTimings = false;
+    std::array<double, 2> clockOffsets{std::numeric_limits<double>::quiet_NaN(),
+                                       std::numeric_limits<double>::quiet_NaN()};
+    Date nextDay;
+    std::array<int64_t, 3> calendarDate{};
+    std::array<int64_t, 3> nextCalendarDate{};
 };
 
 /// The day's dates: the moment asked about and the same moment a calendar day later, and
-/// the Julian dates of both calendar days shifted by minus longitude/360.
+/// the Julian dates of both calendar days shifted by minus longitude/360; the year, month
+/// and day of both when the frame was made by of().
 struct DayFrame {
     Date today;
     Date tomorrow;
     double JDate = 0;
     double TomorrowJDate = 0;
+    std::array<int64_t, 3> todayDate{};
+    std::array<int64_t, 3> tomorrowDate{};
 
     /// The frame of `date`: its calendar date on `calendar` (the device's, not the place's).
     static DayFrame of(const Calendar& calendar, Date date, double longitude);

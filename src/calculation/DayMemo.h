@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+
 #include "calculation/DayEngine.h"
 
 namespace tarvo {
@@ -17,6 +19,10 @@ namespace tarvo {
 class DayMemo {
 public:
     static DayTimes day(const MethodParameters& method, const Place& place, Date date, const Calendar& calendar);
+    /// The day of `date` and the next calendar day (its nextDay), as a day's list asks them:
+    /// the inputs are hashed once for both.
+    static std::array<DayTimes, 2> dayAndNext(const MethodParameters& method, const Place& place, Date date,
+                                              const Calendar& calendar);
 };
 
 }  // namespace tarvo

@@ -46,7 +46,7 @@ CalculatorInputs::CalculatorInputs(const PrayerCalculator& c)
             c.overrideDST_},
       engine(method, place, c.globalGregCal_,
              DayFrame{c.GregDate_.value_or(Date()), c.TomorrowGregDate_.value_or(Date()), c.JDate_,
-                      c.TomorrowJDate_}) {}
+                      c.TomorrowJDate_, {}, {}}) {}
 
 CalculatorInputs::CalculatorInputs(const PrayerCalculator& c, const std::optional<std::string>& cityName,
                                    const std::optional<std::string>& countryName, double latitude,

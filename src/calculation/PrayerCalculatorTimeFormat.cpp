@@ -14,6 +14,7 @@
 
 #include <fmt/format.h>
 
+#include "calculation/ClockReading.h"
 #include "platform/text/Text.h"
 
 namespace tarvo {
@@ -64,15 +65,15 @@ HourMinute roundedToMinute(double hours) {
 
 }  // namespace
 
-int64_t PrayerCalculator::floatToHour(double hours) {
-    if (std::isnan(hours) || std::isinf(hours)) return 0;
-    return roundedToMinute(hours).hour;
+ClockReading ClockReading::of(double hours) {
+    if (std::isnan(hours) || std::isinf(hours)) return {};
+    const auto [hour, minute] = roundedToMinute(hours);
+    return {hour, minute};
 }
 
-int64_t PrayerCalculator::floatToMin(double hours) {
-    if (std::isnan(hours) || std::isinf(hours)) return 0;
-    return roundedToMinute(hours).minute;
-}
+int64_t PrayerCalculator::floatToHour(double hours) { return ClockReading::of(hours).hour; }
+
+int64_t PrayerCalculator::floatToMin(double hours) { return ClockReading::of(hours).minute; }
 
 std::string PrayerCalculator::floatToTime24(double hours) const {
     if (!std::isfinite(hours)) return InvalidTime_;

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "calculation/CalculatorInputs.h"
+#include "calculation/ClockReading.h"
 #include "calculation/DayMemo.h"
 #include "platform/host/LogMacros.h"
 #include "tarvo/calculation/PrayerCalculator.h"
@@ -19,6 +20,8 @@
 #include "tarvo/platform/IslamicCalendar.h"
 #include "tarvo/prayers/Prayer.h"
 #include "tarvo/prayers/PrayerAdjustments.h"
+#include "prayers/MinutesAdded.h"
+#include "prayers/WallClockDay.h"
 
 namespace tarvo {
 
@@ -28,9 +31,23 @@ constexpr size_t kDaySize = 10;
 // Sunrise read as the forenoon prayer Doha starts this many minutes after the sun is up.
 constexpr int64_t kDohaDelayMinutes = 10;
 
-TarvoDAO::DayList timelessDay() {
+// A day's ten records, each of its type and with no time yet. They live in one block (one
+// allocation for the day instead of one per record); each record's pointer shares the block,
+// so a record kept after its list is gone keeps its day's block alive.
+TarvoDAO::DayList recordsOfDay() {
+    auto block = std::make_shared<std::array<Prayer, kDaySize>>();
     TarvoDAO::DayList day;
-    for (size_t i = 0; i < kDaySize; ++i) day.push_back(Prayer::CreatePrayerOfType(static_cast<int64_t>(i)));
+    day.reserve(kDaySize);
+    for (size_t i = 0; i < kDaySize; ++i) {
+        Prayer& record = (*block)[i];
+        record.initWithPrayerType(static_cast<int64_t>(i));
+        // The last record takes the block's own reference over.
+        if (i + 1 < kDaySize) {
+            day.emplace_back(block, &record);
+        } else {
+            day.emplace_back(std::move(block), &record);
+        }
+    }
     return day;
 }
 
@@ -40,14 +57,8 @@ TarvoDAO::DayList timelessDay() {
 // before it has passed midnight, and it and every later event belong to the next calendar
 // day (a Reykjavik sunset at 00:04 in June is the next day's; a Qiyam at 01:30 after a 21:00
 // Isha too). Deciding on exact minutes, not whole hours, keeps every record after the one it
-// follows. The tomorrow entries always carry the next day.
-// Each entry's clock hour and minute, as the records are stamped with them: worked out once
-// per entry, for the day order and the records alike.
-struct ClockReading {
-    int64_t hour;
-    int64_t minute;
-};
-
+// follows. The tomorrow entries always carry the next day. Each entry's clock reading (as
+// the records are stamped with it) is worked out once, for the day order and the records alike.
 std::array<bool, kDaySize> stampedOnNextDay(const std::array<double, kDaySize>& times,
                                             const std::array<ClockReading, kDaySize>& clock) {
     const auto minuteOfDay = [&clock](size_t i) { return clock[i].hour * 60 + clock[i].minute; };
@@ -113,7 +124,7 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
                                          const Calendar& gregorianCalendar, const IslamicCalendar& islamicCalendar,
                                          const std::shared_ptr<PrayerConfiguration>& config,
                                          const PrayerAdjustments& adjustments) {
-    if (!city) return timelessDay();
+    if (!city) return recordsOfDay();
     PrayerCalculator calculator;
     configureCalculatorFromCity(calculator, *city);
     // The engine's day is the day of `date` on the calendar the records are stamped with.
@@ -130,12 +141,6 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
         calculator.setIshaMinutes(static_cast<double>(*minutes));
     }
 
-    DateComponents addOneDay;
-    addOneDay.day = 1;
-    const Date tomorrow = gregorianCalendar.dateByAddingComponents(addOneDay, date);
-    const DateComponents today = gregorianCalendar.components(date);
-    const DateComponents next = gregorianCalendar.components(tomorrow);
-
     TARVO_LOG_VERBOSE("Get Prayer Times for City {} Timezone: {}, {}", city->cityName().value_or("(null)"),
                       city->TimeZone().value_or("(null)"), date.description());
     const CalculatorInputs inputs(calculator, city->cityName(), city->countryName(), city->latitude(),
@@ -143,53 +148,55 @@ TarvoDAO::DayList TarvoDAO::dayTimetable(Date date, const std::shared_ptr<TarvoC
     // The next day's Fajr and sunrise come from that day in full, with the Fajr and Isha
     // rules decided for the requested day: the same bits as its morning alone, and a list of
     // the next day (asked next in a month or a run of days) finds it already computed. The
-    // fixed-timetable flag of the next day is the one the records carry.
-    const DayTimes requested = DayMemo::day(inputs.method, inputs.place, date, calculator.globalGregCal());
-    const DayTimes following = DayMemo::day(inputs.method, inputs.place, tomorrow, calculator.globalGregCal());
+    // fixed-timetable flag of the next day is the one the records carry. The engine's day is
+    // on the calendar the records are stamped with, so its frame holds the next day's moment
+    // (the same wall-clock time a calendar day later) and both calendar dates.
+    const auto [requested, following] =
+        DayMemo::dayAndNext(inputs.method, inputs.place, date, calculator.globalGregCal());
     std::array<double, kDaySize> times = requested.times;
     times[Prayer::TomorrowFajr] = following.times[Prayer::Fajr];
     times[Prayer::TomorrowSunrise] = following.times[Prayer::Sunrise];
     const bool fixed = following.usingFixedTimings;
-    // The offsets from GMT, in whole seconds, in which the day's and the next day's times are written.
-    const double todayOffset = std::round(inputs.engine.timeZoneOffset(date) * 3600.0);
-    const double tomorrowOffset = std::round(inputs.engine.timeZoneOffset(tomorrow) * 3600.0);
+    // The offsets from GMT, in whole seconds, in which the day's and the next day's times are
+    // written: the requested day's computation worked both out (for `date` and its next day).
+    const double todayOffset = std::round(requested.clockOffsets[0] * 3600.0);
+    const double tomorrowOffset = std::round(requested.clockOffsets[1] * 3600.0);
 
     std::array<ClockReading, kDaySize> clock;
-    for (size_t i = 0; i < kDaySize; ++i) {
-        clock[i] = {PrayerCalculator::floatToHour(times[i]), PrayerCalculator::floatToMin(times[i])};
-    }
+    for (size_t i = 0; i < kDaySize; ++i) clock[i] = ClockReading::of(times[i]);
     const std::array<bool, kDaySize> onNextDay = stampedOnNextDay(times, clock);
     const bool useSunrise = config && config->UseSunrise();
     // The engine writes times of day on the clock of the moment it was asked about (today's
     // offset for today's entries, tomorrow's for tomorrow's). Each record's moment is that
     // clock reading less that offset: read as wall time in the zone, a time on the far side
     // of a change of summer time would be an hour off, and with a fixed offset the zone's
-    // clock is not the one the times were written on at all.
+    // clock is not the one the times were written on at all. The clock readings are read on
+    // the GMT clock, each of the two dates worked out once for all its records.
     static const Calendar wallClock(TimeZone::gmt());
+    const auto& [year, month, dayOfMonth] = requested.calendarDate;
+    const auto& [nextYear, nextMonth, nextDayOfMonth] = requested.nextCalendarDate;
+    const WallClockDay todayOnWallClock(year, month, dayOfMonth);
+    const WallClockDay nextOnWallClock(nextYear, nextMonth, nextDayOfMonth);
     DateComponents scratch;
-    TarvoDAO::DayList day;
-    day.reserve(kDaySize);
+    TarvoDAO::DayList day = recordsOfDay();
     for (size_t i = 0; i < kDaySize; ++i) {
         const auto type = static_cast<int64_t>(i);
-        auto prayer = Prayer::CreatePrayerOfType(type);
-        prayer->setIsFixedTimings(fixed);
-        if (!std::isfinite(times[i])) {
-            // The sun does not reach the angle, rise or set: the record has no time at all.
-            // Written as hour 0, it would be a midnight that never was the prayer's.
-            prayer->setAdjustmentMinutes(adjustments.minutesFor(type));
-            day.push_back(std::move(prayer));
-            continue;
-        }
-        const DateComponents& stamp = onNextDay[i] ? next : today;
-        prayer->setPrayerYear(stamp.year, stamp.month, stamp.day, clock[i].hour, clock[i].minute,
-                              adjustments.minutesFor(type),
-                              wallClock, scratch);
+        Prayer& prayer = *day[i];
+        prayer.setIsFixedTimings(fixed);
+        const int64_t adjustment = adjustments.minutesFor(type);
+        prayer.setAdjustmentMinutes(adjustment);
+        // The sun does not reach the angle, rise or set: the record has no time at all.
+        // Written as hour 0, it would be a midnight that never was the prayer's.
+        if (!std::isfinite(times[i])) continue;
+        // The moment is worked on apart from the record and stored once.
+        const WallClockDay& stamp = onNextDay[i] ? nextOnWallClock : todayOnWallClock;
+        Date moment = minutesAdded(stamp.at(clock[i].hour, clock[i].minute), adjustment, wallClock, scratch);
         const double offset = i >= Prayer::TomorrowFajr ? tomorrowOffset : todayOffset;
-        prayer->setPrayerTime(prayer->PrayerTime()->addingTimeInterval(-offset));
-        if ((prayer->Type() == Prayer::Sunrise || prayer->Type() == Prayer::TomorrowSunrise) && !useSunrise) {
-            prayer->addArbitraryMinutesToPrayerTime(kDohaDelayMinutes, gregorianCalendar, scratch);
+        moment = moment.addingTimeInterval(-offset);
+        if ((type == Prayer::Sunrise || type == Prayer::TomorrowSunrise) && !useSunrise) {
+            moment = minutesAdded(moment, kDohaDelayMinutes, gregorianCalendar, scratch);
         }
-        day.push_back(std::move(prayer));
+        prayer.setPrayerTime(moment);
     }
     return day;
 }

@@ -14,6 +14,7 @@
 #include "tarvo/platform/Calendar.h"
 #include "tarvo/platform/Clock.h"
 #include "platform/text/Text.h"
+#include "prayers/MinutesAdded.h"
 
 namespace tarvo {
 
@@ -116,10 +117,9 @@ void Prayer::setPrayerYear(int64_t year, int64_t month, int64_t day, int64_t hou
 }
 
 void Prayer::addArbitraryMinutesToPrayerTime(int64_t minutes, const Calendar& calendar, DateComponents& components) {
-    if (minutes == 0) return;
-    components.year = components.month = components.day = components.hour = 0;
-    components.minute = minutes;
-    if (PrayerTime_) PrayerTime_ = calendar.dateByAddingComponents(components, *PrayerTime_);
+    // The scratch components end holding the amount whether or not there is a time.
+    const Date moment = minutesAdded(PrayerTime_.value_or(Date()), minutes, calendar, components);
+    if (PrayerTime_) PrayerTime_ = moment;
 }
 
 std::optional<int64_t> Prayer::typeNamed(std::string_view text) {
