@@ -175,7 +175,7 @@ TEST(DayEngine, TheMemoTellsApartInputsThatDifferInOneThing) {
     EXPECT_TRUE(sameBits(ask("KLang", c, day).times[PrayerCalculator::Fajr], 5.96666667));
 }
 
-TEST(DayEngine, SeveralThreadsAnswerAsOneThread) {
+TEST(DayEngine, ConcurrentThreadsAnswerAsOneThread) {
     // The engine keeps recent sun positions and each thread its own memo of recent days:
     // threads asking other places at once, or the same days in other orders, through the
     // calculator and through the memo, get the single thread's bits (NaN equal to NaN).
