@@ -39,11 +39,12 @@ uint64_t hashOf(const MethodParameters& method, const Place& place) {
         return s ? static_cast<uint64_t>(std::hash<std::string>{}(*s)) : uint64_t{0x5bd1e995};
     };
     uint64_t h = 0;
-    for (const uint64_t word : std::initializer_list<uint64_t>{bitsOf(place.latitude), bitsOf(place.longitude), bitsOf(place.overrideTimeZoneOffset),
-          static_cast<uint64_t>(place.overrideDST), static_cast<uint64_t>(method.method),
-          static_cast<uint64_t>(method.asrSchool), static_cast<uint64_t>(method.highLatitudeRule),
-          static_cast<uint64_t>(method.dhuhrMinutes), static_cast<uint64_t>(method.overriddenNamedMethod),
-          static_cast<uint64_t>(method.polarResolution), text(place.cityName), text(place.countryName)}) {
+    for (const uint64_t word : std::initializer_list<uint64_t>{
+             bitsOf(place.latitude), bitsOf(place.longitude), bitsOf(place.overrideTimeZoneOffset),
+             static_cast<uint64_t>(place.overrideDST), static_cast<uint64_t>(method.method),
+             static_cast<uint64_t>(method.asrSchool), static_cast<uint64_t>(method.highLatitudeRule),
+             static_cast<uint64_t>(method.dhuhrMinutes), static_cast<uint64_t>(method.overriddenNamedMethod),
+             static_cast<uint64_t>(method.polarResolution), text(place.cityName), text(place.countryName)}) {
         h = mix(h, word);
     }
     return h;
