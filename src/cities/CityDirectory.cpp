@@ -328,7 +328,7 @@ CityDirectory::Cities CityDirectory::citiesContaining(const std::optional<std::s
     // The whole text is the term, blanks included: trimming only decides whether there is
     // anything to search for.
     Use use(query);
-    query.bindText(1, "%" + SearchText::escapeForSearch(SearchText::lowercased(*text)) + "%");
+    query.bindText(1, fmt::format("%{}%", SearchText::escapeForSearch(SearchText::lowercased(*text))));
     while (query.step() == SQLITE_ROW) {
         auto city = cityrows::place(query, 0, "Unknown", "");
         city->setIsLoadingFromDB(false);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include <fmt/format.h>
+
 #include "tarvo/platform/EditDistance.h"
 #include "platform/text/Text.h"
 #include "tarvo/cities/CityDirectory.h"
@@ -133,7 +135,7 @@ Result<ResolvedPlace> PlaceResolver::resolve(std::string_view text, std::optiona
     if (qualifier && !qualifier->empty()) {
         if (auto named = directory_.country(*qualifier)) {
             if (wantedCountry && wantedCountry->identifier != named->identifier) {
-                return Error{"'" + std::string(text) + "' is in " + named->name + ", not in " + wantedCountry->name};
+                return Error{fmt::format("'{}' is in {}, not in {}", text, named->name, wantedCountry->name)};
             }
             wantedCountry = std::move(named);
         } else {
