@@ -51,7 +51,6 @@ TarvoDAO::DayList recordsOfDay() {
     return day;
 }
 
-
 // Which entries carry tomorrow's date. The evening's events follow one another: from Dhuhr
 // on, an event whose clock time (as it is stamped, to the minute) is earlier than the one
 // before it has passed midnight, and it and every later event belong to the next calendar
